@@ -1,0 +1,63 @@
+# How everything in this tree is compiled, and how its two libraries are made and installed.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+option(ORV_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(ORV_COVERAGE "Build with coverage counters" OFF)
+
+add_library(orv_options INTERFACE)
+target_compile_options(orv_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+# The file tables of the appliance are larger than 2 GiB in places: one file interface, 64 bits wide.
+target_compile_definitions(orv_options INTERFACE _GNU_SOURCE _FILE_OFFSET_BITS=64)
+if(ORV_SANITIZE)
+  target_compile_options(orv_options INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(orv_options INTERFACE -fsanitize=address,undefined)
+endif()
+if(ORV_COVERAGE)
+  target_compile_options(orv_options INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(orv_options INTERFACE --coverage)
+endif()
+
+# orv_add_library(orvNAME): a shared library that exports only what is marked ORV_API.
+function(orv_add_library name)
+  string(REPLACE "orv" "" component ${name})
+  add_library(${name} SHARED)
+  add_library(orv::${component} ALIAS ${name})
+  set_target_properties(${name} PROPERTIES
+    EXPORT_NAME ${component} VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  target_compile_definitions(${name} PRIVATE ORV_BUILDING)
+  target_compile_features(${name} PUBLIC cxx_std_20)
+  target_include_directories(${name}
+    PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+           $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+    PRIVATE ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:orv_options>)
+  # nodelete: the system log keeps a pointer to the ident that the library gave it.
+  target_link_options(${name} PRIVATE -Wl,-z,nodelete)
+  install(TARGETS ${name} EXPORT orv LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endfunction()
+
+# CMake package and pkg-config files of both libraries.
+function(orv_install_package)
+  include(CMakePackageConfigHelpers)
+  set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orv)
+  file(WRITE ${PROJECT_BINARY_DIR}/orvConfig.cmake
+       "include(\"\${CMAKE_CURRENT_LIST_DIR}/orvTargets.cmake\")\n")
+  write_basic_package_version_file(${PROJECT_BINARY_DIR}/orvConfigVersion.cmake
+                                   COMPATIBILITY SameMajorVersion)
+  install(FILES ${PROJECT_BINARY_DIR}/orvConfig.cmake ${PROJECT_BINARY_DIR}/orvConfigVersion.cmake
+          DESTINATION ${package_dir})
+  install(EXPORT orv FILE orvTargets.cmake NAMESPACE orv:: DESTINATION ${package_dir})
+  foreach(package IN ITEMS orvsupport orvmgmt)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in ${package}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${package}.pc
+            DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  endforeach()
+endfunction()

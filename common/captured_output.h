@@ -1,0 +1,46 @@
+#ifndef ORV_COMMON_CAPTURED_OUTPUT_H
+#define ORV_COMMON_CAPTURED_OUTPUT_H
+
+#include <string>
+
+#include "common/command.h"
+#include "common/handles.h"
+
+namespace orv {
+
+/// The output of one command, captured in a temporary file of its own.
+///
+///     captured_output output("/tmp/mdstat.XXXXXX");
+///     if (!output.fill(command("cat /proc/mdstat > %s", output.path()))) return ORV_E_COMMAND;
+///     const unique_file file = output.open();
+///
+/// The file is made when the object is made and removed when it goes out of scope.
+class captured_output {
+ public:
+  /// @param path_template  path that ends in "XXXXXX"
+  explicit captured_output(std::string path_template);
+  ~captured_output();
+  captured_output(const captured_output&) = delete;
+  captured_output& operator=(const captured_output&) = delete;
+
+  const std::string& path() const { return path_; }
+
+  /// Runs a command that writes to `path`. A failure is logged; without a temporary file nothing is
+  /// run and that is the failure.
+  bool fill(const command& line, const char* log_form = command_failed) const;
+
+  /// Opens the captured text; empty when it cannot be opened or examined, and `errno` says why.
+  unique_file open() const;
+
+  /// Leaves the file in place, where that is what the appliance does.
+  void leave() { leave_ = true; }
+
+ private:
+  std::string path_;
+  int error_ = 0;
+  bool leave_ = false;
+};
+
+}  // namespace orv
+
+#endif

@@ -1,0 +1,29 @@
+#ifndef ORV_COMMON_LINE_READER_H
+#define ORV_COMMON_LINE_READER_H
+
+#include <cstdio>
+
+namespace orv {
+
+/// Reads the lines of a stream through a buffer of 256 bytes, without their line ends. Of a longer
+/// line only the first 255 bytes are seen: its rest is no line of its own.
+class line_reader {
+ public:
+  explicit line_reader(FILE* stream) : stream_(stream) {}
+
+  /// Moves to the next line; false at the end of the stream and on a read error.
+  bool next();
+
+  /// The line that `next` moved to; the caller may cut it.
+  char* line() { return buffer_; }
+
+  static constexpr int capacity = 256;
+
+ private:
+  FILE* stream_;
+  char buffer_[capacity] = "";
+};
+
+}  // namespace orv
+
+#endif

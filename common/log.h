@@ -1,0 +1,38 @@
+#ifndef ORV_COMMON_LOG_H
+#define ORV_COMMON_LOG_H
+
+/// The forms of the error log, one helper each. `errno` at the time of the call gives the reason;
+/// the caller's name and line come from the call site.
+
+namespace orv {
+
+/// "NAME:LINE return CODE with REASON". @return the code, for `return log_failure(...)`
+int log_failure(int code, const char* function = __builtin_FUNCTION(), int line = __builtin_LINE());
+
+/// "NAME:LINE return NULL with REASON".
+void log_null(const char* function = __builtin_FUNCTION(), int line = __builtin_LINE());
+
+/// "NAME[LINE]: return with CODE", without a line end, as the readers of the mount table write it.
+void log_mount_failure(int code, const char* function = __builtin_FUNCTION(),
+                       int line = __builtin_LINE());
+
+/// A function was called without a record, list or buffer: logged as "Invalid argument".
+/// @return ORV_E_FAILED
+int log_missing_argument(const char* function = __builtin_FUNCTION(), int line = __builtin_LINE());
+
+/// What a failed command is logged with. Three copies of the form differ by a blank; log readers
+/// match each of them as it stands.
+inline constexpr char command_failed[] = "system(\"%s\") return %s with exit(%d) for '%s'\n";
+inline constexpr char command_failed_tight_return[] =
+    "system(\"%s\")return %s with exit(%d) for '%s'\n";
+inline constexpr char command_failed_tight_for[] =
+    "system(\"%s\") return %s with exit(%d)for '%s'\n";
+
+/// Logs a failed command with one of the forms above.
+/// @param status  its wait status
+/// @return the result of the log call
+int log_command(const char* form, const char* command_text, int status);
+
+}  // namespace orv
+
+#endif

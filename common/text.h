@@ -1,0 +1,51 @@
+#ifndef ORV_COMMON_TEXT_H
+#define ORV_COMMON_TEXT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "support/characters.h"
+
+namespace orv {
+
+using support::copy_text;
+using support::is_digit;
+using support::text_or_empty;
+using support::trimmed;
+using support::trimmed_left;
+using support::trimmed_right;
+
+/// The characters of a field of a record, up to its terminator or its end.
+template <std::size_t Size>
+std::string_view text_of(const char (&field)[Size]) {
+  const std::string_view all(field, Size);
+  return all.substr(0, all.find('\0'));
+}
+
+/// Copies a text into a field of a record, cut and terminated.
+template <std::size_t Size>
+void set_text(char (&field)[Size], std::string_view text) {
+  copy_text(field, static_cast<int>(Size), text);
+}
+
+/// The parts of a text between separator characters; a run of separators counts as one, so no part
+/// is empty.
+std::vector<std::string_view> split(std::string_view text, std::string_view separators);
+
+/// The items of a comma-separated list. Empty items do not count.
+inline std::vector<std::string_view> items(std::string_view list) { return split(list, ","); }
+
+/// An item of a member list without its mark: "sda" of "sda(F)".
+inline std::string_view without_mark(std::string_view item) {
+  return item.substr(0, item.find('('));
+}
+
+/// The number that a text begins with, white space passed over; 0 when there is none, the largest
+/// number when it does not fit.
+uint64_t leading_number(std::string_view text);
+
+}  // namespace orv
+
+#endif

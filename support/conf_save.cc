@@ -1,0 +1,151 @@
+#include <orv/support.h>
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/sendfile.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <memory>
+#include <string>
+
+#include "support/characters.h"
+
+namespace {
+
+constexpr std::string_view kept_root = "/var/lib/orv/kept";
+constexpr mode_t kept_directory_mode = 0700;
+
+/// A descriptor that is closed when it goes out of scope.
+class descriptor {
+ public:
+  explicit descriptor(int number) : number_(number) {}
+  ~descriptor() {
+    if (number_ >= 0) close(number_);
+  }
+  descriptor(const descriptor&) = delete;
+  descriptor& operator=(const descriptor&) = delete;
+  int number() const { return number_; }
+  bool valid() const { return number_ >= 0; }
+
+ private:
+  int number_;
+};
+
+/// The paths of one commit, all made before the child starts: the child allocates nothing.
+struct commit {
+  explicit commit(std::string file)
+      : path(std::move(file)),
+        directory(path.substr(0, path.rfind('/') + 1)),
+        kept(std::string(kept_root) + path),
+        temporary(kept + ".XXXXXX") {}
+
+  std::string path;
+  std::string directory;
+  std::string kept;
+  std::string temporary;
+  int error = 0;
+};
+
+bool copy_contents(int from, int to, off_t size) {
+  off_t done = 0;
+  while (done < size) {
+    const ssize_t sent = sendfile(to, from, &done, static_cast<std::size_t>(size - done));
+    if (sent < 0 && errno != EINTR) return false;
+    if (sent == 0) break;
+  }
+  return true;
+}
+
+/// Replaces the kept copy atomically; the copy is never more open than its original.
+bool keep_copy(commit& work, int file) {
+  struct stat original {};
+  if (fstat(file, &original) != 0) return false;
+  const descriptor copy(mkostemp(work.temporary.data(), O_CLOEXEC));
+  if (!copy.valid()) return false;
+  if (copy_contents(file, copy.number(), original.st_size) &&
+      fchown(copy.number(), original.st_uid, original.st_gid) == 0 &&
+      fchmod(copy.number(), original.st_mode & 07777U) == 0 &&
+      rename(work.temporary.c_str(), work.kept.c_str()) == 0) {
+    return true;
+  }
+  const int saved_errno = errno;
+  unlink(work.temporary.c_str());
+  errno = saved_errno;
+  return false;
+}
+
+bool sync_directory(const std::string& path) {
+  const descriptor directory(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return directory.valid() && fsync(directory.number()) == 0;
+}
+
+/// Runs in the child; the first failure is reported, but the file is synced all the same.
+int commit_file(void* argument) {
+  commit& work = *static_cast<commit*>(argument);
+  const auto check = [&work](bool succeeded) {
+    if (!succeeded && work.error == 0) work.error = errno;
+  };
+  const descriptor file(open(work.path.c_str(), O_RDONLY | O_CLOEXEC));
+  check(file.valid());
+  if (!file.valid()) return 0;
+  check(keep_copy(work, file.number()));
+  check(fsync(file.number()) == 0);
+  check(sync_directory(work.directory));
+  return 0;
+}
+
+void make_directories_for(const std::string& path) {
+  for (std::size_t end = path.find('/', 1); end != std::string::npos;
+       end = path.find('/', end + 1)) {
+    const bool private_part = end >= kept_root.size();
+    mkdir(path.substr(0, end).c_str(), private_part ? kept_directory_mode : 0755);
+  }
+}
+
+class all_signals_blocked {
+ public:
+  all_signals_blocked() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &previous_);
+  }
+  ~all_signals_blocked() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
+  all_signals_blocked(const all_signals_blocked&) = delete;
+  all_signals_blocked& operator=(const all_signals_blocked&) = delete;
+
+ private:
+  sigset_t previous_{};
+};
+
+/// Runs the commit in a child that shares this process's memory but not its descriptors. The kernel
+/// drops a process's record locks on a file when that process closes any descriptor of it; the
+/// child's descriptors are not this process's, so the caller's locks stay.
+bool run_in_child(commit& work) {
+  constexpr std::size_t stack_size = 256 * 1024;
+  const auto stack = std::make_unique_for_overwrite<char[]>(stack_size);
+  const all_signals_blocked blocked;
+  const int child = clone(commit_file, stack.get() + stack_size, CLONE_VM | CLONE_VFORK, &work);
+  if (child < 0) return false;
+  while (waitpid(child, nullptr, __WALL) < 0 && errno == EINTR) {
+  }
+  return true;
+}
+
+}  // namespace
+
+int conf_save(const char* path) {
+  const std::string_view file = orv::support::text_or_empty(path);
+  if (!file.starts_with('/') || file.ends_with('/')) {
+    errno = EINVAL;
+    return -1;
+  }
+  commit work{std::string(file)};
+  make_directories_for(work.kept);
+  if (!run_in_child(work)) return -1;
+  if (work.error != 0) errno = work.error;
+  return work.error == 0 ? 0 : -1;
+}

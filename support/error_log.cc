@@ -1,0 +1,50 @@
+#include <orv/support.h>
+
+#include <syslog.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+struct free_text {
+  void operator()(char* text) const { std::free(text); }
+};
+using owned_text = std::unique_ptr<char, free_text>;
+
+owned_text formatted(const char* format, va_list values) {
+  char* text = nullptr;
+  return owned_text(vasprintf(&text, format, values) < 0 ? nullptr : text);
+}
+
+/// The program that loads the library may name itself in the log; our lines carry our own ident.
+void write_error(const char* form, const char* message, const char* reason) {
+  openlog("orv", 0, LOG_DAEMON);
+  syslog(LOG_DAEMON | LOG_ERR, form, message, reason);
+}
+
+}  // namespace
+
+int liborv_log_error(const char* format, ...) {
+  const int saved_errno = errno;
+  va_list values;
+  va_start(values, format);
+  const owned_text text = formatted(format, values);
+  va_end(values);
+  write_error("%s%s", text ? text.get() : format, "");
+  errno = saved_errno;
+  return -1;
+}
+
+void orv_perror_msg(const char* format, ...) {
+  const int saved_errno = errno;
+  va_list values;
+  va_start(values, format);
+  const owned_text text = formatted(format, values);
+  va_end(values);
+  write_error("%s: %s\n", text ? text.get() : format, std::strerror(saved_errno));
+  errno = saved_errno;
+}

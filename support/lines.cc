@@ -1,0 +1,84 @@
+#include <orv/support.h>
+
+#include <cerrno>
+
+#include "support/characters.h"
+#include "support/line_scanner.h"
+
+using orv::support::copy_text;
+using orv::support::line_scanner;
+using orv::support::text_or_empty;
+using orv::support::trimmed;
+using orv::support::trimmed_left;
+
+namespace {
+
+constexpr int end_of_file = -1;
+constexpr int read_error = -2;
+
+/// True for every line when no key is asked for.
+bool has_key(std::string_view line, const char* key, std::string_view separators) {
+  if (key == nullptr) return true;
+  const std::string_view text = trimmed_left(line);
+  return trimmed(text.substr(0, text.find_first_of(separators))) == key;
+}
+
+/// Copies the `wanted`-th matching line; otherwise says how many matched through `found`.
+int copy_line(FILE* stream, const char* key, int wanted, const char* separators, char* out,
+              int size, int& found) {
+  std::rewind(stream);
+  line_scanner lines(stream);
+  found = 0;
+  while (lines.next()) {
+    if (!has_key(lines.line(), key, text_or_empty(separators))) continue;
+    if (found++ != wanted) continue;
+    copy_text(out, size, lines.line());
+    return 0;
+  }
+  return std::ferror(stream) != 0 ? read_error : end_of_file;
+}
+
+bool usable(const FILE* stream, int n, const char* out, int size) {
+  if (stream != nullptr && n >= 0 && out != nullptr && size > 0) return true;
+  errno = EINVAL;
+  return false;
+}
+
+}  // namespace
+
+int fgetline(FILE* stream, char* buffer, int size) {
+  if (stream == nullptr || buffer == nullptr || size < 2) {
+    errno = EINVAL;
+    return read_error;
+  }
+  int length = 0;
+  int c = EOF;
+  while (length < size - 1 && (c = getc_unlocked(stream)) != EOF && c != '\n') {
+    buffer[length++] = static_cast<char>(c);
+  }
+  if (c != EOF && c != '\n') {
+    // A line that just fits: its line end belongs to it and is no empty line of its own.
+    c = getc_unlocked(stream);
+    if (c != '\n' && c != EOF) std::ungetc(c, stream);
+  }
+  buffer[length] = '\0';
+  if (std::ferror(stream) != 0) return read_error;
+  return length == 0 && c == EOF ? end_of_file : length;
+}
+
+int get_line_from_file(FILE* stream, const char* key, int n, const char* separators, char* out,
+                       int size) {
+  if (!usable(stream, n, out, size)) return -1;
+  int found = 0;
+  return copy_line(stream, key, n, separators, out, size, found);
+}
+
+int get_line_from_file_end(FILE* stream, const char* key, int n, const char* separators, char* out,
+                           int size) {
+  if (!usable(stream, n, out, size)) return -1;
+  int found = 0;
+  const int no_line = -1;
+  const int end = copy_line(stream, key, no_line, separators, out, size, found);
+  if (end == read_error || n >= found) return end;
+  return copy_line(stream, key, found - 1 - n, separators, out, size, found);
+}
