@@ -1,0 +1,38 @@
+# shellcheck shell=bash
+# The Debian packages that this project's own commands need; each is installed only when missing.
+
+# shellcheck disable=SC2034  # read by the scripts that source this file
+build_packages=(g++ cmake ninja-build pkg-config libcli11-dev libsmartcols-dev nlohmann-json3-dev)
+# shellcheck disable=SC2034
+test_packages=(libgtest-dev libgmock-dev bash-static busybox-static binutils)
+# shellcheck disable=SC2034
+lint_packages=(clang clang-format clang-tidy shellcheck)
+
+# as_root COMMAND...: runs it as root, through sudo for an ordinary user.
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then
+    "$@"
+  elif command -v sudo >/dev/null; then
+    sudo "$@"
+  else
+    echo "${0##*/}: needs root or sudo for: $*" >&2
+    return 1
+  fi
+}
+
+is_installed() {
+  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+# install_missing PACKAGE...: installs those that are not installed yet.
+install_missing() {
+  local package missing=()
+  for package in "$@"; do
+    is_installed "$package" || missing+=("$package")
+  done
+  [ ${#missing[@]} -gt 0 ] || return 0
+  echo "${0##*/}: installing ${missing[*]}" >&2
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get update -qq >&2
+  as_root env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -qq -y --no-install-recommends "${missing[@]}" >&2
+}
