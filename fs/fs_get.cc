@@ -1,0 +1,22 @@
+#include <orv/fs.h>
+
+#include <cstdio>
+
+#include "common/log.h"
+
+namespace {
+
+int print_failure(int code) {
+  std::printf("for errno '%d'\n", code);
+  return code;
+}
+
+}  // namespace
+
+int fs_get(tag_fsinfo_list* list) {
+  if (list == nullptr) return orv::log_missing_argument();
+  int result = mdfstab_get(list);
+  if (result == ORV_OK) result = mountfs_get(list);
+  if (result != ORV_OK) return print_failure(result);
+  return get_usedsize_from_df(list);
+}

@@ -1,0 +1,132 @@
+#include <orv/fs.h>
+#include <orv/support.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "common/command.h"
+#include "common/handles.h"
+#include "common/log.h"
+#include "common/models.h"
+#include "common/text.h"
+#include "fs/mdfstab_line.h"
+#include "fs/replacement_file.h"
+
+namespace {
+
+/// Reads a stream whole; false, with `errno`, on a read error.
+bool read_text(FILE* stream, std::string& text) {
+  char part[4096];
+  std::size_t size = 0;
+  while ((size = std::fread(part, 1, sizeof part, stream)) > 0) text.append(part, size);
+  return std::ferror(stream) == 0;
+}
+
+int log_add_failure() {
+  liborv_log_error("cannot open /etc/mdfstab for %s", std::strerror(errno));
+  return ORV_E_MOUNT_TABLE;
+}
+
+int log_delete_failure() {
+  liborv_log_error("cannot open /etc/mdfstab or tmpfile for %s", std::strerror(errno));
+  return ORV_E_MOUNT_TABLE;
+}
+
+/// True when some line's second word is the mount point. A comment line counts: an entry that was
+/// put out of use keeps its mount point.
+bool is_listed(std::string_view table, std::string_view mountpoint) {
+  for (const std::string_view line : orv::split(table, "\n")) {
+    if (orv::mdfstab_key_of(line) == mountpoint) return true;
+  }
+  return false;
+}
+
+/// Appends to a file opened for appending: all of the text or, with `errno`, nothing.
+bool append_text(int file, const std::string& text) {
+  struct stat before {};
+  if (fstat(file, &before) != 0) return false;
+  const ssize_t written = write(file, text.data(), text.size());
+  if (written == static_cast<ssize_t>(text.size())) return true;
+  const int error = written < 0 ? errno : ENOSPC;
+  if (written > 0 && ftruncate(file, before.st_size) != 0) return false;
+  errno = error;
+  return false;
+}
+
+int append_line(std::string_view mountpoint, const std::string& line) {
+  const orv::unique_file file(std::fopen(orv::mdfstab_path, "a+e"));
+  std::string table;
+  if (!file || !read_text(file.get(), table)) return log_add_failure();
+  if (is_listed(table, mountpoint)) return ORV_E_FAILED;
+  const bool line_is_open = !table.empty() && table.back() != '\n';
+  const std::string addition = (line_is_open ? "\n" : "") + line + '\n';
+  return append_text(fileno(file.get()), addition) ? ORV_OK : log_add_failure();
+}
+
+/// Reads the mount table and examines its owner and mode; false, with `errno`, when it cannot be
+/// read.
+bool read_table(std::string& table, struct stat& examined) {
+  const orv::unique_file file(std::fopen(orv::mdfstab_path, "re"));
+  return file && fstat(fileno(file.get()), &examined) == 0 && read_text(file.get(), table);
+}
+
+struct remaining_table {
+  std::string text;
+  bool lost_an_entry = false;
+};
+
+/// The table without the entries of a mount point. Comment lines and empty lines go too, and what
+/// stays is trimmed.
+remaining_table without(std::string_view table, std::string_view mountpoint) {
+  remaining_table remaining;
+  for (const std::string_view line : orv::split(table, "\n")) {
+    const std::string_view kept = orv::trimmed(line);
+    if (kept.empty() || kept.starts_with('#')) continue;
+    if (orv::mdfstab_key_of(kept) == mountpoint) {
+      remaining.lost_an_entry = true;
+    } else {
+      remaining.text.append(kept) += '\n';
+    }
+  }
+  return remaining;
+}
+
+}  // namespace
+
+int add_mdfstab(const char* mountpoint, const char* vgname, const char* poolname) {
+  const std::string_view key = orv::text_or_empty(mountpoint);
+  const std::string_view group = orv::text_or_empty(vgname);
+  const std::string_view pool = orv::text_or_empty(poolname);
+  if (!key.starts_with('/') || group.empty() || pool.empty()) return orv::log_missing_argument();
+  const auto line = orv::mdfstab_line(key, group, pool, orv::file_system_type());
+  if (!line) {
+    errno = ENAMETOOLONG;
+    return orv::log_failure(ORV_E_FAILED);
+  }
+  const int result = append_line(key, *line);
+  if (result == ORV_OK) conf_save(orv::mdfstab_path);
+  return result;
+}
+
+int del_mdfstab(const char* mountpoint) {
+  orv::replacement_file rewritten("/tmp/mdfstab.XXXXXX");
+  std::string table;
+  struct stat original {};
+  if (!rewritten.exists() || !read_table(table, original)) return log_delete_failure();
+  const remaining_table remaining = without(table, orv::text_or_empty(mountpoint));
+  if (!rewritten.write(remaining.text)) return log_delete_failure();
+  if (remaining.lost_an_entry) {
+    if (!rewritten.complete(original)) return log_delete_failure();
+    const int result = orv::run(orv::command("mv %s /etc/mdfstab > /dev/null", rewritten.path()));
+    if (result != ORV_OK) return result;
+  }
+  // When nothing matched, the temporary file stays in /tmp.
+  rewritten.leave();
+  conf_save(orv::mdfstab_path);
+  return ORV_OK;
+}

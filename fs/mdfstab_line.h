@@ -1,0 +1,39 @@
+#ifndef ORV_FS_MDFSTAB_LINE_H
+#define ORV_FS_MDFSTAB_LINE_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orv {
+
+/// The appliance's mount table: lines of the layout of fstab, whose words are separated by blanks
+/// and tabs. As there, a blank, tab, line end or backslash inside a word is written as "\" and
+/// three octal digits; every other control character is too. The mount point is the key.
+inline constexpr char mdfstab_path[] = "/etc/mdfstab";
+
+/// The first three words of an entry, as what they stand for.
+struct mdfstab_entry {
+  std::string device;
+  std::string mountpoint;
+  std::string type;
+};
+
+/// A word as the mount table holds it, and back.
+std::string escaped(std::string_view word);
+std::string unescaped(std::string_view word);
+
+/// The entry that a line holds: none for a comment and for a line of fewer than three words.
+std::optional<mdfstab_entry> mdfstab_entry_of(std::string_view line);
+
+/// The second word of a line, also where the line is no entry.
+std::optional<std::string> mdfstab_key_of(std::string_view line);
+
+/// The line of a pool's entry without its line end, cut to 255 characters; none when the cut would
+/// leave no whole entry of three words.
+std::optional<std::string> mdfstab_line(std::string_view mountpoint, std::string_view vgname,
+                                        std::string_view poolname, std::string_view type);
+
+}  // namespace orv
+
+#endif

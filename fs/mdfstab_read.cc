@@ -1,0 +1,66 @@
+#include <orv/fs.h>
+#include <orv/support.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "common/families.h"
+#include "common/handles.h"
+#include "common/line_reader.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "fs/mdfstab_line.h"
+
+namespace {
+
+int log_unreadable() {
+  liborv_log_error("cannot open /etc/mdfstab for %s", std::strerror(errno));
+  return ORV_E_FAILED;
+}
+
+/// The first component behind "/dev/"; whatever the first five characters are, they are passed
+/// over.
+std::string_view volume_group_of(std::string_view device) {
+  constexpr std::size_t prefix = 5;
+  if (device.size() <= prefix) return {};
+  const auto components = orv::split(device.substr(prefix), "/");
+  return components.empty() ? std::string_view() : components.front();
+}
+
+bool append_record(tag_fsinfo_list* list, const orv::mdfstab_entry& entry) {
+  tag_fs_info* const fs = orv::append(list);
+  if (fs == nullptr) return false;
+  orv::set_text(fs->devname, entry.device);
+  orv::set_text(fs->mountpoint, entry.mountpoint);
+  orv::set_text(fs->fstype, entry.type);
+  orv::set_text(fs->vgname, volume_group_of(orv::text_of(fs->devname)));
+  return true;
+}
+
+}  // namespace
+
+int mdfstab_get(tag_fsinfo_list* list) {
+  if (list == nullptr) return orv::log_missing_argument();
+  const orv::unique_file file(std::fopen(orv::mdfstab_path, "re"));
+  if (!file) return log_unreadable();
+  orv::line_reader reader(file.get());
+  while (reader.next()) {
+    const auto entry = orv::mdfstab_entry_of(reader.line());
+    if (entry && !append_record(list, *entry)) return log_unreadable();
+  }
+  return std::ferror(file.get()) != 0 ? log_unreadable() : ORV_OK;
+}
+
+int fs_check(const char* poolname) {
+  const std::string_view wanted = orv::text_or_empty(poolname);
+  orv::scoped_list<tag_fsinfo_list> listed;
+  const int result = mdfstab_get(listed.get());
+  if (result != ORV_OK) return result;
+  for (const tag_fs_info& fs : listed) {
+    const std::string_view device = orv::text_of(fs.devname);
+    const std::size_t slash = device.rfind('/');
+    if (slash != std::string_view::npos && device.substr(slash + 1) == wanted) return 1;
+  }
+  return 0;
+}
