@@ -16,10 +16,10 @@ inline std::ostream& operator<<(std::ostream& out, const answer_of_getter& answe
   return out << answer.result << " '" << answer.text << "'";
 }
 
-/// Calls a text getter with a buffer that holds "before".
+/// Calls a text getter with a buffer that holds "before", and tells it a size.
 template <int Size = 128>
 answer_of_getter ask(int (*getter)(char*, int)) {
-  char buffer[Size] = "before";
+  char buffer[Size < 8 ? 8 : Size] = "before";
   const int result = getter(buffer, Size);
   return {result, buffer};
 }

@@ -43,9 +43,8 @@ TEST_F(power, of_two_models_is_asked_of_the_tool) {
     model(name);
     EXPECT_EQ(ask(pwstate_get), (answer_of_getter{ORV_OK, "normal"})) << name;
   }
-  EXPECT_THAT(machine.commands(),
-              ElementsAre("/usr/local/bin/pwstate > /tmp/pwstat.XXXXXX",
-                          "/usr/local/bin/pwstate > /tmp/pwstat.XXXXXX"));
+  EXPECT_THAT(machine.commands(), ElementsAre("/usr/local/bin/pwstate > /tmp/pwstat.XXXXXX",
+                                              "/usr/local/bin/pwstate > /tmp/pwstat.XXXXXX"));
   EXPECT_THAT(machine.temp_files(), IsEmpty());
 }
 
