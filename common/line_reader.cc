@@ -1,21 +1,15 @@
 #include "common/line_reader.h"
 
-#include <cstring>
-
 namespace orv {
 
 bool line_reader::next() {
-  if (std::fgets(buffer_, capacity, stream_) == nullptr) return false;
-  char* const end = std::strchr(buffer_, '\n');
-  if (end != nullptr) {
-    *end = '\0';
-    return true;
-  }
+  int size = 0;
   int c = 0;
-  do {
-    c = getc_unlocked(stream_);
-  } while (c != '\n' && c != EOF);
-  return true;
+  while ((c = getc_unlocked(stream_)) != EOF && c != '\n') {
+    if (size < capacity - 1) buffer_[size++] = static_cast<char>(c);
+  }
+  buffer_[size] = '\0';
+  return c == '\n' || (size > 0 && ferror_unlocked(stream_) == 0);
 }
 
 }  // namespace orv
