@@ -125,7 +125,7 @@ class all_signals_blocked {
 /// drops a process's record locks on a file when that process closes any descriptor of it; the
 /// child's descriptors are not this process's, so the caller's locks stay.
 bool run_in_child(commit& work) {
-  constexpr std::size_t stack_size = 256 * 1024;
+  constexpr std::size_t stack_size = 256UL * 1024;
   const auto stack = std::make_unique_for_overwrite<char[]>(stack_size);
   const all_signals_blocked blocked;
   const int child = clone(commit_file, stack.get() + stack_size, CLONE_VM | CLONE_VFORK, &work);
