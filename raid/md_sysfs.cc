@@ -1,0 +1,176 @@
+#include <dirent.h>
+#include <orv/disk.h>
+#include <orv/raid.h>
+#include <orv/support.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "common/families.h"
+#include "common/handles.h"
+#include "common/log.h"
+#include "common/text.h"
+
+namespace {
+
+struct member_counts {
+  int found = 0;
+  int faulty = 0;
+  int spare = 0;
+  int in_sync = 0;
+};
+
+/// What the kernel says of a member, and how that is told and shown.
+struct member_state {
+  int value;
+  const char* word;
+  const char* mark;
+  int member_counts::*counter;
+};
+
+constexpr member_state member_states[] = {{1, "faulty", "(F)", &member_counts::faulty},
+                                          {2, "spare", "(S)", &member_counts::spare},
+                                          {3, "in_sync", "", &member_counts::in_sync}};
+
+/// Everything that a small kernel file holds; nothing after a read error.
+std::string read_whole(int file) {
+  constexpr std::size_t largest_kernel_text = 4096;
+  std::string text;
+  char part[256];
+  while (text.size() < largest_kernel_text) {
+    const ssize_t length = read(file, part, sizeof part);
+    if (length < 0 && errno == EINTR) continue;
+    if (length < 0) return {};
+    if (length == 0) break;
+    text.append(part, static_cast<std::size_t>(length));
+  }
+  return text;
+}
+
+/// The trimmed text of a kernel file. A file that cannot be opened is printed, and logged in the
+/// name of the caller.
+std::optional<std::string> kernel_text(const char* path,
+                                       const char* function = __builtin_FUNCTION(),
+                                       int line = __builtin_LINE()) {
+  const char* const name = path == nullptr ? "" : path;
+  const orv::unique_file file(std::fopen(name, "re"));
+  if (!file) {
+    orv::log_null(function, line);
+    std::printf("cannot cat %s\n", name);
+    return std::nullopt;
+  }
+  const std::string text = read_whole(fileno(file.get()));
+  return std::string(orv::trimmed(text));
+}
+
+void append_text(tag_md_info& md, const std::string& text) {
+  liborv_strncat(md.disks, static_cast<int>(sizeof md.disks), text.c_str());
+}
+
+void copy_enclosure(tag_diskinfo_list* disks, std::string_view name, tag_md_info& md) {
+  for (const tag_disk_info& disk : orv::records(disks)) {
+    if (orv::text_of(disk.name) != name) continue;
+    orv::set_text(md.enclosure, orv::text_of(disk.enclosure));
+    return;
+  }
+}
+
+void add_member(const std::string& name, int state, member_counts& counts, tag_md_info& md) {
+  ++counts.found;
+  append_text(md, md.disks[0] == '\0' ? name : "," + name);
+  for (const member_state& known : member_states) {
+    if (known.value != state) continue;
+    append_text(md, known.mark);
+    ++(counts.*known.counter);
+  }
+}
+
+member_counts read_members(DIR* directory, const std::string& path, tag_diskinfo_list* disks,
+                           tag_md_info& md) {
+  constexpr std::string_view prefix = "dev-";
+  constexpr std::string_view member_beginning = "dev-sd";
+  member_counts counts;
+  while (const dirent* const found = readdir(directory)) {
+    const std::string entry = found->d_name;
+    if (!entry.starts_with(member_beginning)) continue;
+    const std::string name = entry.substr(prefix.size());
+    copy_enclosure(disks, name, md);
+    const std::string state_path = path + "/" + entry + "/state";
+    add_member(name, get_disk_state(state_path.c_str()), counts, md);
+  }
+  return counts;
+}
+
+/// Every missing member is an item of its own, with a comma before it even when it comes first.
+void add_missing(int missing, tag_md_info& md) {
+  constexpr std::size_t room = sizeof md.disks - 1;
+  for (; missing > 0 && std::strlen(md.disks) < room; --missing) append_text(md, ",*(M)");
+}
+
+/// Members that an array may lose. A mirror counts as one of two disks: a three-way mirror with one
+/// good member is reported as inactive.
+constexpr struct {
+  std::string_view level;
+  int members;
+} redundancies[] = {{"raid6", 2}, {"raid5", 1}, {"raid1", 1}};
+
+bool has_lost_data(const tag_md_info& md, int expected, int missing, const member_counts& counts) {
+  for (const auto& redundancy : redundancies) {
+    if (orv::text_of(md.level) == redundancy.level) {
+      return expected - counts.in_sync > redundancy.members;
+    }
+  }
+  return counts.faulty >= 1 || missing >= 1 || counts.spare >= 1;
+}
+
+void read_array(DIR* directory, const std::string& path, tag_diskinfo_list* disks,
+                tag_md_info& md) {
+  const int expected = get_raid_disks((path + "/raid_disks").c_str());
+  const member_counts counts = read_members(directory, path, disks, md);
+  const int missing = expected > counts.found ? expected - counts.found : 0;
+  add_missing(missing, md);
+  if (has_lost_data(md, expected, missing, counts)) orv::set_text(md.state, "inactive");
+}
+
+}  // namespace
+
+int get_disk_state(const char* path) {
+  const std::optional<std::string> text = kernel_text(path);
+  if (!text) return -1;
+  // Newer kernels add flags: "in_sync,write_mostly", "faulty,write_error".
+  for (const member_state& known : member_states) {
+    if (liborv_strcmp_substr(text->c_str(), known.word, ",") == 0) return known.value;
+  }
+  return 0;
+}
+
+int get_raid_disks(const char* path) {
+  constexpr uint64_t largest = std::numeric_limits<int>::max();
+  const uint64_t number = orv::leading_number(kernel_text(path).value_or(""));
+  return static_cast<int>(number < largest ? number : largest);
+}
+
+int get_mdinfo_from_sysblock(tag_mdinfo_list* list) {
+  if (list == nullptr) return orv::log_missing_argument();
+  // Only the enclosures come from the disks: without them the arrays are read all the same.
+  orv::scoped_list<tag_diskinfo_list> disks;
+  disks_info_get(disks.get());
+  for (tag_md_info& md : orv::records(list)) {
+    orv::set_text(md.disks, "");
+    const std::string path = "/sys/block/" + std::string(orv::text_of(md.name)) + "/md";
+    const orv::unique_directory directory(opendir(path.c_str()));
+    if (!directory) {
+      orv::log_failure(ORV_E_MD_SYSFS);
+      std::printf("cannot open dir %s\n", path.c_str());
+      return ORV_E_MD_SYSFS;
+    }
+    read_array(directory.get(), path, disks.get(), md);
+  }
+  return ORV_OK;
+}

@@ -1,0 +1,66 @@
+#include <orv/raid.h>
+#include <orv/support.h>
+
+#include <string>
+#include <string_view>
+
+#include "common/captured_output.h"
+#include "common/families.h"
+#include "common/line_reader.h"
+#include "common/text.h"
+#include "raid/cannot_open.h"
+
+namespace {
+
+/// KiB to GiB, rounded to nearest.
+uint64_t rounded_gib(uint64_t kib) { return (kib >> 20) + ((kib >> 19) & 1); }
+
+template <std::size_t Size>
+bool read_value(FILE* detail, const char* key, char (&field)[Size]) {
+  return get_mdinfo_type(detail, field, static_cast<int>(Size), key) == ORV_OK;
+}
+
+/// The size is read through the member field, and its text stays there until the members are read.
+bool read_size(FILE* detail, tag_md_info& md) {
+  if (!read_value(detail, "Array Size", md.disks) && !read_value(detail, "Device Size", md.disks)) {
+    return false;
+  }
+  md.size = rounded_gib(orv::leading_number(orv::text_of(md.disks)));
+  return true;
+}
+
+void read_detail(FILE* detail, tag_md_info& md) {
+  if (!read_value(detail, "Raid Level", md.level)) return;
+  if (read_size(detail, md)) read_value(detail, "State", md.state);
+}
+
+}  // namespace
+
+int get_mdinfo_type(FILE* fp, char* dst, int dstlen, const char* key) {
+  if (dst == nullptr) return orv::log_missing_argument();
+  char line[orv::line_reader::capacity];
+  const char* const wanted = key == nullptr ? "" : key;
+  if (get_line_from_file(fp, wanted, 0, ":", line, static_cast<int>(sizeof line)) != 0) {
+    return orv::log_failure(ORV_E_MD_KEY);
+  }
+  char* field = nullptr;
+  if (get_substr_from_line(line, static_cast<int>(sizeof line), ":", 1, &field) == 0) return ORV_OK;
+  const std::string_view rest(field);
+  const std::string_view value = orv::trimmed(rest.substr(0, rest.find(':')));
+  if (!value.empty()) orv::copy_text(dst, dstlen, value);
+  return ORV_OK;
+}
+
+int get_mdinfo_from_mdadm(tag_mdinfo_list* list) {
+  if (list == nullptr) return orv::log_missing_argument();
+  for (tag_md_info& md : orv::records(list)) {
+    const std::string name(orv::text_of(md.name));
+    const orv::captured_output output("/tmp/" + name + ".XXXXXX");
+    const orv::command detail_command("/sbin/mdadm --detail /dev/%s > %s", name, output.path());
+    if (!output.fill(detail_command)) continue;
+    const orv::unique_file detail = output.open();
+    if (!detail) return orv::cannot_open(output.path(), ORV_E_MD_DETAIL);
+    read_detail(detail.get(), md);
+  }
+  return ORV_OK;
+}

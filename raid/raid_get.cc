@@ -1,0 +1,15 @@
+#include <orv/raid.h>
+
+#include "common/log.h"
+#include "common/models.h"
+
+int raid_get(tag_mdinfo_list* list) {
+  if (list == nullptr) return orv::log_missing_argument();
+  if (orv::has_raid_controller()) return get_mdinfo_from_arcadm(list);
+  int code = get_mdinfo_from_proc(list);
+  if (code != ORV_OK) return code;
+  // An array that mdadm cannot describe is listed all the same.
+  get_mdinfo_from_mdadm(list);
+  code = get_mdinfo_from_sysblock(list);
+  return code == ORV_OK ? get_mdinfo_from_mdstat(list) : code;
+}
