@@ -217,7 +217,8 @@ ORV_API int vg_check_rm(const char* vgname);
 ORV_API int md_vg_resume(const char* vgname, const char* pvname);
 /// Gives the identifier of a lost physical volume, found in an open metadata backup, to
 /// "/dev/ram1".
-/// @return -1 when the volume was found, whether or not the tool succeeded; 0 when it was not
+/// @return -1 when the volume was found, whether or not the tool succeeded; 0 when it was not, also
+///         for a NULL file
 ORV_API int pv_check_rm(FILE* backup, const char* pvname);
 /// Restores a group's metadata from its backup.
 /// @return ORV_OK; on failure the result of the log call
@@ -230,9 +231,7 @@ ORV_API int vgcfgrestore(const char* vgname);
 ORV_API int pool_get(tag_poolinfo_list* list);
 /// Appends one pool per logical volume of `lvdisplay -c`.
 /// @return ORV_OK; ORV_E_LVDISPLAY_TOOL when the tool failed (what it printed is listed all the
-/// same);
-///         ORV_E_LVDISPLAY when its output cannot be opened (it stays in /tmp then); ORV_E_FAILED
-///         for a NULL list
+///         same); ORV_E_LVDISPLAY when its output cannot be opened; ORV_E_FAILED for a NULL list
 ORV_API int get_poolinfo_from_lvdisplay(tag_poolinfo_list* list);
 /// @return 1 when every character of `s` is "-" (the empty text included), else 0
 ORV_API int isdashed(const char* s);

@@ -1,0 +1,89 @@
+#include "lvm/vg_backup.h"
+
+#include <orv/lvm.h>
+#include <sys/stat.h>
+
+#include <string>
+#include <string_view>
+
+#include "common/command.h"
+#include "common/line_reader.h"
+#include "common/log.h"
+#include "common/text.h"
+
+namespace {
+
+/// "md1" of the line `device = "/dev/md1"`; empty for any other line and for a cut one.
+std::string_view device_in(std::string_view line) {
+  const std::string_view text = orv::trimmed(line);
+  const std::size_t slash = text.rfind('/');
+  if (!text.starts_with("device =") || slash == std::string_view::npos) return {};
+  const std::string_view name = text.substr(slash + 1);
+  const std::size_t quote = name.rfind('"');
+  return quote == std::string_view::npos ? std::string_view() : name.substr(0, quote);
+}
+
+/// The identifier of the line `id = "aaaaaa-bbbb-..."`; empty for a line without two quotes.
+std::string_view identifier_in(std::string_view line) {
+  const std::size_t first = line.find('"');
+  const std::size_t last = line.rfind('"');
+  if (first == last) return {};
+  return line.substr(first + 1, last - first - 1);
+}
+
+/// The identifier of a device: the device's line directly follows it. Empty when there is none.
+std::string identifier_of(FILE* backup, std::string_view device) {
+  orv::line_reader reader(backup);
+  while (!device.empty() && reader.next()) {
+    if (!orv::trimmed(reader.line()).starts_with("id =")) continue;
+    const std::string identifier(identifier_in(reader.line()));
+    if (!reader.next()) break;
+    if (!identifier.empty() && device_in(reader.line()) == device) return identifier;
+  }
+  return {};
+}
+
+}  // namespace
+
+namespace orv {
+
+unique_file open_backup(const char* vgname) {
+  const std::string name(text_or_empty(vgname));
+  // A name with "/" is no group's: it would lead to a file elsewhere.
+  if (name.find('/') != std::string::npos) return nullptr;
+  unique_file file(std::fopen(("/etc/lvm/backup/" + name).c_str(), "re"));
+  struct stat examined {};
+  if (file && (fstat(fileno(file.get()), &examined) != 0 || !S_ISREG(examined.st_mode))) {
+    file.reset();
+  }
+  return file;
+}
+
+}  // namespace orv
+
+int vg_get_pv(const char* vgname, char* dev) {
+  if (dev == nullptr) return orv::log_missing_argument();
+  const orv::unique_file backup = orv::open_backup(vgname);
+  if (!backup) return ORV_E_NO_VG;
+  orv::line_reader reader(backup.get());
+  while (reader.next()) {
+    const std::string_view device = device_in(reader.line());
+    if (!device.starts_with("sd") && !device.starts_with("md")) continue;
+    orv::copy_text(dev, orv::line_reader::capacity, device);
+    return ORV_OK;
+  }
+  return ORV_E_NO_VG;
+}
+
+int pv_check_rm(FILE* backup, const char* pvname) {
+  if (backup == nullptr) {
+    // Not the code of a missing argument: -1 says that a volume was made anew.
+    orv::log_missing_argument();
+    return ORV_OK;
+  }
+  std::rewind(backup);
+  const std::string identifier = identifier_of(backup, orv::text_or_empty(pvname));
+  if (identifier.empty()) return ORV_OK;
+  orv::execute(orv::command("/sbin/pvcreate -u %s /dev/ram1", identifier));
+  return ORV_E_FAILED;
+}

@@ -1,0 +1,42 @@
+#include <orv/lvm.h>
+#include <orv/raid.h>
+
+#include "common/command.h"
+#include "common/families.h"
+#include "common/text.h"
+#include "lvm/vg_backup.h"
+
+namespace {
+
+/// What the repairs return when a lost volume was dealt with; callers then look again.
+constexpr int handled = ORV_E_FAILED;
+
+}  // namespace
+
+int vgcfgrestore(const char* vgname) {
+  return orv::execute(orv::command("/sbin/vgcfgrestore %s", vgname));
+}
+
+int md_vg_resume(const char* vgname, const char* pvname) {
+  const orv::unique_file backup = orv::open_backup(vgname);
+  if (!backup) return ORV_E_NO_VG;
+  const int result = pv_check_rm(backup.get(), pvname);
+  if (result == handled) vgcfgrestore(vgname);
+  return result;
+}
+
+int vg_check_rm(const char* vgname) {
+  const orv::unique_file backup = orv::open_backup(vgname);
+  if (!backup) return ORV_E_NO_VG;
+  orv::scoped_list<tag_mdinfo_list> raids;
+  const int result = raid_get(raids.get());
+  if (result != ORV_OK) return result;
+  for (tag_md_info& md : raids) {
+    if (orv::text_of(md.state) != "inactive") continue;
+    set_raid_faulty(&md);
+    pv_check_rm(backup.get(), md.name);
+    vgcfgrestore(vgname);
+    return handled;
+  }
+  return ORV_OK;
+}
