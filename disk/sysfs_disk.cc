@@ -1,0 +1,49 @@
+#include <orv/disk.h>
+#include <orv/support.h>
+
+#include <optional>
+#include <string>
+
+#include "common/families.h"
+#include "common/handles.h"
+#include "common/log.h"
+#include "common/text.h"
+
+namespace {
+
+/// Up to 256 bytes of a disk's file in sysfs, cleaned; nothing when it cannot be opened or read.
+std::optional<std::string> attribute(const tag_disk_info& disk, const char* file_name) {
+  constexpr int longest = 256;
+  std::string path("/sys/block/");
+  path.append(orv::text_of(disk.name)).append(file_name);
+  const orv::unique_file file(std::fopen(path.c_str(), "re"));
+  if (!file) return std::nullopt;
+  char text[longest + 1] = "";
+  if (std::fread(text, 1, longest, file.get()) == 0 && std::ferror(file.get()) != 0) {
+    return std::nullopt;
+  }
+  return clear_string(text, longest);
+}
+
+/// GiB of a number of 512-byte sectors, rounded to nearest; no number is too large for it.
+uint64_t nearest_gib(uint64_t sectors) { return (sectors >> 21) + ((sectors >> 20) & 1); }
+
+/// Fills what the kernel knows of a disk, up to the first file that cannot be read.
+void fill(tag_disk_info& disk) {
+  const auto size = attribute(disk, "/size");
+  if (!size) return;
+  disk.size = nearest_gib(orv::leading_number(*size));
+  const auto state = attribute(disk, "/device/state");
+  if (!state) return;
+  orv::set_text(disk.state, *state);
+  const auto model = attribute(disk, "/device/model");
+  if (model) orv::set_text(disk.model, *model);
+}
+
+}  // namespace
+
+int get_diskinfo_from_sd(tag_diskinfo_list* list) {
+  if (list == nullptr) return orv::log_missing_argument();
+  for (tag_disk_info& disk : orv::records(list)) fill(disk);
+  return ORV_OK;
+}
