@@ -1,0 +1,196 @@
+#include <cerrno>
+
+#include "tests/fs/machine_with_pools.h"
+
+using testing::IsEmpty;
+
+namespace {
+
+constexpr uint64_t mib_of_10_gib = 10240;
+constexpr char data_mounted[] =
+    "rootfs / rootfs rw 0 0\n/dev/mapper/vg1-data /mnt/data xfs rw,inode64 0 0\n";
+
+class mount_check_of : public fs_test {
+ protected:
+  void mounts(std::string_view text) { machine.file("/proc/mounts", text); }
+  void TearDown() override {
+    EXPECT_EQ(machine.log(), "");
+    EXPECT_THAT(machine.open_descriptors(), IsEmpty());
+  }
+};
+
+TEST_F(mount_check_of, a_mount_directory_succeeds) {
+  mounts(data_mounted);
+  EXPECT_EQ(mount_check("/mnt/data"), ORV_OK);
+  EXPECT_EQ(mount_check("/"), ORV_OK);
+}
+
+TEST_F(mount_check_of, any_other_path_fails) {
+  mounts(data_mounted);
+  for (const char* path : {"/mnt/data/", "/mnt", "/mnt/data2", "mnt/data", "/mnt/data/share",
+                           "/dev/mapper/vg1-data", "xfs", "", "/mnt/data xfs", "$(reboot)"}) {
+    EXPECT_EQ(mount_check(path), ORV_E_FAILED) << path;
+  }
+  EXPECT_EQ(mount_check(nullptr), ORV_E_FAILED);
+  EXPECT_EQ(mount_check(std::string(100000, '/').c_str()), ORV_E_FAILED);
+}
+
+TEST_F(mount_check_of, a_path_fails_without_a_list_of_mounts) {
+  EXPECT_EQ(mount_check("/mnt/data"), ORV_E_FAILED);
+  mounts("");
+  EXPECT_EQ(mount_check("/mnt/data"), ORV_E_FAILED);
+}
+
+TEST_F(mount_check_of, a_path_with_blanks_sees_through_the_escapes_of_the_kernel) {
+  mounts("/dev/a /mnt/my\\040disk xfs rw 0 0\n/dev/b /mnt/a\\011b\\012c\\134d xfs rw 0 0\n");
+  EXPECT_EQ(mount_check("/mnt/my disk"), ORV_OK);
+  EXPECT_EQ(mount_check("/mnt/a\tb\nc\\d"), ORV_OK);
+  EXPECT_EQ(mount_check("/mnt/my\\040disk"), ORV_E_FAILED);
+}
+
+TEST_F(mount_check_of, a_path_is_found_between_broken_lines) {
+  mounts("word\n\n" + std::string(100000, 'x') + " /mnt/x\nover /mnt/o overlay " +
+         std::string(5000, 'o') + " 0 0\n/dev/a /mnt/data");
+  EXPECT_EQ(mount_check(""), ORV_E_FAILED);
+  EXPECT_EQ(mount_check("/mnt/o"), ORV_OK);
+  EXPECT_EQ(mount_check("/mnt/data"), ORV_OK);
+}
+
+class mountfs : public pools_test {
+ protected:
+  void TearDown() override {
+    EXPECT_THAT(machine.temp_files(), IsEmpty());
+    EXPECT_THAT(machine.open_descriptors(), IsEmpty());
+  }
+};
+
+void expect_facts(const tag_fs_info& fs, const std::string& state, const std::string& group,
+                  const std::string& enclosure, uint64_t size) {
+  EXPECT_EQ(fs.state, state) << fs.devname;
+  EXPECT_EQ(fs.vgname, group) << fs.devname;
+  EXPECT_EQ(fs.enclosure, enclosure) << fs.devname;
+  EXPECT_EQ(fs.size, size) << fs.devname;
+  EXPECT_EQ(fs.used, 0U) << fs.devname;
+}
+
+TEST_F(mountfs, completes_a_mounted_file_system_from_its_pool) {
+  lvdisplay().prints(two_pools);
+  mounts("/dev/mapper/vg1-data /mnt/data xfs rw 0 0\n/dev/mapper/x /mnt/cold xfs rw 0 0\n");
+  fs_list list;
+  list.add("/dev/vg1/data", "/mnt/data");
+  list.add("/dev/vg1/cold", "/mnt/cold");
+  EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
+  expect_facts(*list.records()[0], "available", "vg1", "2", mib_of_10_gib);
+  expect_facts(*list.records()[1], "not available", "vg1", "2", 4096);
+  EXPECT_EQ(machine.log(), "");
+}
+
+TEST_F(mountfs, completes_an_unmounted_file_system_from_its_pool_but_for_the_state) {
+  lvdisplay().prints(two_pools);
+  fs_list list;
+  list.add("/dev/vg1/data", "/mnt/data");
+  EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
+  expect_facts(list.only(), "umount", "vg1", "2", mib_of_10_gib);
+}
+
+TEST_F(mountfs, calls_a_mounted_file_system_without_a_pool_not_available) {
+  lvdisplay().prints(two_pools);
+  mounts("/dev/sdx1 /mnt/usb xfs rw 0 0\n");
+  fs_list list;
+  list.add("/dev/vg1/gone", "/mnt/usb");
+  EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
+  expect_facts(list.only(), "not available", "", "", 0);
+}
+
+TEST_F(mountfs, knows_nothing_but_the_state_of_an_unmounted_file_system_without_a_pool) {
+  lvdisplay().prints("");
+  fs_list list;
+  list.add("/dev/vg1/gone", "/mnt/gone");
+  EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
+  expect_facts(list.only(), "umount", "", "", 0);
+  fs_list_show(list.get());
+  EXPECT_EQ(machine.output(), "/dev/vg1/gone\t/mnt/gone\tumount\t0M\t0M\tN.A.\tN.A.\n");
+}
+
+TEST_F(mountfs, leaves_alone_what_the_mount_table_told_when_there_is_no_pool) {
+  lvdisplay().prints("");
+  table("/dev/vg9/gone /mnt/gone xfs\n");
+  fs_list list;
+  ASSERT_EQ(mdfstab_get(list.get()), ORV_OK);
+  EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
+  expect_facts(list.only(), "umount", "vg9", "", 0);
+}
+
+TEST_F(mountfs, takes_everything_for_unmounted_without_a_list_of_mounts) {
+  lvdisplay().prints(two_pools);
+  machine.remove("/proc/mounts");
+  fs_list list;
+  list.add("/dev/vg1/data", "/mnt/data");
+  EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
+  expect_facts(list.only(), "umount", "vg1", "2", mib_of_10_gib);
+}
+
+TEST_F(mountfs, compares_the_whole_device_path) {
+  lvdisplay().prints(two_pools);
+  fs_list list;
+  list.add("/dev/vg1/dat", "/mnt/a");
+  list.add("/dev/vg1/data2", "/mnt/b");
+  list.add("data", "/mnt/c");
+  EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
+  for (const tag_fs_info* fs : list.records()) expect_facts(*fs, "umount", "", "", 0);
+}
+
+TEST_F(mountfs, finds_a_mount_point_with_blanks) {
+  lvdisplay().prints(two_pools);
+  mounts("/dev/mapper/vg1-data /mnt/my\\040disk xfs rw 0 0\n");
+  table("/dev/vg1/data /mnt/my\\040disk xfs\n");
+  fs_list list;
+  ASSERT_EQ(mdfstab_get(list.get()), ORV_OK);
+  EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
+  expect_facts(list.only(), "available", "vg1", "2", mib_of_10_gib);
+}
+
+TEST_F(mountfs, takes_a_file_system_without_a_mount_point_for_unmounted) {
+  lvdisplay().prints(two_pools);
+  mounts("word\n");
+  fs_list list;
+  list.add("/dev/vg1/data", "");
+  EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
+  expect_facts(list.only(), "umount", "vg1", "2", mib_of_10_gib);
+}
+
+TEST_F(mountfs, uses_what_a_failing_tool_has_listed) {
+  lvdisplay().prints(two_pools).fails(5);
+  mounts(data_mounted);
+  fs_list list;
+  list.add("/dev/vg1/data", "/mnt/data");
+  EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
+  expect_facts(list.only(), "available", "vg1", "2", mib_of_10_gib);
+}
+
+TEST_F(mountfs, reports_pools_that_cannot_be_listed_and_changes_no_record) {
+  machine.fail("mkstemp", EMFILE);
+  fs_list list;
+  list.add("/dev/vg1/data", "/mnt/data");
+  EXPECT_EQ(mountfs_get(list.get()), ORV_E_LVDISPLAY);
+  expect_facts(list.only(), "", "", "", 0);
+  ASSERT_FALSE(machine.log_lines().empty());
+  EXPECT_EQ(machine.log_lines().back(), "mountfs_get[N]: return with -1050");
+  EXPECT_FALSE(machine.log().ends_with('\n'));
+  EXPECT_THAT(machine.commands(), IsEmpty());
+}
+
+TEST_F(mountfs, accepts_an_empty_list) {
+  lvdisplay().prints(two_pools);
+  fs_list list;
+  EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
+  EXPECT_THAT(list.records(), IsEmpty());
+}
+
+TEST_F(mountfs, refuses_a_missing_list) {
+  EXPECT_EQ(mountfs_get(nullptr), ORV_E_FAILED);
+  EXPECT_EQ(machine.log(), "mountfs_get:N return -1 with Invalid argument\n");
+  EXPECT_THAT(machine.commands(), IsEmpty());
+}
+
+}  // namespace
