@@ -1,0 +1,93 @@
+# shellcheck shell=bash
+# What scenarios share. A scenario begins with
+#
+#   set -euo pipefail
+#   source "$ORV_VM_LIB"
+#
+# and consists of commands that must work and of checks. A failed check is reported and the scenario
+# goes on; at its end it fails when a check failed or when nothing was checked.
+
+checks=0
+failed_checks=0
+
+close_scenario() {
+  local code=$?
+  echo "$checks checks, $failed_checks failed"
+  [ "$code" -eq 0 ] || echo "the scenario stopped early with exit code $code"
+  [ "$checks" -gt 0 ] && [ "$failed_checks" -eq 0 ] && [ "$code" -eq 0 ] || exit 1
+}
+trap close_scenario EXIT
+
+# report RESULT DESCRIPTION DETAILS
+report() {
+  checks=$((checks + 1))
+  if [ "$1" -eq 0 ]; then
+    echo "ok      $2"
+  else
+    failed_checks=$((failed_checks + 1))
+    echo "FAILED  $2"
+    printf '        | %s\n' "${3//$'\n'/$'\n        | '}"
+  fi
+}
+
+# check DESCRIPTION COMMAND...: the command succeeds.
+check() {
+  local description=$1 output result=0
+  shift
+  output=$("$@" 2>&1) || result=$?
+  report "$result" "$description" "$* -> $result"$'\n'"$output"
+}
+
+# check_not DESCRIPTION COMMAND...: the command fails.
+check_not() {
+  local description=$1 output result=0
+  shift
+  output=$("$@" 2>&1) || result=$?
+  report $((result == 0)) "$description" "$* -> $result"$'\n'"$output"
+}
+
+# same DESCRIPTION EXPECTED ACTUAL: two texts are equal.
+same() {
+  local result=0
+  [ "$2" = "$3" ] || result=1
+  report "$result" "$1" "expected: $2"$'\n'"actual:   $3"
+}
+
+# eventually SECONDS COMMAND...: repeats the command until it succeeds.
+eventually() {
+  local end=$((SECONDS + $1))
+  shift
+  until "$@" >/dev/null 2>&1; do
+    [ "$SECONDS" -lt "$end" ] || return 1
+    sleep 0.2
+  done
+}
+
+# member_state ARRAY DISK: the word that the kernel has for a member.
+member_state() { cat "/sys/block/$1/md/dev-$2/state"; }
+
+sync_action() { cat "/sys/block/$1/md/sync_action"; }
+
+is_idle() { [ "$(sync_action "$1")" = idle ] && [ "$(cat "/sys/block/$1/md/degraded")" = 0 ]; }
+
+# Rebuilds crawl, so that they can be watched, or run as fast as the machine can.
+slow_rebuilds() { set_rebuild_speed 2000 2000; }
+fast_rebuilds() { set_rebuild_speed 1000000 2000000; }
+
+set_rebuild_speed() {
+  echo "$1" >/proc/sys/dev/raid/speed_limit_min
+  echo "$2" >/proc/sys/dev/raid/speed_limit_max
+}
+
+# examine_all: what every data disk says about itself, for comparing before and after.
+examine_all() {
+  local disk
+  for disk in /dev/sd[a-z]; do
+    echo "$disk"
+    mdadm --examine "$disk" 2>&1 || true
+    wipefs "$disk"
+  done
+}
+
+# random_file FILE MEGABYTES
+random_file() { dd if=/dev/urandom of="$1" bs=1M count="$2" status=none; }
