@@ -1,0 +1,222 @@
+#include "libc.h"
+
+#include <dirent.h>
+#include <dlfcn.h>
+#include <sys/stat.h>
+#include <sys/statfs.h>
+#include <sys/time.h>
+#include <sys/utsname.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <mutex>
+#include <stdexcept>
+
+namespace sandbox::libc {
+namespace {
+
+struct fault {
+  int error;
+  int nth_call;  // 0: every call
+  int calls = 0;
+};
+
+struct temp_file {
+  std::string name;
+  std::string pattern;
+};
+
+struct bent {
+  std::mutex guard;
+  std::map<std::string, fault, std::less<>> faults;
+  std::map<std::string, disk_space, std::less<>> spaces;
+  std::vector<temp_file> temp_files;
+  std::string kernel_release;
+};
+
+bent& state() {
+  static bent the_state;
+  return the_state;
+}
+
+// These functions are called long before main(); until a machine is there nothing is bent.
+constinit std::atomic<bool> any_machine = false;
+
+constexpr std::string_view functions[] = {"fopen",   "fstat",   "fsync",  "gettimeofday",
+                                          "mkstemp", "opendir", "rename", "stat",
+                                          "statfs",  "time",    "uname"};
+
+// Sets errno when this call is to fail.
+bool fails(std::string_view function) {
+  if (!any_machine) return false;
+  const std::lock_guard lock(state().guard);
+  const auto found = state().faults.find(function);
+  if (found == state().faults.end()) return false;
+  auto& fault = found->second;
+  if (fault.nth_call != 0 && ++fault.calls != fault.nth_call) return false;
+  errno = fault.error;
+  return true;
+}
+
+void note_temp_file(const std::string& pattern, const char* name) {
+  if (!any_machine) return;
+  const std::lock_guard lock(state().guard);
+  state().temp_files.push_back({name, pattern});
+}
+
+template <class space>
+int bent_statfs(int result, const char* path, space* found) {
+  if (!any_machine || path == nullptr) return result;
+  const std::lock_guard lock(state().guard);
+  const auto bent = state().spaces.find(path);
+  if (bent == state().spaces.end()) return result;
+  *found = {};
+  found->f_bsize = bent->second.block_size;
+  found->f_frsize = bent->second.block_size;
+  found->f_blocks = bent->second.blocks;
+  found->f_bfree = bent->second.available;
+  found->f_bavail = bent->second.available;
+  return 0;
+}
+
+int bent_uname(int result, utsname* found) {
+  if (!any_machine || result != 0) return result;
+  const std::lock_guard lock(state().guard);
+  const auto size = state().kernel_release.copy(found->release, sizeof found->release - 1);
+  found->release[size] = '\0';
+  return result;
+}
+
+}  // namespace
+
+void reset() {
+  const std::lock_guard lock(state().guard);
+  state().faults.clear();
+  state().spaces.clear();
+  state().temp_files.clear();
+  state().kernel_release = "6.1.0-test";
+  any_machine = true;
+}
+
+void fail(std::string_view function, int error, int nth_call) {
+  if (std::find(std::begin(functions), std::end(functions), function) == std::end(functions))
+    throw std::invalid_argument("no way to make " + std::string(function) + " fail");
+  const std::lock_guard lock(state().guard);
+  state().faults.insert_or_assign(std::string(function), fault{error, nth_call});
+}
+
+void set_kernel_release(std::string_view release) {
+  const std::lock_guard lock(state().guard);
+  state().kernel_release = release;
+}
+
+void set_disk_space(const std::string& path, const disk_space& space) {
+  const std::lock_guard lock(state().guard);
+  state().spaces.insert_or_assign(path, space);
+}
+
+std::string with_templates(std::string text) {
+  const std::lock_guard lock(state().guard);
+  for (const auto& [name, pattern] : state().temp_files) {
+    for (size_t at = 0; (at = text.find(name, at)) != std::string::npos; at += pattern.size())
+      text.replace(at, name.size(), pattern);
+  }
+  return text;
+}
+
+}  // namespace sandbox::libc
+
+namespace {
+
+using sandbox::libc::fails;
+
+// The C library's own function of this name.
+template <class result, class... parameters, class... arguments>
+result real(result (*)(parameters...), const char* symbol, arguments... values) {
+  const auto function = reinterpret_cast<result (*)(parameters...)>(::dlsym(RTLD_NEXT, symbol));
+  return function(values...);
+}
+
+template <class function, class... flags>
+int temp_file(function* self, const char* symbol, char* name, flags... values) {
+  if (fails("mkstemp")) return -1;
+  const std::string pattern = name;
+  const int file = real(self, symbol, name, values...);
+  if (file >= 0) sandbox::libc::note_temp_file(pattern, name);
+  return file;
+}
+
+}  // namespace
+
+// A definition of the C library's `symbol`. The label keeps it clear of the headers, which rename
+// functions for large files and differ in their exception specifications.
+#define DEFINE(result, symbol, ...)                                                                \
+  extern "C" __attribute__((visibility("default"))) result own_##symbol(__VA_ARGS__) asm(#symbol); \
+  extern "C" result own_##symbol(__VA_ARGS__)
+
+DEFINE(FILE*, fopen, const char* path, const char* mode) {
+  return fails("fopen") ? nullptr : real(own_fopen, "fopen", path, mode);
+}
+
+DEFINE(FILE*, fopen64, const char* path, const char* mode) {
+  return fails("fopen") ? nullptr : real(own_fopen64, "fopen64", path, mode);
+}
+
+DEFINE(DIR*, opendir, const char* path) {
+  return fails("opendir") ? nullptr : real(own_opendir, "opendir", path);
+}
+
+DEFINE(int, stat, const char* path, void* found) {
+  return fails("stat") ? -1 : real(own_stat, "stat", path, found);
+}
+
+DEFINE(int, stat64, const char* path, void* found) {
+  return fails("stat") ? -1 : real(own_stat64, "stat64", path, found);
+}
+
+DEFINE(int, fstat, int file, void* found) {
+  return fails("fstat") ? -1 : real(own_fstat, "fstat", file, found);
+}
+
+DEFINE(int, fstat64, int file, void* found) {
+  return fails("fstat") ? -1 : real(own_fstat64, "fstat64", file, found);
+}
+
+DEFINE(int, fsync, int file) { return fails("fsync") ? -1 : real(own_fsync, "fsync", file); }
+
+DEFINE(int, rename, const char* from, const char* to) {
+  return fails("rename") ? -1 : real(own_rename, "rename", from, to);
+}
+
+DEFINE(time_t, time, time_t* now) { return fails("time") ? -1 : real(own_time, "time", now); }
+
+DEFINE(int, gettimeofday, timeval* now, void* zone) {
+  return fails("gettimeofday") ? -1 : real(own_gettimeofday, "gettimeofday", now, zone);
+}
+
+DEFINE(int, mkstemp, char* name) { return temp_file(own_mkstemp, "mkstemp", name); }
+
+DEFINE(int, mkstemp64, char* name) { return temp_file(own_mkstemp64, "mkstemp64", name); }
+
+DEFINE(int, mkostemp, char* name, int flags) {
+  return temp_file(own_mkostemp, "mkostemp", name, flags);
+}
+
+DEFINE(int, mkostemp64, char* name, int flags) {
+  return temp_file(own_mkostemp64, "mkostemp64", name, flags);
+}
+
+DEFINE(int, statfs, const char* path, struct statfs* found) {
+  if (fails("statfs")) return -1;
+  return sandbox::libc::bent_statfs(real(own_statfs, "statfs", path, found), path, found);
+}
+
+DEFINE(int, statfs64, const char* path, struct statfs64* found) {
+  if (fails("statfs")) return -1;
+  return sandbox::libc::bent_statfs(real(own_statfs64, "statfs64", path, found), path, found);
+}
+
+DEFINE(int, uname, utsname* found) {
+  return fails("uname") ? -1 : sandbox::libc::bent_uname(real(own_uname, "uname", found), found);
+}

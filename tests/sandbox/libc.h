@@ -1,0 +1,22 @@
+/// The C library functions that the test can bend. The definitions in the test program come before
+/// the C library's, for the shared libraries under test too.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "sandbox.h"
+
+namespace sandbox::libc {
+
+/// Everything as the C library has it, but for the kernel release.
+void reset();
+
+void fail(std::string_view function, int error, int nth_call);
+void set_kernel_release(std::string_view release);
+void set_disk_space(const std::string& path, const disk_space& space);
+
+/// The text with the names that mkstemp gave out turned back into their templates.
+std::string with_templates(std::string text);
+
+}  // namespace sandbox::libc

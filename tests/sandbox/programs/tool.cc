@@ -1,0 +1,164 @@
+// Every fake tool of the machine: writes down its call and gives the canned answer that fits.
+#include <poll.h>
+#include <sys/auxv.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/wait.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+#include "canned_answer.h"
+
+namespace {
+
+using sandbox::canned_answer;
+using sandbox::record;
+
+const char* own_path() {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel hands pointers over as numbers
+  return reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
+}
+
+std::vector<canned_answer> all_answers() {
+  std::vector<canned_answer> answers;
+  for (size_t number = 0;; ++number) {
+    const auto path = std::string(sandbox::answers_directory) + '/' + std::to_string(number);
+    const auto records = sandbox::unpacked(sandbox::whole_file(path.c_str()));
+    if (records.empty()) return answers;
+    answers.push_back(sandbox::to_answer(records.front()));
+  }
+}
+
+std::vector<int> uses_so_far(size_t answers) {
+  std::vector<int> uses(answers, 0);
+  for (const auto& call : sandbox::unpacked(sandbox::whole_file(sandbox::calls_file))) {
+    const int number = std::stoi(call.at(sandbox::call_answer));
+    if (number >= 0) ++uses.at(static_cast<size_t>(number));
+  }
+  return uses;
+}
+
+// Among answers that are equally close each is given once, in order; then the last without a
+// limit goes on answering. -1: none.
+int choose(const std::vector<canned_answer>& answers, const record& arguments) {
+  const auto uses = uses_so_far(answers.size());
+  for (int close = sandbox::exact_words; close <= sandbox::any_words; ++close) {
+    int unlimited = -1;
+    for (size_t i = 0; i < answers.size(); ++i) {
+      const auto& answer = answers[i];
+      if (answer.close != close || answer.tool != own_path() || !fits(answer, arguments)) continue;
+      const auto number = static_cast<int>(i);
+      if (uses[i] < (answer.times == 0 ? 1 : answer.times)) return number;
+      if (answer.times == 0) unlimited = number;
+    }
+    if (unlimited >= 0) return unlimited;
+  }
+  return -1;
+}
+
+std::string kind_of_input() {
+  struct stat input {};
+  if (::fstat(STDIN_FILENO, &input) != 0) return "closed";
+  if (S_ISCHR(input.st_mode)) return input.st_rdev == ::makedev(1, 3) ? "/dev/null" : "device";
+  if (S_ISFIFO(input.st_mode)) return "pipe";
+  return S_ISSOCK(input.st_mode) ? "socket" : "file";
+}
+
+bool is_shell_trace(int descriptor) {
+  struct stat mine {
+  }, trace{};
+  return ::fstat(descriptor, &mine) == 0 && ::stat(sandbox::trace_file, &trace) == 0 &&
+         mine.st_dev == trace.st_dev && mine.st_ino == trace.st_ino;
+}
+
+// Descriptors that were passed on to the tool, above the three standard ones.
+std::string inherited_descriptors() {
+  std::vector<pollfd> slots(512);
+  for (size_t i = 0; i < slots.size(); ++i) slots[i] = {static_cast<int>(i) + 3, 0, 0};
+  ::poll(slots.data(), slots.size(), 0);
+  std::string numbers;
+  for (const auto& slot : slots) {
+    if ((slot.revents & POLLNVAL) == 0 && !is_shell_trace(slot.fd))
+      numbers += std::to_string(slot.fd) + ' ';
+  }
+  return numbers;
+}
+
+// How the tool was started; taken before it opens anything itself.
+struct surroundings {
+  std::string input = kind_of_input();
+  std::string descriptors = inherited_descriptors();
+};
+
+record call_record(int answer, const surroundings& start, char** argv) {
+  record environment;
+  for (char** entry = environ; *entry != nullptr; ++entry) environment.emplace_back(*entry);
+  record call = {std::to_string(answer), own_path(), start.input, start.descriptors,
+                 std::to_string(environment.size())};
+  call.insert(call.end(), environment.begin(), environment.end());
+  for (; *argv != nullptr; ++argv) call.emplace_back(*argv);
+  return call;
+}
+
+// The child has a clean environment and finds real applets only, no fakes.
+int run_script(const std::string& script, int argc, char** argv) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::clearenv();
+    ::setenv("PATH", "/.sandbox/bin/applets", 1);
+    ::setenv(sandbox::miss_handler_name, sandbox::miss_handler, 1);
+    std::string words[] = {"bash", "-c", script};
+    std::vector<char*> arguments = {words[0].data(), words[1].data(), words[2].data()};
+    arguments.insert(arguments.end(), argv, argv + argc + 1);
+    ::execv("/.sandbox/bin/bash", arguments.data());
+    ::_exit(125);
+  }
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+int give(const canned_answer& answer, int argc, char** argv) {
+  if (answer.delay > 0) ::poll(nullptr, 0, answer.delay);
+  if (answer.real) {
+    ::execv(sandbox::real_tool_for(answer.tool).c_str(), argv);
+    std::perror(answer.tool.c_str());
+    return 125;
+  }
+  sandbox::write_whole(STDOUT_FILENO, answer.output);
+  sandbox::write_whole(STDERR_FILENO, answer.errors);
+  const int result = answer.script.empty() ? 0 : run_script(answer.script, argc, argv);
+  if (answer.signal != 0) {
+    const rlimit no_core = {0, 0};
+    ::setrlimit(RLIMIT_CORE, &no_core);
+    ::signal(answer.signal, SIG_DFL);
+    ::raise(answer.signal);
+  }
+  return answer.exit_code >= 0 ? answer.exit_code : result;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const surroundings start;
+  const int calls = ::open(sandbox::calls_file, O_RDONLY | O_CREAT | O_CLOEXEC, 0600);
+  ::flock(calls, LOCK_EX);  // one call at a time chooses its answer
+  const auto answers = all_answers();
+  const int number = choose(answers, {argv + 1, argv + argc});
+  const bool written =
+      sandbox::append_record(sandbox::calls_file, call_record(number, start, argv));
+  ::close(calls);
+  if (!written) {
+    std::perror(sandbox::calls_file);
+    return 125;
+  }
+  if (number < 0) {
+    std::fprintf(stderr, "%s: the test gives no answer to this call\n", own_path());
+    return 127;
+  }
+  return give(answers[static_cast<size_t>(number)], argc, argv);
+}
