@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 
 #include "capture.h"
@@ -206,7 +207,10 @@ lines machine::list(const std::string& path) const {
   auto names = names_in(must(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), path));
   std::erase(names, ".sandbox");
   const auto start = path.ends_with('/') ? path : path + '/';
-  for (auto& name : names) name = libc::with_templates(start + name).substr(start.size());
+  for (auto& name : names) {
+    name.insert(0, start);
+    name = libc::with_templates(name).substr(start.size());
+  }
   return names;
 }
 
@@ -239,7 +243,8 @@ lines machine::open_descriptors() const {
 }
 
 std::string fixture(const std::string& name) {
-  const int file = open_on_host(ORV_FIXTURES "/" + name, O_RDONLY);
+  const auto path = (std::filesystem::path(ORV_FIXTURES) / name).lexically_normal();
+  const int file = open_on_host(path, O_RDONLY);
   if (file < 0) throw std::runtime_error("no fixture " + name);
   auto text = rest_of_file(file);
   ::close(file);
