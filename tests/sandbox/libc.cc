@@ -150,7 +150,7 @@ int temp_file(function* self, const char* symbol, char* name, flags... values) {
 }  // namespace
 
 // A definition of the C library's `symbol`. The label keeps it clear of the headers, which rename
-// functions for large files and differ in their exception specifications.
+// functions for large files and differ in what they declare noexcept.
 #define DEFINE(result, symbol, ...)                                                                \
   extern "C" __attribute__((visibility("default"))) result own_##symbol(__VA_ARGS__) asm(#symbol); \
   extern "C" result own_##symbol(__VA_ARGS__)

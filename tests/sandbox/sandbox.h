@@ -84,10 +84,9 @@ class fake_tool {
 
 /// One call of a fake tool.
 struct call_record {
-  std::string path;  // of the tool
-  lines words;       // its argument vector
-  std::string
-      input;  // what standard input is: "/dev/null", "pipe", "file", "socket", "closed", ...
+  std::string path;   // of the tool
+  lines words;        // its argument vector
+  std::string input;  // standard input: "/dev/null", "pipe", "file", "socket", "device", "closed"
   std::vector<int> descriptors;  // open ones besides the three standard ones
   std::map<std::string, std::string> environment;
 };
