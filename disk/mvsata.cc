@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "common/captured_output.h"
 #include "common/families.h"
