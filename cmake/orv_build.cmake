@@ -40,7 +40,10 @@ function(orv_add_library name)
     PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:orv_options>)
   # nodelete: the system log keeps a pointer to the ident that the library gave it.
-  target_link_options(${name} PRIVATE -Wl,-z,nodelete)
+  target_link_options(${name} PRIVATE
+    -Wl,-z,nodelete -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/hidden_std.map)
+  set_property(TARGET ${name} APPEND PROPERTY
+    LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/hidden_std.map)
   install(TARGETS ${name} EXPORT orv LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endfunction()
 
