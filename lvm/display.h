@@ -21,9 +21,11 @@ std::optional<std::string> text_column(const char* line, int index);
 uint64_t number_column(const char* line, int index);
 
 constexpr uint64_t whole_gib_of_kib(uint64_t kib) { return kib >> 20; }
-constexpr uint64_t nearest_gib_of_kib(uint64_t kib) { return (kib + 524288) >> 20; }
+constexpr uint64_t nearest_gib_of_kib(uint64_t kib) { return (kib >> 20) + ((kib >> 19) & 1); }
 /// Of sectors of 512 bytes.
-constexpr uint64_t nearest_gib_of_sectors(uint64_t sectors) { return (sectors + 1048576) >> 21; }
+constexpr uint64_t nearest_gib_of_sectors(uint64_t sectors) {
+  return nearest_gib_of_kib(sectors / 2);
+}
 
 /// Prints and logs that the output of a tool cannot be opened, for the reason in `errno`.
 /// @param logged  the code that the log line shows

@@ -11,7 +11,7 @@
 namespace {
 
 /// Compared byte by byte, not number by number: 2.6.9 counts as newer than 2.6.30.
-bool has_large_inodes(const char* release) { return std::strncmp(release, "2.6.30", 7) >= 0; }
+bool has_large_inodes(const char* release) { return std::strcmp(release, "2.6.30") >= 0; }
 
 orv::command mount_command(const char* release, const char* mountpoint, const char* vgname,
                            const char* poolname) {

@@ -3,6 +3,7 @@
 #include <orv/disk.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace orv {
 
@@ -12,7 +13,8 @@ std::string device_of_channel(tag_diskinfo_list* disks, std::string_view channel
   std::string name(channel);
   name.resize(std::max(name.size() + 1, buffer_of_translation));
   if (trans_ch_disk(disks, name.data(), enclosure, 1) != 1) return {};
-  return name.c_str();
+  name.resize(std::strlen(name.data()));
+  return name;
 }
 
 }  // namespace orv

@@ -36,7 +36,7 @@ std::string identifier_of(FILE* backup, std::string_view device) {
   orv::line_reader reader(backup);
   while (!device.empty() && reader.next()) {
     if (!orv::trimmed(reader.line()).starts_with("id =")) continue;
-    const std::string identifier(identifier_in(reader.line()));
+    std::string identifier(identifier_in(reader.line()));
     if (!reader.next()) break;
     if (!identifier.empty() && device_in(reader.line()) == device) return identifier;
   }
