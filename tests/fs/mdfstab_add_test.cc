@@ -78,8 +78,9 @@ TEST_F(mdfstab_add, refuses_a_listed_mount_point) {
 
 TEST_F(mdfstab_add, counts_every_line_whose_second_word_is_the_mount_point) {
   for (const std::string listed :
-       {"/dev/vg0/a /mnt/data", "  \t/dev/vg0/a \t /mnt/data\t ", "# /mnt/data",
-        "#x\t/mnt/data xfs", "/dev/vg0/a /mnt/data xfs\r", "/dev/vg0/a /mnt/dat\\141 xfs"}) {
+       {"/dev/vg0/a /mnt/data", "/dev/vg0/a /mnt/data\r", "  \t/dev/vg0/a \t /mnt/data\t ",
+        "# /mnt/data", "#x\t/mnt/data xfs", "/dev/vg0/a /mnt/data xfs\r",
+        "/dev/vg0/a /mnt/dat\\141 xfs"}) {
     table(listed + "\n");
     EXPECT_EQ(add_mdfstab("/mnt/data", "vg1", "data"), ORV_E_FAILED) << listed;
     EXPECT_EQ(table(), listed + "\n");
@@ -160,7 +161,8 @@ TEST_F(mdfstab_add, writes_a_line_whose_type_just_fits) {
   const std::string mountpoint = "/mnt/" + std::string(232, 'm');
   EXPECT_EQ(add_mdfstab(mountpoint.c_str(), "vg1", "data"), ORV_OK);
   EXPECT_EQ(table(), "/dev/vg1/data\t" + mountpoint + "\txfs\n");
-  EXPECT_EQ(read_back().size(), 1U);
+  EXPECT_EQ(table().size(), 256U);
+  EXPECT_THAT(read_back(), ElementsAre("/dev/vg1/data|" + mountpoint.substr(0, 127) + "|xfs|vg1"));
 }
 
 TEST_F(mdfstab_add, refuses_an_entry_that_the_cut_would_break) {

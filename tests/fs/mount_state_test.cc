@@ -48,6 +48,12 @@ TEST_F(mount_check_of, a_path_with_blanks_sees_through_the_escapes_of_the_kernel
   EXPECT_EQ(mount_check("/mnt/my\\040disk"), ORV_E_FAILED);
 }
 
+TEST_F(mount_check_of, a_long_path_succeeds) {
+  const std::string path = '/' + std::string(4000, 'm');
+  mounts("/dev/a " + path + " xfs rw 0 0\n");
+  EXPECT_EQ(mount_check(path.c_str()), ORV_OK);
+}
+
 TEST_F(mount_check_of, a_path_is_found_between_broken_lines) {
   mounts("word\n\n" + std::string(100000, 'x') + " /mnt/x\nover /mnt/o overlay " +
          std::string(5000, 'o') + " 0 0\n/dev/a /mnt/data");
