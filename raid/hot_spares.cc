@@ -22,9 +22,11 @@ const tag_disk_info* find_disk(tag_diskinfo_list* disks, const tag_disk_info& re
 }
 
 /// Changes the requested disks, or none of them when one has no device name to act on: those of a
-/// RAID controller have none. A request without a disk is passed on with NULL.
+/// RAID controller have none. A request without a disk is passed on with NULL. The
+/// refusal is logged in the name of the caller.
 template <class IsChange, class Change>
-int change_disks(tag_diskinfo_list* req, IsChange is_change, Change change) {
+int change_disks(tag_diskinfo_list* req, IsChange is_change, Change change,
+                 const char* caller = __builtin_FUNCTION()) {
   if (orv::is_empty(req)) return ORV_OK;
   orv::scoped_list<tag_diskinfo_list> disks;
   const int code = disks_info_get(disks.get());
@@ -33,7 +35,7 @@ int change_disks(tag_diskinfo_list* req, IsChange is_change, Change change) {
     const tag_disk_info* const disk = find_disk(disks.get(), request);
     if (disk == nullptr || disk->name[0] != '\0' || !is_change(request)) continue;
     errno = ENODEV;
-    return orv::log_failure(ORV_E_NO_DISK);
+    return orv::log_failure(ORV_E_NO_DISK, caller);
   }
   for (const tag_disk_info& request : orv::records(req)) {
     change(request, find_disk(disks.get(), request));

@@ -101,7 +101,7 @@ member_counts read_members(DIR* directory, const std::string& path, tag_diskinfo
     if (!entry.starts_with(member_beginning)) continue;
     const std::string name = entry.substr(prefix.size());
     copy_enclosure(disks, name, md);
-    const std::string state_path = path + "/" + entry + "/state";
+    const std::string state_path = std::string(path).append("/").append(entry).append("/state");
     add_member(name, get_disk_state(state_path.c_str()), counts, md);
   }
   return counts;

@@ -57,9 +57,10 @@ void read_progress(std::string_view line, tag_md_info& md) {
   const std::optional<uint64_t> kib = words.size() > speed ? speed_of(words[speed]) : std::nullopt;
   if (!kib) return;
   // Whole MiB shown with two decimals: readers of the progress expect the ".00".
-  const double mib = static_cast<double>(*kib / 1024);
+  const uint64_t mib = *kib / 1024;
   char text[sizeof md.progress];
-  const int length = std::snprintf(text, sizeof text, "%s%%(%.2fMB/s)", md.progress, mib);
+  const int length =
+      std::snprintf(text, sizeof text, "%s%%(%.2fMB/s)", md.progress, static_cast<double>(mib));
   if (length > 0) orv::set_text(md.progress, text);
 }
 

@@ -22,8 +22,9 @@ constexpr std::string_view levels_of_checked_removal[] = {"raid5"};
 /// An array and a disk of its enclosure, as a caller names them.
 class array_and_disk {
  public:
-  /// Looks both up. A channel has at most 7 characters.
-  int find(const char* md_name, const char* ch);
+  /// Looks both up; an unknown array is logged in the name of the caller. A channel has at most 7
+  /// characters.
+  int find(const char* md_name, const char* ch, const char* caller = __builtin_FUNCTION());
 
   tag_md_info* array() const { return array_; }
   const char* device() const { return device_; }
@@ -39,7 +40,7 @@ class array_and_disk {
   char device_[256] = "";
 };
 
-int array_and_disk::find(const char* md_name, const char* ch) {
+int array_and_disk::find(const char* md_name, const char* ch, const char* caller) {
   constexpr int channel_size = 8;
   int code = disks_info_get(disks_.get());
   if (code == ORV_OK) code = raid_get(arrays_.get());
@@ -47,11 +48,13 @@ int array_and_disk::find(const char* md_name, const char* ch) {
   array_ = orv::find_array(arrays_.get(), md_name);
   if (array_ == nullptr) {
     errno = ENODEV;
-    return orv::log_failure(ORV_E_NO_RAID);
+    return orv::log_failure(ORV_E_NO_RAID, caller);
   }
   liborv_strncpy(device_, channel_size, ch);
-  // The disks of a RAID controller have no device name to act on.
-  if (trans_ch_disk(disks_.get(), device_, array_->enclosure, 1) == 1 && device_[0] != '\0') {
+  // One of several channels is not what was asked for, and the disks of a RAID controller have no
+  // device name to act on.
+  if (count_disks(ch) == 1 && trans_ch_disk(disks_.get(), device_, array_->enclosure, 1) == 1 &&
+      device_[0] != '\0') {
     return ORV_OK;
   }
   liborv_log_error("'%s' is not invalid disk", ch == nullptr ? "" : ch);
@@ -86,9 +89,10 @@ int check_failed(const array_and_disk& named, const char* ch) {
   return ORV_OK;
 }
 
-int remove_member(const char* md_name, const char* ch, std::span<const std::string_view> levels) {
+int remove_member(const char* md_name, const char* ch, std::span<const std::string_view> levels,
+                  const char* caller = __builtin_FUNCTION()) {
   array_and_disk named;
-  int code = named.find(md_name, ch);
+  int code = named.find(md_name, ch, caller);
   if (code != ORV_OK) return code;
   if (!named.has_level(levels)) {
     liborv_log_error("'%s' is not support remove disk", named.array()->name);

@@ -85,7 +85,7 @@ ORV_API int raid_get(tag_mdinfo_list* list);
 ORV_API int get_mdinfo_from_proc(tag_mdinfo_list* list);
 
 /// Fills level, size and state of the listed arrays from `mdadm --detail`; an array for which mdadm
-/// fails is skipped.
+/// fails is skipped. The text of the size stays in `disks`, which `get_mdinfo_from_sysblock` fills.
 /// @return ORV_OK, ORV_E_MD_DETAIL, or ORV_E_FAILED
 ORV_API int get_mdinfo_from_mdadm(tag_mdinfo_list* list);
 
@@ -106,7 +106,7 @@ ORV_API int get_mdinfo_from_arcadm(tag_mdinfo_list* list);
 /// @return ORV_OK, ORV_E_PARTITIONS, or ORV_E_FAILED
 ORV_API int get_mdinfo_from_partitions(tag_mdinfo_list* list);
 
-/// State of an array member from its sysfs state file.
+/// State of an array member from its sysfs state file, a word or a comma-separated list of words.
 /// @return 1 "faulty", 2 "spare", 3 "in_sync", 0 anything else; -1 when the file cannot be opened,
 ///         printed and logged
 ORV_API int get_disk_state(const char* path);
@@ -177,15 +177,15 @@ ORV_API char* init_raid_disks(const char* names);
 // --- Members and destruction ---------------------------------------------------------------------
 
 /// Adds the disk of a channel (at most 7 characters) of the array's enclosure to the array.
-/// @return ORV_OK; ORV_E_NO_RAID; ORV_E_NO_DISK; ORV_E_RAID_LEVEL_FIXED (raid0); ORV_E_DISK_USED
-/// (this
-///         array or a volume group); the code of a list that could not be read; ORV_E_COMMAND
+/// @return ORV_OK; ORV_E_NO_RAID; ORV_E_NO_DISK; ORV_E_RAID_LEVEL_FIXED (raid0);
+///         ORV_E_DISK_USED (this array or a volume group); the code of a list that could not be
+///         read; ORV_E_COMMAND
 ORV_API int raid_add(const char* md_name, const char* ch);
 
 /// Removes a failed disk from the array.
 /// @return ORV_OK; ORV_E_NO_RAID; ORV_E_NO_DISK (no such disk, or no member);
-/// ORV_E_RAID_LEVEL_FIXED;
-///         ORV_E_NOT_FAULTY; the code of a list that could not be read; ORV_E_COMMAND
+///         ORV_E_RAID_LEVEL_FIXED; ORV_E_NOT_FAULTY; the code of a list that could not be read;
+///         ORV_E_COMMAND
 ORV_API int raid_rm(const char* md_name, const char* ch);
 
 /// As `raid_rm`, for raid5 only.
@@ -228,8 +228,7 @@ ORV_API int found_pv_raid(tag_vg_info* vg, const char* list);
 
 /// Adds (`flag` 1) or removes (`flag` -1) a global hot spare.
 /// @return ORV_OK; on failure the result of the log call; for any other flag `flag` + 1, and
-/// nothing
-///         is run
+///         nothing is run
 ORV_API int disk_set_hotspare(const char* dev, int flag);
 
 /// Wipes a disk.
@@ -239,7 +238,8 @@ ORV_API int clear_disk(const char* dev);
 /// Applies `hotspare` (1 add, -1 remove, 0 nothing) of each requested disk, named by `ch` and
 /// `enclosure`. A disk is wiped before it becomes a spare; a request without a disk is skipped.
 /// @return ORV_OK whatever the tools returned; the code of the disk list when it could not be read,
-///         and then nothing is run; ORV_E_FAILED for NULL
+///         or ORV_E_NO_DISK when a disk to change has no device name (model KTA7120U), and then
+///         nothing is run; ORV_E_FAILED for NULL
 ORV_API int disks_hotspare_set(tag_diskinfo_list* req);
 
 /// Wipes each requested disk, named by `ch` and `enclosure`, and prints each request.

@@ -1,0 +1,146 @@
+#include <climits>
+
+#include "tests/raid/machine_with_disks.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+class hot_spares : public machine_with_disks {
+ protected:
+  void tools_succeed() {
+    machine.tool("/usr/local/bin/hotspare").on("-a ...").if_asked();
+    machine.tool("/usr/local/bin/hotspare").on("-r ...").if_asked();
+    machine.tool("/usr/local/bin/diskformat").on("...").if_asked();
+  }
+  disk_request request;
+};
+
+class hot_spares_of_a_controller : public machine_with_controller {};
+
+TEST_F(hot_spares, are_added_and_removed_by_the_tool) {
+  tools_succeed();
+  EXPECT_EQ(disk_set_hotspare("sda", 1), 0);
+  EXPECT_EQ(disk_set_hotspare("sda", -1), 0);
+  EXPECT_THAT(machine.commands(), ElementsAre("/usr/local/bin/hotspare -a /dev/sda",
+                                              "/usr/local/bin/hotspare -r /dev/sda"));
+}
+
+TEST_F(hot_spares, other_flags_run_nothing) {
+  EXPECT_EQ(disk_set_hotspare("sda", 5), 6);
+  EXPECT_EQ(disk_set_hotspare("sda", 0), 1);
+  EXPECT_EQ(disk_set_hotspare("sda", -2), -1);
+  EXPECT_EQ(disk_set_hotspare("sda", INT_MAX), INT_MAX);
+  EXPECT_THAT(machine.commands(), IsEmpty());
+}
+
+TEST_F(hot_spares, failures_of_the_tools_are_logged) {
+  machine.tool("/usr/local/bin/hotspare").on("-a /dev/sda").fails(3);
+  machine.tool("/usr/local/bin/diskformat").on("/dev/sda").fails(4);
+  EXPECT_EQ(disk_set_hotspare("sda", 1), -1);
+  EXPECT_EQ(clear_disk("sda"), -1);
+  EXPECT_THAT(machine.log_lines(),
+              ElementsAre(StartsWith(failed_command("/usr/local/bin/hotspare -a /dev/sda", 3)),
+                          StartsWith(failed_command("/usr/local/bin/diskformat /dev/sda", 4))));
+}
+
+TEST_F(hot_spares, disk_without_a_name_is_not_touched) {
+  EXPECT_EQ(disk_set_hotspare("", 1), -1);
+  EXPECT_EQ(disk_set_hotspare(nullptr, -1), -1);
+  EXPECT_EQ(clear_disk(nullptr), -1);
+  EXPECT_EQ(clear_disk(""), -1);
+  EXPECT_THAT(machine.commands(), IsEmpty());
+  EXPECT_EQ(machine.log_lines().size(), 4u);
+}
+
+TEST_F(hot_spares, disk_is_wiped_before_it_becomes_a_spare) {
+  tools_succeed();
+  request.add(2, "1", 1);
+  request.add(3, "1", -1);
+  request.add(4, "1", 0);
+  request.add(5, "1", 7);
+  EXPECT_EQ(disks_hotspare_set(request.get()), 0);
+  EXPECT_THAT(changes(), ElementsAre("/usr/local/bin/diskformat /dev/sdb",
+                                     "/usr/local/bin/hotspare -a /dev/sdb",
+                                     "/usr/local/bin/hotspare -r /dev/sdc"));
+}
+
+TEST_F(hot_spares, channel_of_another_enclosure_is_skipped) {
+  put_in_main_chassis(3, "sdm");
+  request.add(1, "0", 1);
+  request.add(9, "1", 1);
+  request.add(3, "2", -1);
+  EXPECT_EQ(disks_hotspare_set(request.get()), 0);
+  EXPECT_THAT(changes(), IsEmpty());
+  EXPECT_EQ(machine.log(), "");
+  tools_succeed();
+  request.add(3, "0", -1);
+  disks_hotspare_set(request.get());
+  EXPECT_THAT(changes(), ElementsAre("/usr/local/bin/hotspare -r /dev/sdm"));
+}
+
+TEST_F(hot_spares, result_is_good_whatever_the_tools_return) {
+  machine.tool("/usr/local/bin/hotspare").on("-a ...").fails(1);
+  machine.tool("/usr/local/bin/diskformat").on("...").fails(1);
+  request.add(1, "1", 1);
+  request.add(2, "1", 1);
+  EXPECT_EQ(disks_hotspare_set(request.get()), 0);
+  EXPECT_EQ(changes().size(), 4u);
+  EXPECT_EQ(machine.log_lines().size(), 4u);
+}
+
+TEST_F(hot_spares, nothing_is_run_when_the_disks_cannot_be_read) {
+  hot_spares_unknown();
+  request.add(1, "1", 1);
+  EXPECT_EQ(disks_hotspare_set(request.get()), -11000);
+  EXPECT_EQ(disks_clear(request.get()), -11000);
+  machine.remove("/proc/scsi");
+  EXPECT_EQ(disks_hotspare_set(request.get()), -1021);
+  EXPECT_EQ(disks_clear(request.get()), -1021);
+  EXPECT_THAT(changes(), IsEmpty());
+  EXPECT_EQ(machine.output(), "");
+}
+
+TEST_F(hot_spares, empty_request_is_done_at_once) {
+  EXPECT_EQ(disks_hotspare_set(request.get()), 0);
+  EXPECT_EQ(disks_clear(request.get()), 0);
+  EXPECT_THAT(machine.commands(), IsEmpty());
+  EXPECT_EQ(disks_hotspare_set(nullptr), ORV_E_FAILED);
+  EXPECT_EQ(disks_clear(nullptr), ORV_E_FAILED);
+}
+
+TEST_F(hot_spares, clearing_prints_every_request_and_wipes_what_is_there) {
+  machine.tool("/usr/local/bin/diskformat").on("/dev/sda").fails(1);
+  machine.tool("/usr/local/bin/diskformat").on("/dev/sdf");
+  request.add(1, "1", 0, "x");
+  request.add(7, "1");
+  request.add(6, "1");
+  EXPECT_EQ(disks_clear(request.get()), 0);
+  EXPECT_EQ(machine.output(),
+            "disk : ch = 1, devcie = 1, name = x\n"
+            "disk : ch = 7, devcie = 1, name = \n"
+            "disk : ch = 6, devcie = 1, name = \n");
+  EXPECT_THAT(changes(), ElementsAre("/usr/local/bin/diskformat /dev/sda",
+                                     "/usr/local/bin/diskformat /dev/sdf"));
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
+}
+
+TEST_F(hot_spares_of_a_controller, are_refused_since_its_disks_have_no_device) {
+  disk_request request;
+  request.add(3, "0", 1);
+  EXPECT_EQ(disks_hotspare_set(request.get()), -2033);
+  EXPECT_EQ(disks_clear(request.get()), -2033);
+  EXPECT_EQ(machine.log(),
+            "disks_hotspare_set:N return -2033 with No such device\n"
+            "disks_clear:N return -2033 with No such device\n");
+  EXPECT_THAT(changes(), IsEmpty());
+  EXPECT_EQ(machine.output(), "");
+}
+
+TEST_F(hot_spares_of_a_controller, requests_that_change_nothing_are_no_error) {
+  disk_request request;
+  request.add(3, "0", 0);
+  request.add(4, "0", 1);
+  EXPECT_EQ(disks_hotspare_set(request.get()), 0);
+  EXPECT_THAT(changes(), IsEmpty());
+}

@@ -1,0 +1,98 @@
+#include <cerrno>
+
+#include "tests/raid/machine_with_disks.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class raid_get_of_md : public machine_with_disks {
+ protected:
+  md_list list;
+};
+class raid_get_of_a_controller : public machine_with_controller {
+ protected:
+  md_list list;
+};
+
+TEST_F(raid_get_of_md, reads_every_source_in_turn) {
+  machine.file(
+      "/proc/mdstat",
+      "Personalities : [raid1]\n"
+      "md0 : active raid1 sdb[2] sda[0]\n"
+      "      1048576 blocks super 1.2 [2/1] [U_]\n"
+      "      [===>.................]  recovery = 18.4% (1/2) finish=0.1min speed=9472K/sec\n"
+      "\n"
+      "unused devices: <none>\n");
+  machine.file("/told/detail/md0",
+               "        Raid Level : raid1\n        Array Size : 1048576 (1.00 GiB 1.07 GB)\n"
+               "             State : clean, degraded, recovering \n");
+  put_members("md0", 2, {{"sda"}});
+  EXPECT_EQ(raid_get(list.get()), ORV_OK);
+  const tag_md_info& md = list.only();
+  EXPECT_STREQ(md.name, "md0");
+  EXPECT_STREQ(md.level, "raid1");
+  EXPECT_STREQ(md.state, "clean, degraded, recovering");
+  EXPECT_STREQ(md.progress, "18.4%(9.00MB/s)");
+  EXPECT_EQ(md.size, 1u);
+  EXPECT_EQ(md.size2, 0u);
+  EXPECT_STREQ(md.disks, "sda,*(M)");
+  EXPECT_STREQ(md.enclosure, "1");
+  EXPECT_THAT(machine.commands(),
+              ElementsAre("cat /proc/mdstat > /tmp/mdstat.XXXXXX",
+                          "/sbin/mdadm --detail /dev/md0 > /tmp/md0.XXXXXX",
+                          "cat /proc/scsi/mvSata/1 > /tmp/disk1.XXXXXX",
+                          "/usr/local/bin/hotspare --list > /tmp/hotspare.XXXXXX",
+                          "cat /proc/mdstat > /tmp/mdstat.XXXXXX"));
+  EXPECT_EQ(machine.log(), "");
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
+}
+
+TEST_F(raid_get_of_md, lists_an_array_that_mdadm_cannot_describe) {
+  put_array("md0", "raid1", {{"sda"}, {"sdb"}});
+  put_array("md1", "raid0", {{"sdc"}, {"sdd"}});
+  machine.remove("/told/detail/md0");
+  EXPECT_EQ(raid_get(list.get()), ORV_OK);
+  EXPECT_STREQ(list.records()[0]->level, "");
+  EXPECT_STREQ(list.records()[0]->state, "inactive");
+  EXPECT_EQ(found_disk(list.records()[0]->disks, "sda"), 1);
+  EXPECT_STREQ(list.records()[1]->level, "raid0");
+  EXPECT_STREQ(list.records()[1]->state, "clean");
+  EXPECT_EQ(machine.log_lines().size(), 1u);
+}
+
+TEST_F(raid_get_of_md, goes_on_when_the_details_cannot_be_opened) {
+  put_array("md0", "raid1", {{"sda"}});
+  machine.fail("fopen", EMFILE, 3);  // After the device model and the array status.
+  EXPECT_EQ(raid_get(list.get()), ORV_OK);
+  EXPECT_STREQ(list.only().level, "");
+  EXPECT_STREQ(list.only().disks, "sda");
+  EXPECT_EQ(machine.log(), "get_mdinfo_from_mdadm:N return -1030 with Too many open files\n");
+}
+
+TEST_F(raid_get_of_md, returns_the_code_of_the_source_that_failed) {
+  put_array("md0", "raid1", {{"sda"}});
+  machine.remove("/sys/block/md0");
+  EXPECT_EQ(raid_get(list.get()), -1032);
+  EXPECT_THAT(list.names(), ElementsAre("md0"));
+  arrays_unknown();
+  EXPECT_EQ(raid_get(list.get()), -11000);
+  EXPECT_EQ(raid_get(nullptr), ORV_E_FAILED);
+}
+
+TEST_F(raid_get_of_md, treats_an_unknown_model_as_one_without_controller) {
+  put_array("md0", "raid1", {{"sda"}});
+  machine.remove("/etc/sys_info");
+  EXPECT_EQ(raid_get(list.get()), ORV_OK);
+  EXPECT_THAT(list.names(), ElementsAre("md0"));
+  model("KTA7120");
+  EXPECT_EQ(raid_get(list.get()), ORV_OK);
+}
+
+TEST_F(raid_get_of_a_controller, reads_only_the_controller) {
+  EXPECT_EQ(raid_get(list.get()), ORV_OK);
+  EXPECT_STREQ(list.only().name, "md0");
+  EXPECT_STREQ(list.only().level, "raid5");
+  EXPECT_STREQ(list.only().disks, "1,2");
+  EXPECT_STREQ(list.only().enclosure, "sdb");
+  EXPECT_EQ(machine.commands().size(), 1u);
+}
