@@ -31,14 +31,14 @@ std::string_view identifier_in(std::string_view line) {
   return line.substr(first + 1, last - first - 1);
 }
 
-/// The identifier of a device: the device's line directly follows it. Empty when there is none.
+/// The identifier of a device: the device's line directly follows it. Empty when it has none.
 std::string identifier_of(FILE* backup, std::string_view device) {
   orv::line_reader reader(backup);
   while (!device.empty() && reader.next()) {
     if (!orv::trimmed(reader.line()).starts_with("id =")) continue;
     std::string identifier(identifier_in(reader.line()));
     if (!reader.next()) break;
-    if (!identifier.empty() && device_in(reader.line()) == device) return identifier;
+    if (device_in(reader.line()) == device) return identifier;
   }
   return {};
 }

@@ -48,8 +48,7 @@ class vg_backup : public storage_machine {
   }
   int recreate(const char* volume) {
     const orv::unique_file file(std::fopen("/etc/lvm/backup/vg0", "re"));
-    char skipped[64];
-    EXPECT_NE(std::fgets(skipped, sizeof skipped, file.get()), nullptr);
+    EXPECT_EQ(std::fseek(file.get(), 0, SEEK_END), 0);
     return pv_check_rm(file.get(), volume);
   }
 };
@@ -130,7 +129,7 @@ TEST_F(vg_backup, runs_nothing_for_a_volume_that_it_does_not_hold) {
 
 TEST_F(vg_backup, needs_the_device_directly_behind_a_whole_identifier) {
   backup(
-      "#\nid = \"a\"\nseqno = 1\ndevice = \"/dev/md1\"\n"
+      "id = \"a\"\nseqno = 1\ndevice = \"/dev/md1\"\n"
       "id = \"\ndevice = \"/dev/md1\"\nid = b\ndevice = \"/dev/md1\"\n"
       "id = \"\"\ndevice = \"/dev/md1\"\nid=\"c\"\ndevice = \"/dev/md1\"\n"
       "id = \"d\"\ndevice = \"/dev/md1\nid = \"e\"");
@@ -140,7 +139,7 @@ TEST_F(vg_backup, needs_the_device_directly_behind_a_whole_identifier) {
 
 TEST_F(vg_backup, passes_a_strange_identifier_as_one_word) {
   changer("/sbin/pvcreate");
-  backup("#\nid = \"a\"; reboot; \"b\"\ndevice = \"/dev/md1\"\n");
+  backup("id = \"a\"; reboot; \"b\"\ndevice = \"/dev/md1\"\n");
   EXPECT_EQ(recreate("md1"), -1);
   EXPECT_THAT(machine.calls(),
               ElementsAre(ElementsAre("/sbin/pvcreate", "-u", "a\"; reboot; \"b", "/dev/ram1")));

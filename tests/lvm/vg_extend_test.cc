@@ -53,7 +53,9 @@ TEST_F(vg_extend_request, passes_on_why_a_volume_is_refused) {
 }
 
 TEST_F(vg_extend_request, does_not_cut_a_long_name_into_another_one) {
-  EXPECT_EQ(vg_extend("vg0", (std::string(30, ',') + "34").c_str(), "0"), -2042);
+  for (std::size_t commas = 28; commas < 32; ++commas) {
+    EXPECT_EQ(vg_extend("vg0", (std::string(commas, ',') + "34").c_str(), "0"), -2042);
+  }
   EXPECT_EQ(vg_extend("vg0", std::string(1000, '3').c_str(), "0"), -2042);
   EXPECT_EQ(vg_extend("vg0", ("md2" + std::string(1000, 'x')).c_str(), "0"), -2044);
   EXPECT_THAT(changes(), IsEmpty());
