@@ -17,6 +17,10 @@ fast_rebuilds
 check "an array is made" mdadm -C /dev/md0 -l 5 -n 3 -R /dev/sda /dev/sdb /dev/sdc
 check "its node appears" test -b /dev/md0
 check "its first rebuild ends" eventually 60 is_idle md0
+mdadm -q /dev/md0 -f /dev/sdb
+eventually 5 test ! -e /sys/block/md0/md/rd1
+check "a failed member can be removed with -r" mdadm --manage /dev/md0 -r /dev/sdb
+check_not "and is no member any more" test -e /sys/block/md0/md/dev-sdb
 pvcreate -q /dev/md0
 vgcreate -q vg1 /dev/md0
 check "a volume is made" lvcreate -q -L 500M -n data vg1
@@ -46,14 +50,14 @@ check "a lost physical volume can be made anew on a RAM disk" \
 
 mvsata sda=1 sdb=9 sdc=7@3
 same "the disk driver has a file for each disk" 3 "$(find /proc/scsi/mvSata -type f | wc -l)"
-check "a disk that was in an array can be wiped" diskformat /dev/sda
-check_not "then it has no superblock" mdadm --examine /dev/sda
+check "a disk that was in an array can be wiped" diskformat /dev/sdb
+check_not "then it has no superblock" mdadm --examine /dev/sdb
 mkfs.ext4 -q /dev/sde
 mount /dev/sde /mnt
 check_not "a mounted disk is not wiped" diskformat /dev/sde
 umount /mnt
-mdadm -q -A /dev/md0 -R /dev/sdb /dev/sdc
-check_not "a member of an array is not wiped" diskformat /dev/sdb
+mdadm -q -A /dev/md0 -R /dev/sda /dev/sdc
+check_not "a member of an array is not wiped" diskformat /dev/sdc
 
 same "there is no hot spare at first" "Global hotspare disk:" "$(hotspare --list)"
 hotspare -a /dev/sdd
