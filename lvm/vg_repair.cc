@@ -33,6 +33,8 @@ int vg_check_rm(const char* vgname) {
   if (result != ORV_OK) return result;
   for (tag_md_info& md : raids) {
     if (orv::text_of(md.state) != "inactive") continue;
+    // An array that mdadm could not describe has no level, and "inactive" is only its default.
+    if (md.level[0] == '\0') return ORV_E_COMMAND;
     set_raid_faulty(&md);
     pv_check_rm(backup.get(), md.name);
     vgcfgrestore(vgname);

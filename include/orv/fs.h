@@ -69,7 +69,7 @@ ORV_API int get_usedsize_from_df(tag_fsinfo_list* list);
 ///         ORV_E_FAILED when it cannot be read
 ORV_API int fs_check(const char* poolname);
 /// @return 0 when exactly `path` is mounted; ORV_E_FAILED when not, or "/proc/mounts" cannot be
-/// read
+///         read
 ORV_API int mount_check(const char* path);
 
 // --- Mount table ---------------------------------------------------------------------------------

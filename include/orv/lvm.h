@@ -124,9 +124,8 @@ ORV_API void pool_list_show(const tag_poolinfo_list* list);
 
 /// Appends the machine's volume groups with their physical volumes to an initialised list.
 /// @return ORV_OK; ORV_E_COMMAND when an LVM tool failed; ORV_E_VGDISPLAY or ORV_E_PVDISPLAY when
-/// its
-///         output cannot be opened (it stays in /tmp then); ORV_E_MODEL_QUERY; ORV_E_FAILED for a
-///         NULL list. Groups found before a failure stay in the list.
+///         its output cannot be opened (it stays in /tmp then); ORV_E_MODEL_QUERY; ORV_E_FAILED for
+///         a NULL list. Groups found before a failure stay in the list.
 ORV_API int vg_get(tag_vginfo_list* list);
 
 /// Appends one group per line of `vgdisplay -c`.
@@ -152,8 +151,7 @@ ORV_API int check_pv(tag_pvinfo_list* list);
 /// Creates a volume group from a request: `vgname` and `pvs`, each with `pvname` and `enclosure`.
 /// Whole disks are wiped; their names in the request become device names.
 /// @return ORV_OK; a code of `check_vg` or `check_pvname`; the code of a list that could not be
-/// read;
-///         ORV_E_COMMAND when an LVM tool failed (physical volumes already made stay);
+///         read; ORV_E_COMMAND when an LVM tool failed (physical volumes already made stay);
 ///         ORV_E_FAILED for NULL
 ORV_API int vg_create(tag_vg_info* vg);
 /// Makes the physical volumes (device names) and the group, without a check.
@@ -166,8 +164,7 @@ ORV_API int check_vg(tag_vg_info* vg);
 /// device name in place.
 /// @param pvname  channel or array name, in a buffer of 32 bytes
 /// @return ORV_OK; ORV_E_PV_NO_RAID; ORV_E_PV_CHANNEL; ORV_E_PV_DISK_USED; ORV_E_PV_USED; the code
-/// of
-///         a list that could not be read
+///         of a list that could not be read
 ORV_API int check_pvname(tag_diskinfo_list* disks, char* pvname, const char* enclosure);
 
 /// Adds a channel or an array to a volume group of the same enclosure.
@@ -204,13 +201,13 @@ ORV_API int check_ch_in_raid(const char* chlist);
 /// First "sd" or "md" device of a group, from LVM's backup of its metadata.
 /// @param dev  receives the device name; 256 bytes hold any
 /// @return ORV_OK; ORV_E_NO_VG when there is no backup or no such device, and then `dev` is
-/// unchanged
+///         unchanged
 ORV_API int vg_get_pv(const char* vgname, char* dev);
 /// Repairs a group one of whose arrays is inactive: fails the array's members, gives its identifier
 /// to "/dev/ram1" and restores the group's metadata. One array per call.
 /// @return ORV_OK when no array is inactive; ORV_E_FAILED (-1) when one was handled; ORV_E_NO_VG
-/// when
-///         there is no backup; the code of `raid_get`
+///         when there is no backup; ORV_E_COMMAND when mdadm could not describe an array, and then
+///         nothing is run; the code of `raid_get`
 ORV_API int vg_check_rm(const char* vgname);
 /// Repairs a group for one lost physical volume.
 /// @return the result of `pv_check_rm`; ORV_E_NO_VG when there is no backup
@@ -277,8 +274,7 @@ ORV_API int umount_fs(const char* mountpoint);
 /// of a mount point. @return ORV_OK or ORV_E_COMMAND
 ORV_API int mkdir_path(const char* path);
 /// Makes a directory mutable and removes its tree. Refused, logged, for an empty or relative path,
-/// for
-/// "/", for a path with a ".." component, and while anything is mounted at or below the path.
+/// for "/", for a path with a ".." component, and while anything is mounted at or below the path.
 /// @return ORV_OK or ORV_E_COMMAND
 ORV_API int rmdir_path(const char* path);
 

@@ -32,7 +32,7 @@ ORV_API int tmp_get(char* buffer, int size);
 /// @param size  capacity of the buffer; when it is 0 or less the list is not bounded by it, and the
 ///              buffer must hold 128 bytes
 /// @return ORV_OK (also when no fan reports), ORV_E_FANS, or ORV_E_MODEL when the model is not
-/// known
+///         known
 ORV_API int fan_speed_get(char* buffer, int size);
 
 /// Host name: first line of "/etc/hostname".
@@ -50,8 +50,7 @@ ORV_API int systime_get(char* buffer, int size);
 /// Power supply state text, from the state file or the tool that serves the device model. On a
 /// model without either (KTA7120A) the buffer stays as it was and the result is ORV_OK.
 /// @return ORV_OK, ORV_E_POWER, ORV_E_POWER_TOOL, ORV_E_COMMAND when the tool failed, or
-/// ORV_E_MODEL
-///         when the model is not known
+///         ORV_E_MODEL when the model is not known
 ORV_API int pwstate_get(char* buffer, int size);
 
 #endif

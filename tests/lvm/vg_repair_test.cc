@@ -102,6 +102,14 @@ TEST_F(vg_repair, changes_nothing_without_a_backup) {
   EXPECT_THAT(machine.commands(), IsEmpty());
 }
 
+TEST_F(vg_repair, changes_nothing_when_an_array_cannot_be_described) {
+  backup();
+  array("md1", {"sda in_sync", "sdb in_sync"});
+  machine.remove("/canned/dev/md1");
+  EXPECT_EQ(vg_check_rm("vg0"), -11000);
+  EXPECT_THAT(changes(), IsEmpty());
+}
+
 TEST_F(vg_repair, changes_nothing_when_the_arrays_cannot_be_listed) {
   backup();
   lost_array("md1", {"sdc in_sync"});
