@@ -16,7 +16,7 @@ same "disks have the sizes that were asked for" \
 fast_rebuilds
 check "an array is made" mdadm -C /dev/md0 -l 5 -n 3 -R /dev/sda /dev/sdb /dev/sdc
 check "its node appears" test -b /dev/md0
-check "its first rebuild ends" eventually 60 is_idle md0
+check "its first rebuild ends" eventually 150 is_idle md0
 mdadm -q /dev/md0 -f /dev/sdb
 eventually 5 test ! -e /sys/block/md0/md/rd1
 check "a failed member can be removed with -r" mdadm --manage /dev/md0 -r /dev/sdb

@@ -1,0 +1,67 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <string>
+
+using testing::HasSubstr;
+
+namespace {
+
+struct ended {
+  int status;
+  std::string text;
+};
+
+/// Runs a shell line; only questions are asked, since this is the real machine.
+ended run(const std::string& line) {
+  std::FILE* output = ::popen(line.c_str(), "r");
+  std::string text;
+  for (int letter; (letter = std::fgetc(output)) != EOF;) text.push_back(static_cast<char>(letter));
+  return {WEXITSTATUS(::pclose(output)), text};
+}
+
+const std::string orvctl = ORVCTL;
+
+// The library prints "for errno" on standard output when there is no mount table.
+class without_mount_table : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (::access("/etc/mdfstab", F_OK) == 0) GTEST_SKIP() << "this machine has a mount table";
+  }
+};
+
+}  // namespace
+
+TEST(program, writes_data_to_standard_output) {
+  const ended got = run(orvctl + " system codes --json < /dev/null 2> /dev/null");
+  EXPECT_EQ(got.status, 0);
+  EXPECT_EQ(nlohmann::json::parse(got.text)["codes"][0]["name"], "ORV_OK");
+}
+
+TEST_F(without_mount_table, sends_what_the_library_prints_to_standard_error) {
+  const ended data = run(orvctl + " fs list --json < /dev/null 2> /dev/null");
+  EXPECT_EQ(data.status, 1);
+  EXPECT_EQ(nlohmann::json::parse(data.text)["error"]["name"], "ORV_E_FAILED");
+  const ended rest = run(orvctl + " fs list --json < /dev/null 2>&1 > /dev/null");
+  EXPECT_THAT(rest.text, HasSubstr("for errno '-1'\n"));
+}
+
+TEST(program, says_when_its_data_cannot_be_written) {
+  const ended got = run(orvctl + " system codes 2>&1 > /dev/full < /dev/null");
+  EXPECT_EQ(got.status, 1);
+  EXPECT_EQ(got.text, "orvctl: standard output cannot be written\n");
+}
+
+TEST(program, runs_without_standard_descriptors) {
+  EXPECT_EQ(run(orvctl + " fs mounted / <&- >&- 2>&-").status, 0);
+}
+
+TEST(program, asks_nobody_without_a_terminal) {
+  const ended got = run("yes | " + orvctl + " raid destroy md127 2>&1");
+  EXPECT_EQ(got.status, 2);
+  EXPECT_THAT(got.text, HasSubstr("there is no terminal to ask on"));
+}

@@ -1,0 +1,72 @@
+#!/bin/bash
+# Groups and pools grow and go in order; out of order they are refused; a group that lost its array
+# gets its metadata back.
+# disks: 6x1G
+# timeout: 500
+set -euo pipefail
+# shellcheck source=tests/vm/lib.sh
+source "$ORV_VM_LIB"
+
+fast_rebuilds
+sysinfo KTA7120X
+mvsata sda=1 sdb=2 sdc=3 sdd=4 sde=5 sdf=6
+
+# refused NAME CODE COMMAND...: the command ends with this code and no disk changes.
+refused() {
+  local name=$1 code=$2 before output result=0
+  shift 2
+  before=$(examine_all)
+  output=$("$@" 2>&1) || result=$?
+  report "$((result == 0))" "$name is refused" "$output"
+  check "$name: the code is $code" grep -q -- "($code)" <<<"$output"
+  same "$name: no disk has changed" "$before" "$(examine_all)"
+}
+
+check "an array is made" orvctl raid create --level raid1 --disks 1,2 --yes
+check "and settled" eventually 150 is_idle md0
+check "a group is made of it and a disk" orvctl vg create vg1 --pv md0 --pv 3 --yes
+same "as LVM sees it" "/dev/md0 /dev/sdc" \
+  "$(pvs --noheadings -S vg_name=vg1 -o pv_name | xargs)"
+refused "the same array again" -2045 orvctl vg create vg2 --pv md0 --yes
+refused "the same disk again" -2045 orvctl vg create vg2 --pv 3 --yes
+refused "a member of the array" -2043 orvctl vg create vg2 --pv 1 --yes
+refused "a name that is used" -2041 orvctl vg create vg1 --pv 4 --yes
+refused "an unknown array" -2044 orvctl vg create vg2 --pv md7 --yes
+refused "an empty bay" -2042 orvctl vg create vg2 --pv 9 --yes
+
+check "the group is extended" orvctl vg extend vg1 4 --yes
+same "by the disk in that bay" "/dev/md0 /dev/sdc /dev/sdd" \
+  "$(pvs --noheadings -S vg_name=vg1 -o pv_name | xargs)"
+refused "an extension in another enclosure" -2042 orvctl vg extend vg1 5 --enclosure 1 --yes
+
+check "a pool is made" orvctl pool create vg1 data 1
+refused "a pool of the same name" -2051 orvctl pool create vg1 data 1
+refused "a pool larger than the group" -2053 orvctl pool create vg1 more 50
+refused "an extension to the same size" -2053 orvctl pool extend vg1 data 1
+refused "a group that holds a pool" -2047 orvctl vg destroy vg1 --yes
+refused "an unknown pool" -2055 orvctl pool destroy vg1 other --yes
+check "another disk joins" orvctl vg extend vg1 5 --yes
+check "the pool is extended" orvctl pool extend vg1 data 2
+same "to the size asked for" "2.00g" "$(lvs --noheadings -o lv_size vg1/data | xargs)"
+check "the pool is destroyed" orvctl pool destroy vg1 data --yes
+check "then the group" orvctl vg destroy vg1 --yes
+same "with all its volumes" "" "$(pvs --noheadings)"
+
+# A stripe loses a disk for good: its group is repaired from LVM's own backup.
+check "the array goes" orvctl raid destroy md0 --yes
+check "a stripe is made" orvctl raid create --level raid0 --disks 1,2 --yes
+check "with a group on it and a disk" orvctl vg create vg3 --pv md0 --pv 6 --yes
+uuid=$(pvs --noheadings -o pv_uuid /dev/md0 | xargs)
+check "the group's backup names the array" grep -q md0 /etc/lvm/backup/vg3
+same "nothing is wrong with it yet" 0 "$(orvctl vg repair vg3 --yes >/dev/null 2>&1; echo $?)"
+modprobe brd rd_size=2097152
+vgchange -q -an vg3
+mdadm -q -S /dev/md0
+diskformat /dev/sdb
+mdadm -q --assemble /dev/md0 /dev/sda --run 2>/dev/null || true
+check "the stripe is known but not running" grep -q "^md0 : inactive" /proc/mdstat
+orvctl vg repair vg3 --yes || true
+same "the lost volume lives on the RAM disk" "$uuid" \
+  "$(pvs --noheadings -o pv_uuid /dev/ram1 | xargs)"
+same "and the group has its volumes again" "/dev/ram1 /dev/sdf" \
+  "$(pvs --noheadings -S vg_name=vg3 -o pv_name | xargs)"

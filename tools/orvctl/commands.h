@@ -1,0 +1,51 @@
+#ifndef ORVCTL_COMMANDS_H
+#define ORVCTL_COMMANDS_H
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "tools/orvctl/session.h"
+
+/// The grammar "orvctl NOUN VERB": one file per noun adds its verbs.
+
+namespace orvctl {
+
+void add_disk_commands(CLI::App& program, session& run);
+void add_spare_commands(CLI::App& program, session& run);
+void add_raid_commands(CLI::App& program, session& run);
+void add_vg_commands(CLI::App& program, session& run);
+void add_pool_commands(CLI::App& program, session& run);
+void add_fs_commands(CLI::App& program, session& run);
+void add_system_commands(CLI::App& program, session& run);
+
+// Parts of a noun that have files of their own.
+void add_raid_create_commands(CLI::App& raid, session& run);
+void add_vg_repair_commands(CLI::App& vg, session& run);
+void add_fs_table_commands(CLI::App& fs, session& run);
+
+/// @param example  a whole command line
+CLI::App& add_noun(CLI::App& program, const std::string& name, const std::string& about,
+                   const std::string& example);
+CLI::App& add_verb(CLI::App& noun, session& run, const std::string& name, const std::string& about,
+                   const std::string& example);
+/// A verb that may destroy data, and so takes --yes.
+CLI::App& add_destroying_verb(CLI::App& noun, session& run, const std::string& name,
+                              const std::string& about, const std::string& example);
+
+/// A required word of a verb.
+CLI::Option* add_word(CLI::App& verb, const std::string& name, std::string& word,
+                      const std::string& about);
+
+/// What a verb does with its arguments, which live as long as the verb.
+template <class arguments>
+void on_run(CLI::App& verb, session& run, const std::shared_ptr<arguments>& given,
+            void (*action)(session&, const arguments&)) {
+  verb.callback([&run, given, action] { action(run, *given); });
+}
+
+void on_run(CLI::App& verb, session& run, void (*action)(session&));
+
+}  // namespace orvctl
+
+#endif

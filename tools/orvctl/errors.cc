@@ -1,0 +1,147 @@
+#include "tools/orvctl/errors.h"
+
+#include <array>
+#include <cstddef>
+
+namespace orvctl {
+namespace {
+
+struct remedy {
+  int code;
+  exit_status status;
+  const char* advice;
+};
+
+constexpr char see_log[] = "see the system log, entries of 'orv': they name the step that failed";
+constexpr char see_disks[] = "run 'orvctl disk list' to see channels and enclosures";
+constexpr char see_raids[] = "run 'orvctl raid list' to see the arrays";
+constexpr char see_groups[] = "run 'orvctl vg list' to see the volume groups";
+constexpr char see_pools[] = "run 'orvctl pool list' to see the pools";
+constexpr char see_users[] =
+    "run 'orvctl raid list', 'orvctl vg list' and 'orvctl spare list' to see what uses the disk";
+constexpr char check_sys_info[] =
+    "check '/etc/sys_info' and '/etc/nas_base.conf', which the platform services write";
+constexpr char check_state[] =
+    "check that the platform services run: they write the state file of this model";
+constexpr char check_driver[] =
+    "check that the disk driver is loaded: it provides /proc/scsi/mvSata";
+constexpr char check_spare_tool[] = "run '/usr/local/bin/hotspare --list' and see what it prints";
+constexpr char check_tmp[] = "check that /tmp can be written and has space left";
+
+constexpr exit_status failed = exit_status::failed;
+constexpr exit_status not_found = exit_status::not_found;
+constexpr exit_status in_use = exit_status::in_use;
+
+constexpr remedy remedies[] = {
+    {ORV_OK, exit_status::ok, "nothing"},
+    {ORV_E_FAILED, failed, see_log},
+    {ORV_E_MODEL, failed, check_sys_info},
+    {ORV_E_POWER, failed, check_state},
+    {ORV_E_POWER_TOOL, failed, "run '/usr/local/bin/pwstate' and see what it prints"},
+    {ORV_E_START_TIME, failed, "check '/etc/nas_start_time.conf', which is written at start-up"},
+    {ORV_E_CLOCK, failed, see_log},
+    {ORV_E_HOSTNAME, failed, "check that '/etc/hostname' exists and can be read and written"},
+    {ORV_E_HARDWARE_VERSION, failed, check_sys_info},
+    {ORV_E_SOFTWARE_VERSION, failed, check_sys_info},
+    {ORV_E_FANS, failed, "run 'orvctl system info' and compare the model with the device"},
+    {ORV_E_TEMPERATURE, failed, check_state},
+    {ORV_E_PARTITIONS, failed, "check that /proc is mounted"},
+    {ORV_E_DISK_DRIVER, failed, check_driver},
+    {ORV_E_DISK_DUMP, failed, check_tmp},
+    {ORV_E_SPARE_LIST, failed, check_tmp},
+    {ORV_E_SPARE_LINE, failed, check_spare_tool},
+    {ORV_E_DISK_SCAN, failed, check_tmp},
+    {ORV_E_MD_DETAIL, failed, check_tmp},
+    {ORV_E_MD_KEY, failed, "run 'mdadm --detail' on the array and see what it prints"},
+    {ORV_E_MD_SYSFS, failed, "check that /sys is mounted; the array may just have been stopped"},
+    {ORV_E_MDSTAT, failed, check_tmp},
+    {ORV_E_VGDISPLAY, failed, check_tmp},
+    {ORV_E_PVDISPLAY, failed, check_tmp},
+    {ORV_E_LVDISPLAY, failed, check_tmp},
+    {ORV_E_LVDISPLAY_TOOL, failed, "run '/sbin/lvdisplay' and see what it complains of"},
+    {ORV_E_MOUNT_TABLE, failed, "check that '/etc/mdfstab' and /tmp can be written"},
+    {ORV_E_DISK_USED, in_use, see_users},
+    {ORV_E_RAID_NAME_USED, in_use, "choose another name, or leave --name out to get a free one"},
+    {ORV_E_RAID_LEVEL, exit_status::usage, "use raid0, raid1, raid5, raid6 or linear"},
+    {ORV_E_NO_DISK, not_found, see_disks},
+    {ORV_E_RAID_COUNT, exit_status::usage,
+     "give 2 disks for raid1, 3 to 16 for raid5, 4 to 16 for raid6, 2 to 16 for raid0 and linear"},
+    {ORV_E_RAID_IN_VG, in_use, "run 'orvctl vg list'; the volume group must be destroyed first"},
+    {ORV_E_NOT_FAULTY, failed, "mark the disk as failed first, with 'orvctl raid fail'"},
+    {ORV_E_RAID_LEVEL_FIXED, failed, "disks of this level can only be set at creation"},
+    {ORV_E_NO_RAID, not_found, see_raids},
+    {ORV_E_NO_VG, not_found, see_groups},
+    {ORV_E_VG_NAME_USED, in_use, "choose another name; 'orvctl vg list' shows those taken"},
+    {ORV_E_PV_CHANNEL, not_found, see_disks},
+    {ORV_E_PV_DISK_USED, in_use, see_users},
+    {ORV_E_PV_NO_RAID, not_found, see_raids},
+    {ORV_E_PV_USED, in_use, see_groups},
+    {ORV_E_VG_NOT_FOUND, not_found, see_groups},
+    {ORV_E_VG_IN_USE, in_use, "run 'orvctl pool list'; its pools must be destroyed first"},
+    {ORV_E_POOL_NAME, exit_status::usage, "name both the volume group and the pool"},
+    {ORV_E_POOL_NAME_USED, in_use, "choose another name; 'orvctl pool list' shows those taken"},
+    {ORV_E_POOL_VG, not_found, "run 'orvctl vg list' and 'orvctl pool list' to see what there is"},
+    {ORV_E_POOL_SIZE, failed,
+     "run 'orvctl vg list' for the free space and 'orvctl pool list' for the present size; a new "
+     "size must be larger than the pool and no larger than the group's free space"},
+    {ORV_E_NO_POOL, not_found, see_pools},
+    {ORV_E_COMMAND, failed, see_log},
+    {ORV_E_MODEL_QUERY, failed, check_sys_info},
+};
+
+constexpr const remedy* remedy_of(int code) {
+  for (const auto& row : remedies) {
+    if (row.code == code) return &row;
+  }
+  return nullptr;
+}
+
+// A code without advice does not compile.
+#define ORVCTL_HAS_REMEDY(name, value, meaning) static_assert(remedy_of(name) != nullptr);
+ORV_RESULT_CODES(ORVCTL_HAS_REMEDY)
+#undef ORVCTL_HAS_REMEDY
+
+#define ORVCTL_CODE(name, value, meaning) \
+  code_info{name, #name, remedy_of(name)->status, remedy_of(name)->advice},
+constexpr auto codes = std::to_array<code_info>({ORV_RESULT_CODES(ORVCTL_CODE)});
+#undef ORVCTL_CODE
+
+constexpr code_info unknown_code = {0, "unknown", failed, see_log};
+
+const code_info& info_of(int code) {
+  for (const auto& row : codes) {
+    if (row.code == code) return row;
+  }
+  return unknown_code;
+}
+
+}  // namespace
+
+std::span<const code_info> all_codes() { return codes; }
+
+problem library_problem(int code, const std::string& detail) {
+  const code_info& info = info_of(code);
+  problem result;
+  result.status = info.status;
+  result.code = code;
+  result.name = info.name;
+  result.meaning = orv_strerror(code);
+  result.detail = detail;
+  result.advice = info.advice;
+  return result;
+}
+
+problem usage_problem(const std::string& meaning, const std::string& advice) {
+  problem result;
+  result.status = exit_status::usage;
+  result.name = "usage";
+  result.meaning = meaning;
+  result.advice = advice;
+  return result;
+}
+
+void check(int code) {
+  if (code != ORV_OK) throw library_problem(code);
+}
+
+}  // namespace orvctl

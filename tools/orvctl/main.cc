@@ -1,0 +1,41 @@
+#include <fcntl.h>
+#include <unistd.h>
+#include <ext/stdio_filebuf.h>
+
+#include <clocale>
+#include <cstdio>
+#include <iostream>
+
+#include "tools/orvctl/run.h"
+
+namespace {
+
+// A program that was started without one of the standard descriptors must not hand its number to a
+// data file.
+void fill_standard_descriptors() {
+  int opened = 0;
+  do {
+    opened = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+  } while (opened >= 0 && opened <= STDERR_FILENO);
+  if (opened >= 0) ::close(opened);
+}
+
+// The library and its tools print diagnostics on standard output. From here on they go to standard
+// error, and only the returned descriptor leads to the data's reader.
+int keep_standard_output_for_data() {
+  const int data = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  ::dup2(STDERR_FILENO, STDOUT_FILENO);
+  std::setvbuf(stdout, nullptr, _IONBF, 0);
+  return data;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::setlocale(LC_CTYPE, "");
+  fill_standard_descriptors();
+  __gnu_cxx::stdio_filebuf<char> data(keep_standard_output_for_data(), std::ios::out);
+  std::ostream out(&data);
+  const bool interactive = ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1;
+  return orvctl::run(argc, argv, {std::cin, out, std::cerr, interactive});
+}

@@ -1,0 +1,139 @@
+#include "tools/orvctl/run.h"
+
+#include <CLI/CLI.hpp>
+#include <ostream>
+#include <string_view>
+
+#include "tools/orvctl/commands.h"
+#include "tools/orvctl/errors.h"
+
+namespace orvctl {
+namespace {
+
+// A command line that cannot be parsed may ask for JSON all the same.
+bool asks_for_json(int argc, const char* const* argv) {
+  for (int i = 1; i < argc && std::string_view(argv[i]) != "--"; ++i) {
+    if (std::string_view(argv[i]) == "--json") return true;
+  }
+  return false;
+}
+
+void build(CLI::App& program, session& run) {
+  program.name("orvctl");
+  program.require_subcommand(1);
+  program.set_version_flag("--version", "orvctl " ORVCTL_VERSION);
+  program.add_flag("--json", run.as_json, "write one JSON document, also for an error");
+  program.footer(
+      "Example:\n  orvctl raid create --level raid5 --disks 1,2,3\n\n"
+      "Data goes to standard output, everything else to standard error.\n"
+      "Exit status: 0 done, 1 failed, 2 wrong usage, 3 not found, 4 in use or taken.");
+  program.get_formatter()->column_width(34);
+  add_disk_commands(program, run);
+  add_spare_commands(program, run);
+  add_raid_commands(program, run);
+  add_vg_commands(program, run);
+  add_pool_commands(program, run);
+  add_fs_commands(program, run);
+  add_system_commands(program, run);
+}
+
+// The part of the grammar that the command line got to.
+const CLI::App& reached(const CLI::App& program) {
+  const CLI::App* at = &program;
+  while (!at->get_subcommands().empty()) at = at->get_subcommands().front();
+  return *at;
+}
+
+// "raid create"; empty for the program itself.
+std::string command_name(const CLI::App& program) {
+  std::string name;
+  for (const CLI::App* at = &reached(program); at != &program; at = at->get_parent()) {
+    name = at->get_name() + (name.empty() ? "" : " " + name);
+  }
+  return name;
+}
+
+std::string verbs_of(const CLI::App& app) {
+  std::string names;
+  for (const CLI::App* each : app.get_subcommands({})) {
+    names += (names.empty() ? "" : ", ") + each->get_name();
+  }
+  return names;
+}
+
+// The parser's own words, but for a command that is missing or misspelt.
+std::string meaning_of(const CLI::ParseError& error, const CLI::App& at) {
+  if (at.get_subcommands({}).empty()) return error.what();
+  const auto unknown = at.remaining();
+  if (unknown.empty()) return "a command is missing: one of " + verbs_of(at);
+  return "there is no command '" + unknown.front() + "' but " + verbs_of(at);
+}
+
+problem usage_problem_of(const CLI::ParseError& error, const CLI::App& program) {
+  const std::string name = command_name(program);
+  return usage_problem(meaning_of(error, reached(program)),
+                       "run 'orvctl " + name + (name.empty() ? "" : " ") + "--help'");
+}
+
+json as_json(const std::string& command, const problem& found) {
+  json error = {{"command", text_value(command)},
+                {"code", nullptr},
+                {"name", found.name},
+                {"meaning", found.meaning},
+                {"detail", text_value(found.detail)},
+                {"advice", found.advice},
+                {"exit_status", static_cast<int>(found.status)}};
+  if (found.code) error["code"] = *found.code;
+  return error;
+}
+
+std::string as_text(const std::string& command, const problem& found) {
+  std::string text = "orvctl: ";
+  if (!command.empty()) text += command + ": ";
+  if (found.code) text += found.name + " (" + std::to_string(*found.code) + "): ";
+  text += found.meaning;
+  if (!found.detail.empty()) text += ": " + found.detail;
+  return text + "\n  What to do: " + found.advice + "\n";
+}
+
+exit_status tell(session& run, const std::string& command, const problem& found) {
+  if (run.as_json) {
+    run.document["error"] = as_json(command, found);
+  } else {
+    run.io.err << as_text(command, found);
+  }
+  return found.status;
+}
+
+exit_status parse_and_run(CLI::App& program, session& run, int argc, const char* const* argv) {
+  try {
+    program.parse(argc, argv);
+    return run.status;
+  } catch (const CLI::Success& asked) {  // --help or --version
+    run.as_json = false;
+    program.exit(asked, run.io.out, run.io.err);
+    return exit_status::ok;
+  } catch (const CLI::ParseError& error) {
+    return tell(run, command_name(program), usage_problem_of(error, program));
+  } catch (const problem& found) {
+    return tell(run, command_name(program), found);
+  }
+}
+
+}  // namespace
+
+int run(int argc, const char* const* argv, const streams& io) {
+  session this_run{io};
+  this_run.as_json = asks_for_json(argc, argv);
+  CLI::App program("Manages the storage of the appliance: disks, arrays, volume groups, pools.");
+  build(program, this_run);
+  const exit_status status = parse_and_run(program, this_run, argc, argv);
+  if (this_run.as_json) {
+    io.out << this_run.document.dump(2, ' ', false, json::error_handler_t::replace) << '\n';
+  }
+  if (io.out.flush()) return static_cast<int>(status);
+  io.err << "orvctl: standard output cannot be written\n";
+  return static_cast<int>(exit_status::failed);
+}
+
+}  // namespace orvctl
