@@ -73,6 +73,13 @@ class appliance : public sandbox_test {
     return names;
   }
 
+  /// What a tool says from now on: "spares", "groups", "volumes", "pools", or an array's details.
+  void tell(const std::string& file, const std::string& text) {
+    machine.file("/told/" + file, text);
+  }
+  /// From now on the tool says this and fails, with exit code 1.
+  void fail_to_tell(const std::string& file) { tell(file + ".fails", ""); }
+
   /// A tool that changes something and succeeds.
   void changer(const char* path) { machine.tool(path).succeeds(); }
 
@@ -97,8 +104,8 @@ class appliance : public sandbox_test {
       machine.file("/sys/block/" + disk + "/device/state", "running\n");
       machine.file("/sys/block/" + disk + "/device/model", "ST31000340NS    \n");
     }
-    machine.file("/told/spares", "Global hotspare disk: sdd\n");
-    machine.tool("/usr/local/bin/hotspare").on("--list").runs("cat /told/spares").if_asked();
+    tell("spares", "Global hotspare disk: sdd\n");
+    machine.tool("/usr/local/bin/hotspare").on("--list").runs(show("spares")).if_asked();
   }
 
   void put_arrays() {
@@ -112,20 +119,15 @@ class appliance : public sandbox_test {
         "      976629760 blocks super 1.2 [2/1] [_U]\n"
         "      [==>..................]  recovery = 12.6% (1/8) finish=3min speed=49152K/sec\n"
         "      \n");
-    machine.tool("/sbin/mdadm")
-        .on("--detail /dev/md0")
-        .prints(
-            "/dev/md0:\n        Raid Level : raid5\n"
-            "        Array Size : 1953259520 (1862.77 GiB 2000.14 GB)\n"
-            "             State : clean \n")
-        .if_asked();
-    machine.tool("/sbin/mdadm")
-        .on("--detail /dev/md1")
-        .prints(
-            "/dev/md1:\n        Raid Level : raid1\n"
-            "        Array Size : 976629760 (931.39 GiB 1000.07 GB)\n"
-            "             State : clean, degraded, recovering \n")
-        .if_asked();
+    tell("md0",
+         "/dev/md0:\n        Raid Level : raid5\n"
+         "        Array Size : 1953259520 (1862.77 GiB 2000.14 GB)\n"
+         "             State : clean \n");
+    tell("md1",
+         "/dev/md1:\n        Raid Level : raid1\n"
+         "        Array Size : 976629760 (931.39 GiB 1000.07 GB)\n"
+         "             State : clean, degraded, recovering \n");
+    machine.tool("/sbin/mdadm").on("--detail ...").runs(show("${2##*/}")).if_asked();
     put_members("md0", {"sda", "in_sync", "sdb", "in_sync", "sdc", "in_sync"});
     put_members("md1", {"sde", "spare", "sdf", "in_sync"});
   }
@@ -139,18 +141,17 @@ class appliance : public sandbox_test {
   }
 
   void put_volumes() {
-    machine.tool("/sbin/vgdisplay")
-        .on("-c")
-        .prints("  vg1:r/w:772:-1:0:1:1:-1:0:1:1:1953255424:4096:476869:128000:348869:u\n")
-        .if_asked();
-    machine.tool("/sbin/pvdisplay")
-        .on("-c")
-        .prints("  /dev/md0:vg1:3906519040:-1:8:8:-1:4096:476869:348869:128000:u\n")
-        .if_asked();
-    machine.tool("/sbin/lvdisplay")
-        .on("-c")
-        .prints("  /dev/vg1/data:vg1:3:1:-1:1:1048576000:128000:-1:0:-1:253:0\n")
-        .if_asked();
+    tell("groups", "  vg1:r/w:772:-1:0:1:1:-1:0:1:1:1953255424:4096:476869:128000:348869:u\n");
+    tell("volumes", "  /dev/md0:vg1:3906519040:-1:8:8:-1:4096:476869:348869:128000:u\n");
+    tell("pools", "  /dev/vg1/data:vg1:3:1:-1:1:1048576000:128000:-1:0:-1:253:0\n");
+    machine.tool("/sbin/vgdisplay").on("-c").runs(show("groups")).if_asked();
+    machine.tool("/sbin/pvdisplay").on("-c").runs(show("volumes")).if_asked();
+    machine.tool("/sbin/lvdisplay").on("-c").runs(show("pools")).if_asked();
+  }
+
+  // Prints what was told, and fails when the test told it to.
+  static std::string show(const std::string& file) {
+    return "cat \"/told/" + file + "\"; test ! -e \"/told/" + file + ".fails\"";
   }
 };
 

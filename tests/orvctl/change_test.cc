@@ -23,10 +23,11 @@ class change_verbs : public appliance {
     return json::parse(got.out)["result"];
   }
 
-  void no_arrays() { machine.file("/proc/mdstat", "Personalities : [raid5]\n"); }
-  void no_groups() {
-    machine.tool("/sbin/vgdisplay").on("-c").then();
-    machine.tool("/sbin/pvdisplay").on("-c").if_asked();
+  /// Only the disks are left.
+  void nothing_is_used() {
+    machine.file("/proc/mdstat", "Personalities : [raid5]\n");
+    for (const char* list : {"groups", "volumes", "pools"}) tell(list, "");
+    tell("spares", "Global hotspare disk:\n");
   }
 };
 
@@ -74,9 +75,7 @@ TEST_F(change_verbs, take_hot_spares_back_without_a_question) {
 }
 
 TEST_F(change_verbs, create_an_array_and_print_its_name) {
-  no_arrays();
-  no_groups();
-  machine.file("/told/spares", "Global hotspare disk:\n");
+  nothing_is_used();
   changer("/usr/local/bin/diskformat");
   machine.tool("/sbin/mdadm").on("-C /dev/md0 --fg-init -l 6 -n 4 -R ...");
   const outcome got =
@@ -89,8 +88,7 @@ TEST_F(change_verbs, create_an_array_and_print_its_name) {
 }
 
 TEST_F(change_verbs, give_the_name_of_a_created_array_as_json) {
-  no_arrays();
-  no_groups();
+  nothing_is_used();
   changer("/usr/local/bin/diskformat");
   machine.tool("/sbin/mdadm").on("-C /dev/md7 -l 1 -n 2 -R /dev/sda /dev/sdb");
   EXPECT_EQ(
@@ -155,7 +153,7 @@ TEST_F(change_verbs, create_a_volume_group_of_arrays_without_a_question) {
 }
 
 TEST_F(change_verbs, create_a_volume_group_of_several_volumes) {
-  machine.file("/told/spares", "Global hotspare disk:\n");
+  tell("spares", "Global hotspare disk:\n");
   changer("/usr/local/bin/diskformat");
   changer("/sbin/pvcreate");
   changer("/sbin/vgcreate");

@@ -82,9 +82,7 @@ TEST_F(questions, show_disks_and_what_uses_them) {
 }
 
 TEST_F(questions, show_the_volume_group_of_a_disk) {
-  machine.tool("/sbin/pvdisplay")
-      .on("-c")
-      .prints("  /dev/sdd:vg1:3906519040:-1:8:8:-1:4096:476869:348869:128000:u\n");
+  tell("volumes", "  /dev/sdd:vg1:3906519040:-1:8:8:-1:4096:476869:348869:128000:u\n");
   EXPECT_THAT(at_terminal("disk clear 4 --enclosure 1", "\n").err,
               HasSubstr("      4 sdd    932 GiB ST31000340NS volume group vg1\n"));
 }

@@ -50,7 +50,7 @@ TEST(table, has_no_value_for_an_empty_text_and_an_unreadable_size) {
 TEST(table, shows_control_characters_as_escapes_in_one_line) {
   const std::vector<animal> animals = {{"a\nb\x1b[2J", 1, false}};
   const orvctl::table shown = orvctl::make_table(columns, animals);
-  EXPECT_EQ(shown.text(), "NAME            SIZE WILD\na\\x0ab\\x1b[2J 1 MiB no\n");
+  EXPECT_EQ(shown.text(), "NAME           SIZE WILD\na\\x0ab\\x1b[2J 1 MiB no\n");
   EXPECT_EQ(shown.objects()[0]["name"], "a\nb\x1b[2J");
 }
 

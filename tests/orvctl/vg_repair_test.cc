@@ -14,9 +14,8 @@ class vg_repair_verbs : public appliance {
                  "\t\t\tid = \"VOLUME\"\n\t\t\tdevice = \"/dev/md0\"\t# Hint only\n");
   }
 
-  void put_inactive_array() {
-    machine.file("/proc/mdstat", "Personalities : [raid5]\nmd0 : inactive sda[0]\n");
-    machine.tool("/sbin/mdadm").on("--detail /dev/md0").fails(1);
+  /// The raid5 is left with one of its three members.
+  void lose_two_members() {
     machine.remove("/sys/block/md0/md/dev-sdb");
     machine.remove("/sys/block/md0/md/dev-sdc");
   }
@@ -37,7 +36,7 @@ TEST_F(vg_repair_verbs, have_nothing_to_do_when_every_array_is_active) {
 }
 
 TEST_F(vg_repair_verbs, tell_that_an_inactive_array_was_handled) {
-  put_inactive_array();
+  lose_two_members();
   machine.tool("/sbin/mdadm").on("/dev/md0 -f /dev/sda");
   machine.tool("/sbin/pvcreate").on("-u VOLUME /dev/ram1");
   machine.tool("/sbin/vgcfgrestore").on("vg1").prints("  Restored volume group vg1\n");
@@ -48,6 +47,14 @@ TEST_F(vg_repair_verbs, tell_that_an_inactive_array_was_handled) {
   EXPECT_THAT(changes(),
               ElementsAre("/sbin/mdadm /dev/md0 -f /dev/sda", "/sbin/pvcreate -u VOLUME /dev/ram1",
                           "/sbin/vgcfgrestore vg1"));
+}
+
+TEST_F(vg_repair_verbs, do_nothing_while_an_array_cannot_be_described) {
+  fail_to_tell("md0");
+  const outcome got = orvctl("vg repair vg1 --yes");
+  EXPECT_EQ(got.status, 1);
+  EXPECT_THAT(got.err, HasSubstr("vg repair: ORV_E_COMMAND (-11000)"));
+  EXPECT_THAT(changes(), IsEmpty());
 }
 
 TEST_F(vg_repair_verbs, replace_a_lost_volume) {

@@ -19,7 +19,7 @@ class disk_selection {
   disk_selection(const std::string& channels, const std::string& enclosure);
 
   /// Also the request that the library's functions on disks take.
-  disk_list& disks() { return selected_; }
+  disk_list& disks() & { return selected_; }
 
  private:
   disk_list selected_;
