@@ -26,7 +26,7 @@ same "hot spares too" "3" \
 same "arrays come from the controller" "md0 raid1 Normal 931" \
   "$(orvctl raid list --json | jq -r '.arrays[] | "\(.name) \(.level) \(.state) \(.size_gib)"')"
 same "the group's volume is named by its array" "vg1 md0" \
-  "$(orvctl vg list --json | jq -r '.volume_groups[] | "\(.name) \(.volumes[0].name)"')"
+  "$(orvctl vg list --json | jq -r '.volume_groups[] | "\(.name) \(.physical_volumes[0].name)"')"
 
 # refused CODE COMMAND...
 refused() {

@@ -24,7 +24,7 @@ random_file /mnt/data/file 30
 sync
 sum=$(sha256sum </mnt/data/file)
 
-check_not "a healthy member is not removed" orvctl raid remove md0 2 --yes
+check_not "a healthy member is not removed" orvctl raid remove md0 2
 same "and still in use" in_sync "$(member_state md0 sdb)"
 check "a member is marked failed" orvctl raid fail md0 sdb --yes
 check "for the kernel too" eventually 5 grep -q faulty /sys/block/md0/md/dev-sdb/state
