@@ -43,7 +43,7 @@ TEST_F(vg_repair_verbs, tell_that_an_inactive_array_was_handled) {
   const outcome got = orvctl("vg repair vg1 --yes --json");
   EXPECT_EQ(got.status, 0);
   EXPECT_EQ(json::parse(got.out)["result"],
-            json::parse(R"({"volume_group": "vg1", "repaired": true})"));
+            json::parse(R"({"volume_group": "vg1", "attempted": true})"));
   EXPECT_THAT(changes(),
               ElementsAre("/sbin/mdadm /dev/md0 -f /dev/sda", "/sbin/pvcreate -u VOLUME /dev/ram1",
                           "/sbin/vgcfgrestore vg1"));
@@ -62,7 +62,8 @@ TEST_F(vg_repair_verbs, replace_a_lost_volume) {
   machine.tool("/sbin/vgcfgrestore").on("vg1");
   const outcome got = orvctl("vg resume vg1 md0 --yes");
   EXPECT_EQ(got.status, 0);
-  EXPECT_EQ(got.err, "Replaced md0 in vg1.\n");
+  EXPECT_EQ(got.err,
+            "Handled md0 of vg1: 'orvctl vg list' shows whether the group is whole again.\n");
 }
 
 TEST_F(vg_repair_verbs, find_only_volumes_of_the_group) {

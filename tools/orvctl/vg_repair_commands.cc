@@ -12,8 +12,11 @@ struct repair_arguments {
   std::string volume;
 };
 
-// The repair functions answer with this when a lost physical volume was handled.
+// The repair functions answer with this when they handled a lost physical volume, whether or not
+// the tools that they ran succeeded.
 constexpr int handled = -1;
+
+constexpr char see_result[] = "'orvctl vg list' shows whether the group is whole again.";
 
 table all_arrays() {
   raid_list arrays;
@@ -29,10 +32,9 @@ void repair(session& run, const repair_arguments& given) {
   const int result = vg_check_rm(given.name.c_str());
   if (result != handled) check(result);
   report(run,
-         result == handled
-             ? "Handled one inactive array of " + given.name + "; run this again for others."
-             : "No array is inactive: there is nothing to repair.",
-         {{"volume_group", given.name}, {"repaired", result == handled}});
+         result == handled ? "Handled one inactive array of " + given.name + ": " + see_result
+                           : "No array is inactive: there is nothing to repair.",
+         {{"volume_group", given.name}, {"attempted", result == handled}});
 }
 
 void resume(session& run, const repair_arguments& given) {
@@ -45,7 +47,7 @@ void resume(session& run, const repair_arguments& given) {
     throw library_problem(ORV_E_NO_VG, given.volume + " is no physical volume of " + given.name);
   }
   if (result != handled) check(result);
-  report(run, "Replaced " + given.volume + " in " + given.name + ".",
+  report(run, "Handled " + given.volume + " of " + given.name + ": " + see_result,
          {{"volume_group", given.name}, {"physical_volume", given.volume}});
 }
 
