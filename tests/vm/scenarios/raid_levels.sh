@@ -48,6 +48,7 @@ create() { orvctl raid create --yes "$@"; }
 
 check "an array is in the way" orvctl raid create --level raid1 --disks 1,2 --yes
 check "and settled" eventually 150 is_settled
+diskformat /dev/sdc
 pvcreate -q /dev/sdc
 vgcreate -q vgdisk /dev/sdc
 hotspare -a /dev/sdd

@@ -1,6 +1,5 @@
 #!/bin/bash
-# Groups and pools grow and go in order; out of order they are refused; a group that lost its array
-# gets its metadata back.
+# Groups and pools grow and go in order; out of order they are refused.
 # disks: 6x1G
 # timeout: 500
 set -euo pipefail
@@ -51,22 +50,3 @@ same "to the size asked for" "2.00g" "$(lvs --noheadings -o lv_size vg1/data | x
 check "the pool is destroyed" orvctl pool destroy vg1 data --yes
 check "then the group" orvctl vg destroy vg1 --yes
 same "with all its volumes" "" "$(pvs --noheadings)"
-
-# A stripe loses a disk for good: its group is repaired from LVM's own backup.
-check "the array goes" orvctl raid destroy md0 --yes
-check "a stripe is made" orvctl raid create --level raid0 --disks 1,2 --yes
-check "with a group on it and a disk" orvctl vg create vg3 --pv md0 --pv 6 --yes
-uuid=$(pvs --noheadings -o pv_uuid /dev/md0 | xargs)
-check "the group's backup names the array" grep -q md0 /etc/lvm/backup/vg3
-same "nothing is wrong with it yet" 0 "$(orvctl vg repair vg3 --yes >/dev/null 2>&1; echo $?)"
-modprobe brd rd_size=2097152
-vgchange -q -an vg3
-mdadm -q -S /dev/md0
-diskformat /dev/sdb
-mdadm -q --assemble /dev/md0 /dev/sda --run 2>/dev/null || true
-check "the stripe is known but not running" grep -q "^md0 : inactive" /proc/mdstat
-orvctl vg repair vg3 --yes || true
-same "the lost volume lives on the RAM disk" "$uuid" \
-  "$(pvs --noheadings -o pv_uuid /dev/ram1 | xargs)"
-same "and the group has its volumes again" "/dev/ram1 /dev/sdf" \
-  "$(pvs --noheadings -S vg_name=vg3 -o pv_name | xargs)"
