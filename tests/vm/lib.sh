@@ -89,5 +89,16 @@ examine_all() {
   done
 }
 
+# refused NAME CODE COMMAND...: the command ends with this code and no disk changes.
+refused() {
+  local name=$1 code=$2 before output result=0
+  shift 2
+  before=$(examine_all)
+  output=$("$@" 2>&1) || result=$?
+  report "$((result == 0))" "$name is refused" "$output"
+  check "$name: the code is $code" grep -q -- "($code)" <<<"$output"
+  same "$name: no disk has changed" "$before" "$(examine_all)"
+}
+
 # random_file FILE MEGABYTES
 random_file() { dd if=/dev/urandom of="$1" bs=1M count="$2" status=none; }

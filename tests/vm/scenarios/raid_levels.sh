@@ -33,17 +33,6 @@ level raid5 1,2,3 2 sda,sdb,sdc
 level raid6 1,2,3,4 2 sda,sdb,sdc,sdd
 level linear 1,2 2 sda,sdb
 
-# refused NAME CODE COMMAND...: the command ends with this code and no disk changes.
-refused() {
-  local name=$1 code=$2 before output result=0
-  shift 2
-  before=$(examine_all)
-  output=$("$@" 2>&1) || result=$?
-  report "$((result == 0))" "$name is refused" "$output"
-  check "$name: the code is $code" grep -q -- "($code)" <<<"$output"
-  same "$name: no disk has changed" "$before" "$(examine_all)"
-}
-
 create() { orvctl raid create --yes "$@"; }
 
 check "an array is in the way" orvctl raid create --level raid1 --disks 1,2 --yes

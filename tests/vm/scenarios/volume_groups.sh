@@ -10,17 +10,6 @@ fast_rebuilds
 sysinfo KTA7120X
 mvsata sda=1 sdb=2 sdc=3 sdd=4 sde=5 sdf=6
 
-# refused NAME CODE COMMAND...: the command ends with this code and no disk changes.
-refused() {
-  local name=$1 code=$2 before output result=0
-  shift 2
-  before=$(examine_all)
-  output=$("$@" 2>&1) || result=$?
-  report "$((result == 0))" "$name is refused" "$output"
-  check "$name: the code is $code" grep -q -- "($code)" <<<"$output"
-  same "$name: no disk has changed" "$before" "$(examine_all)"
-}
-
 check "an array is made" orvctl raid create --level raid1 --disks 1,2 --yes
 check "and settled" eventually 150 is_idle md0
 check "a group is made of it and a disk" orvctl vg create vg1 --pv md0 --pv 3 --yes
