@@ -103,12 +103,7 @@ int add_mdfstab(const char* mountpoint, const char* vgname, const char* poolname
   const std::string_view group = orv::text_or_empty(vgname);
   const std::string_view pool = orv::text_or_empty(poolname);
   if (!key.starts_with('/') || group.empty() || pool.empty()) return orv::log_missing_argument();
-  const auto line = orv::mdfstab_line(key, group, pool, orv::file_system_type());
-  if (!line) {
-    errno = ENAMETOOLONG;
-    return orv::log_failure(ORV_E_FAILED);
-  }
-  const int result = append_line(key, *line);
+  const int result = append_line(key, orv::mdfstab_line(key, group, pool, orv::file_system_type()));
   if (result == ORV_OK) conf_save(orv::mdfstab_path);
   return result;
 }

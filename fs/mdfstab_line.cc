@@ -65,12 +65,11 @@ std::optional<std::string> mdfstab_key_of(std::string_view line) {
   return unescaped(words[1]);
 }
 
-std::optional<std::string> mdfstab_line(std::string_view mountpoint, std::string_view vgname,
-                                        std::string_view poolname, std::string_view type) {
+// The appliance cuts the line where its buffer ends, also within the mount point; that stays so.
+std::string mdfstab_line(std::string_view mountpoint, std::string_view vgname,
+                         std::string_view poolname, std::string_view type) {
   std::string line = "/dev/" + escaped(vgname) + '/' + escaped(poolname) + '\t' +
-                     escaped(mountpoint) + '\t' + std::string(type);
-  if (line.size() > longest_line) return std::nullopt;
-  line += "\tdefaults\t0 0";
+                     escaped(mountpoint) + '\t' + std::string(type) + "\tdefaults\t0 0";
   line.resize(std::min(line.size(), longest_line));
   return line;
 }

@@ -29,10 +29,9 @@ std::optional<mdfstab_entry> mdfstab_entry_of(std::string_view line);
 /// The second word of a line, also where the line is no entry.
 std::optional<std::string> mdfstab_key_of(std::string_view line);
 
-/// The line of a pool's entry without its line end, cut to 255 characters; none when the cut would
-/// leave no whole entry of three words.
-std::optional<std::string> mdfstab_line(std::string_view mountpoint, std::string_view vgname,
-                                        std::string_view poolname, std::string_view type);
+/// The line of a pool's entry without its line end, cut to 255 characters.
+std::string mdfstab_line(std::string_view mountpoint, std::string_view vgname,
+                         std::string_view poolname, std::string_view type);
 
 }  // namespace orv
 

@@ -76,12 +76,12 @@ ORV_API int mount_check(const char* path);
 
 /// Appends an entry to the mount table, which is created when missing, and commits it. Blanks,
 /// control characters and backslashes are written as fstab writes them ("\040") and read back as
-/// themselves. A line longer than 255 characters is cut there; when that would cut the device path,
-/// the mount point or the type, nothing is written.
+/// themselves. A line longer than 255 characters is cut there; what is left of an entry whose mount
+/// point was cut is not listed.
 /// @param mountpoint  absolute path
 /// @return ORV_OK; ORV_E_FAILED when the mount point is listed already, which is not logged, or an
-///         argument is missing, relative or too long; ORV_E_MOUNT_TABLE when the file cannot be
-///         opened or written. The file is unchanged on failure.
+///         argument is missing or relative; ORV_E_MOUNT_TABLE when the file cannot be opened or
+///         written. The file is unchanged on failure.
 ORV_API int add_mdfstab(const char* mountpoint, const char* vgname, const char* poolname);
 /// Removes every entry of the mount point; comment lines and empty lines go too. The new file keeps
 /// owner and mode. When the mount point is not listed, a temporary file stays in /tmp.

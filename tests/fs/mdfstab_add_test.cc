@@ -165,13 +165,17 @@ TEST_F(mdfstab_add, writes_a_line_whose_type_just_fits) {
   EXPECT_THAT(read_back(), ElementsAre("/dev/vg1/data|" + mountpoint.substr(0, 127) + "|xfs|vg1"));
 }
 
-TEST_F(mdfstab_add, refuses_an_entry_that_the_cut_would_break) {
+TEST_F(mdfstab_add, cuts_the_line_also_within_its_type_mount_point_and_device) {
   const std::string mountpoint = "/mnt/" + std::string(233, 'm');
-  EXPECT_EQ(add_mdfstab(mountpoint.c_str(), "vg1", "data"), ORV_E_FAILED);
-  EXPECT_EQ(add_mdfstab("/mnt/data", "vg1", std::string(100000, 'p').c_str()), ORV_E_FAILED);
-  EXPECT_FALSE(machine.exists(table_path));
-  EXPECT_EQ(machine.log_lines(),
-            sandbox::lines(2, "add_mdfstab:N return -1 with File name too long"));
+  const std::string longer = "/mnt/" + std::string(100000, 'n');
+  const std::string pool(100000, 'p');
+  EXPECT_EQ(add_mdfstab(mountpoint.c_str(), "vg1", "data"), ORV_OK);
+  EXPECT_EQ(add_mdfstab(longer.c_str(), "vg1", "data"), ORV_OK);
+  EXPECT_EQ(add_mdfstab("/mnt/data", "vg1", pool.c_str()), ORV_OK);
+  EXPECT_EQ(table(), "/dev/vg1/data\t" + mountpoint + "\txf\n/dev/vg1/data\t" +
+                         longer.substr(0, 241) + "\n/dev/vg1/" + pool.substr(0, 246) + '\n');
+  EXPECT_THAT(read_back(), ElementsAre("/dev/vg1/data|" + mountpoint.substr(0, 127) + "|xf|vg1"));
+  EXPECT_EQ(machine.log(), "");
 }
 
 TEST_F(mdfstab_add, reports_a_table_that_cannot_be_opened) {
