@@ -28,6 +28,16 @@ constexpr char check_driver[] =
 constexpr char check_spare_tool[] = "run '/usr/local/bin/hotspare --list' and see what it prints";
 constexpr char check_tmp[] = "check that /tmp can be written and has space left";
 
+constexpr char see_shares[] = "run 'orvctl share list' to see the shares";
+constexpr char see_users_list[] = "run 'orvctl user list' to see the users";
+constexpr char try_again[] = "another process is changing the same file: try again in a moment";
+constexpr char check_share_file[] =
+    "see that '/etc/sharefolder.conf' and the file of the share's service are whole and can be "
+    "written";
+constexpr char check_alarms[] = "check that the alarm daemon runs: it serves /dev/alarm.socket";
+constexpr char check_shadow[] =
+    "check '/etc/shadow' and the space left on its file system; the account itself has been made";
+
 constexpr exit_status failed = exit_status::failed;
 constexpr exit_status not_found = exit_status::not_found;
 constexpr exit_status in_use = exit_status::in_use;
@@ -85,7 +95,59 @@ constexpr remedy remedies[] = {
      "run 'orvctl vg list' for the free space and 'orvctl pool list' for the present size; a new "
      "size must be larger than the pool and no larger than the group's free space"},
     {ORV_E_NO_POOL, not_found, see_pools},
+    {ORV_E_NO_GATEWAY, not_found, "see '/etc/network/interfaces'"},
+    {ORV_E_SHARE_OPEN, failed, check_share_file},
+    {ORV_E_SHARE_READ, failed, check_share_file},
+    {ORV_E_SHARE_WRITE, failed, check_share_file},
+    {ORV_E_SHARE_SYNTAX, failed, check_share_file},
+    {ORV_E_STATUS_OUTPUT, failed, check_tmp},
+    {ORV_E_EXPORTS, failed, "check '/etc/exports', and that /tmp can be written"},
+    {ORV_E_IETD, failed, "check '/etc/ietd.conf', and that /tmp can be written"},
+    {ORV_E_FTP_USERS, failed, "check that '/etc/vsftpd' and the homes of its users exist"},
+    {ORV_E_FTP_CONFIG, failed, "check '/etc/vsftpd.conf'"},
+    {ORV_E_NETSTAT, failed, check_tmp},
+    {ORV_E_SMBSTATUS, failed, check_tmp},
+    {ORV_E_FTP_TEMPORARY, failed, check_tmp},
+    {ORV_E_SMART_SUMMARY, failed, check_tmp},
+    {ORV_E_SMART_DETAIL, failed, check_tmp},
+    {ORV_E_ALARM_CONNECT, failed, check_alarms},
+    {ORV_E_ALARM_BIND, failed, "check that /dev can be written"},
+    {ORV_E_ALARM_SEND, failed, check_alarms},
+    {ORV_E_ALARM_REPLY, failed, check_alarms},
+    {ORV_E_ALARM_ITEM, failed, check_alarms},
+    {ORV_E_HOSTNAME_OPEN, failed, "check that '/etc/hostname' can be written"},
+    {ORV_E_HOSTNAME_WRITE, failed, "check the space left on the file system of '/etc/hostname'"},
+    {ORV_E_HOSTNAME_SET, failed, "the name is stored and will hold after the next start"},
+    {ORV_E_CLOCK_ZONE, failed, see_log},
+    {ORV_E_CLOCK_SET, failed, "setting the clock needs root"},
+    {ORV_E_USER_FILE, failed, "check '/etc/nas_userfile.conf'"},
+    {ORV_E_NO_SHADOW, failed, check_shadow},
+    {ORV_E_SHADOW_OPEN, failed, check_shadow},
+    {ORV_E_SHADOW_LOCKED, in_use,
+     "another process is changing passwords; the account itself has been made, without a password: "
+     "delete the user and add it again"},
+    {ORV_E_SHADOW_BACKUP, failed, check_shadow},
+    {ORV_E_SHADOW_CREATE, failed, check_shadow},
+    {ORV_E_SHADOW_WRITE, failed, check_shadow},
+    {ORV_E_SHADOW_RENAME, failed, check_shadow},
+    {ORV_E_SHARES_LOCKED, in_use, try_again},
+    {ORV_E_SERVICE_LOCKED, in_use, try_again},
+    {ORV_E_FILE_LOCKED, in_use, try_again},
+    {ORV_E_SHARES_READ, failed, check_share_file},
+    {ORV_E_SHARES_WRITE, failed, check_share_file},
+    {ORV_E_SERVICE_WRITE, failed, check_share_file},
+    {ORV_E_SHARE_EXISTS, in_use, "choose another name; 'orvctl share list' shows those taken"},
+    {ORV_E_NO_SHARE, not_found, see_shares},
+    {ORV_E_SHARE_MODE, exit_status::usage, "use samba, nfs, ftp or iscsi"},
+    {ORV_E_PASSWORDS, failed, "check '/etc/nas_userfile.conf'"},
     {ORV_E_COMMAND, failed, see_log},
+    {ORV_E_SMART_MODE, failed, "run 'orvctl smart show': this model has the attributes only"},
+    {ORV_E_NO_USER, not_found, see_users_list},
+    {ORV_E_PASSWORD, failed, "the password does not match"},
+    {ORV_E_PASSWD_FILE, failed, "check that '/etc/passwd' can be written"},
+    {ORV_E_LOGIN_USED, in_use, "choose another name; 'getent passwd' shows those taken"},
+    {ORV_E_NO_UID, failed, "user numbers go from 500 to 64999"},
+    {ORV_E_GROUP_USED, in_use, "choose another name; 'getent group' shows those taken"},
     {ORV_E_MODEL_QUERY, failed, check_sys_info},
 };
 
