@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <string>
 
 #include "common/command.h"
@@ -14,6 +13,7 @@
 #include "common/log.h"
 #include "common/models.h"
 #include "common/text.h"
+#include "fs/mdfstab_file.h"
 #include "fs/mdfstab_line.h"
 #include "fs/replacement_file.h"
 
@@ -27,14 +27,10 @@ bool read_text(FILE* stream, std::string& text) {
   return std::ferror(stream) == 0;
 }
 
-int log_add_failure() {
-  liborv_log_error("cannot open /etc/mdfstab for %s", std::strerror(errno));
-  return ORV_E_MOUNT_TABLE;
-}
+int log_add_failure() { return orv::log_mdfstab_failure(ORV_E_MOUNT_TABLE); }
 
 int log_delete_failure() {
-  liborv_log_error("cannot open /etc/mdfstab or tmpfile for %s", std::strerror(errno));
-  return ORV_E_MOUNT_TABLE;
+  return orv::log_mdfstab_failure(ORV_E_MOUNT_TABLE, "/etc/mdfstab or tmpfile");
 }
 
 /// True when some line's second word is the mount point. A comment line counts: an entry that was

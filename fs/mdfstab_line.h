@@ -5,12 +5,11 @@
 #include <string>
 #include <string_view>
 
-namespace orv {
+/// The lines of the appliance's mount table. They have the layout of fstab: words separated by
+/// blanks and tabs. As there, a blank, tab, line end or backslash inside a word is written as "\"
+/// and three octal digits; every other control character is too. The mount point is the key.
 
-/// The appliance's mount table: lines of the layout of fstab, whose words are separated by blanks
-/// and tabs. As there, a blank, tab, line end or backslash inside a word is written as "\" and
-/// three octal digits; every other control character is too. The mount point is the key.
-inline constexpr char mdfstab_path[] = "/etc/mdfstab";
+namespace orv {
 
 /// The first three words of an entry, as what they stand for.
 struct mdfstab_entry {

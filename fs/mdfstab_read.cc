@@ -1,23 +1,16 @@
 #include <orv/fs.h>
-#include <orv/support.h>
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 
 #include "common/families.h"
 #include "common/handles.h"
 #include "common/line_reader.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "fs/mdfstab_file.h"
 #include "fs/mdfstab_line.h"
 
 namespace {
-
-int log_unreadable() {
-  liborv_log_error("cannot open /etc/mdfstab for %s", std::strerror(errno));
-  return ORV_E_FAILED;
-}
 
 /// The first component behind "/dev/"; whatever the first five characters are, they are passed
 /// over.
@@ -43,13 +36,13 @@ bool append_record(tag_fsinfo_list* list, const orv::mdfstab_entry& entry) {
 int mdfstab_get(tag_fsinfo_list* list) {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::unique_file file(std::fopen(orv::mdfstab_path, "re"));
-  if (!file) return log_unreadable();
+  if (!file) return orv::log_mdfstab_failure(ORV_E_FAILED);
   orv::line_reader reader(file.get());
   while (reader.next()) {
     const auto entry = orv::mdfstab_entry_of(reader.line());
-    if (entry && !append_record(list, *entry)) return log_unreadable();
+    if (entry && !append_record(list, *entry)) return orv::log_mdfstab_failure(ORV_E_FAILED);
   }
-  return std::ferror(file.get()) != 0 ? log_unreadable() : ORV_OK;
+  return std::ferror(file.get()) != 0 ? orv::log_mdfstab_failure(ORV_E_FAILED) : ORV_OK;
 }
 
 int fs_check(const char* poolname) {
