@@ -62,6 +62,16 @@ TEST_F(mount_check_of, a_path_is_found_between_broken_lines) {
   EXPECT_EQ(mount_check("/mnt/data"), ORV_OK);
 }
 
+TEST_F(mount_check_of, a_captured_mount_succeeds) {
+  mounts(fixture("proc/mounts.txt"));
+  for (const char* path : {"/", "/tmp", "/mnt/data", "/mnt/with blank"}) {
+    EXPECT_EQ(mount_check(path), ORV_OK) << path;
+  }
+  for (const char* path : {"/mnt", "/mnt/with", "/mnt/with\\040blank", "/dev/mapper/vg1-data"}) {
+    EXPECT_EQ(mount_check(path), ORV_E_FAILED) << path;
+  }
+}
+
 class mountfs : public pools_test {
  protected:
   void TearDown() override {
@@ -154,6 +164,19 @@ TEST_F(mountfs, finds_a_mount_point_with_blanks) {
   ASSERT_EQ(mdfstab_get(list.get()), ORV_OK);
   EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
   expect_facts(list.only(), "available", "vg1", "2", mib_of_10_gib);
+}
+
+TEST_F(mountfs, completes_from_captured_pools_and_mounts) {
+  lvdisplay().prints(fixture("lvdisplay/inactive_pool.txt"));
+  mounts(fixture("proc/mounts.txt"));
+  fs_list list;
+  list.add("/dev/vg-two/all", "/mnt/with blank");
+  list.add("/dev/vg1/data", "/mnt/data");
+  list.add("/dev/vg1/backup-1", "/mnt/backup-1");
+  EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
+  expect_facts(*list.records()[0], "available", "vg-two", "", 20480);
+  expect_facts(*list.records()[1], "available", "vg1", "2", mib_of_10_gib);
+  expect_facts(*list.records()[2], "umount", "vg1", "2", 5120);
 }
 
 TEST_F(mountfs, takes_a_file_system_without_a_mount_point_for_unmounted) {

@@ -4,6 +4,7 @@ using testing::ElementsAre;
 
 class lvdisplay : public storage_machine {
  protected:
+  void TearDown() override { EXPECT_THAT(machine.open_descriptors(), ElementsAre()); }
   int get() { return pool_get(pools.get()); }
   tag_pool_info& only() {
     EXPECT_EQ(names().size(), 1U);
@@ -153,15 +154,91 @@ TEST_F(lvdisplay, tells_the_failed_tool_too_when_its_output_cannot_be_opened) {
   EXPECT_THAT(machine.temp_files(), ElementsAre());
 }
 
+TEST_F(lvdisplay, tells_output_that_cannot_be_examined_and_removes_it) {
+  fails_to_list("vgdisplay");
+  machine.fail("fstat", EIO);
+  EXPECT_EQ(get(), -1050);
+  EXPECT_EQ(machine.log_lines().back(),
+            "get_poolinfo_from_lvdisplay:N return 0 with Input/output error");
+  EXPECT_THAT(machine.output(),
+              testing::MatchesRegex("cannot open /tmp/lvdisplay\\.[A-Za-z0-9]{6}\n"));
+  EXPECT_THAT(machine.temp_files(), ElementsAre());
+}
+
 TEST_F(lvdisplay, runs_nothing_without_a_temporary_file) {
   machine.fail("mkstemp", ENOSPC);
   EXPECT_EQ(get(), -1050);
   EXPECT_THAT(machine.commands(), ElementsAre());
+  EXPECT_EQ(
+      machine.log_lines().front(),
+      command_not_run("/sbin/lvdisplay -c > /tmp/lvdisplay.XXXXXX ", "No space left on device"));
+  EXPECT_EQ(machine.log_lines().back(),
+            "get_poolinfo_from_lvdisplay:N return -1051 with No space left on device");
 }
 
 TEST_F(lvdisplay, needs_a_list) {
   EXPECT_EQ(pool_get(nullptr), ORV_E_FAILED);
   EXPECT_EQ(get_poolinfo_from_lvdisplay(nullptr), ORV_E_FAILED);
+}
+
+/// The machine on which the tools' output was captured: vg1 on md0 and sdg, vg-two on sdh. All
+/// disks but sdg stand in the expansion enclosure here.
+class lvdisplay_captured : public lvdisplay {
+ protected:
+  lvdisplay_captured() {
+    disk("sdg", 1);
+    int channel = 0;
+    for (const char* name : {"sda", "sdb", "sdh"}) disk(name, ++channel, true);
+    array("md0", {"sda in_sync", "sdb in_sync"});
+  }
+  /// The pools of a situation, as pool_list_show prints them.
+  std::string shown(const std::string& situation) {
+    for (const std::string tool : {"lvdisplay", "vgdisplay", "pvdisplay"}) {
+      canned(tool, fixture(tool + '/' + situation + ".txt"));
+    }
+    machine.forget();
+    orv::scoped_list<tag_poolinfo_list> listed;
+    EXPECT_EQ(pool_get(listed.get()), ORV_OK);
+    EXPECT_EQ(machine.log(), "") << situation;
+    pool_list_show(listed.get());
+    return machine.output();
+  }
+};
+
+TEST_F(lvdisplay_captured, machines_without_pools_list_none) {
+  for (const char* situation : {"none", "pvs_without_group", "no_pools"}) {
+    EXPECT_EQ(shown(situation), "") << situation;
+  }
+}
+
+TEST_F(lvdisplay_captured, pools_show_their_group_and_enclosure) {
+  EXPECT_EQ(shown("pools"),
+            "/dev/vg-two/all\tavailable\t20G\t0G\tvg-two\t1\n"
+            "/dev/vg1/data\tavailable\t10G\t0G\tvg1\t0\n"
+            "/dev/vg1/backup-1\tavailable\t5G\t0G\tvg1\t0\n");
+}
+
+TEST_F(lvdisplay_captured, inactive_pools_are_not_available) {
+  EXPECT_EQ(shown("inactive_pool"),
+            "/dev/vg-two/all\tavailable\t20G\t0G\tvg-two\t1\n"
+            "/dev/vg1/data\tavailable\t10G\t0G\tvg1\t0\n"
+            "/dev/vg1/backup-1\tnot available\t5G\t0G\tvg1\t0\n");
+}
+
+TEST_F(lvdisplay_captured, snapshots_are_pools) {
+  EXPECT_THAT(shown("snapshot"), testing::EndsWith("/dev/vg1/snap\tavailable\t1G\t0G\tvg1\t0\n"));
+}
+
+TEST_F(lvdisplay_captured, pools_of_an_exported_group_are_not_listed) {
+  EXPECT_EQ(shown("exported_group"),
+            "/dev/vg1/data\tavailable\t10G\t0G\tvg1\t0\n"
+            "/dev/vg1/backup-1\tnot available\t5G\t0G\tvg1\t0\n");
+}
+
+TEST_F(lvdisplay_captured, pools_of_a_group_that_lost_a_disk_are_not_available) {
+  EXPECT_EQ(shown("lost_disk"),
+            "/dev/vg1/data\tnot available\t10G\t0G\tvg1\t1\n"
+            "/dev/vg1/backup-1\tnot available\t5G\t0G\tvg1\t1\n");
 }
 
 TEST(isdashed_, tells_a_placeholder) {

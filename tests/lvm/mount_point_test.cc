@@ -139,6 +139,16 @@ TEST_F(mount_point, is_found_in_the_mount_table_whatever_its_characters) {
   expect_removed("/mnt/a b");
 }
 
+TEST_F(mount_point, is_found_in_a_captured_mount_table) {
+  machine.file("/proc/mounts", fixture("proc/mounts.txt"));
+  for (const char* path : {"/mnt", "/mnt/data", "/dev", "/run"}) expect_refused(path, busy);
+  machine.forget();
+  EXPECT_EQ(rmdir_path("/mnt/with blank"), -11000);
+  EXPECT_THAT(machine.commands(), IsEmpty());
+  expect_removed("/mnt/with");
+  expect_removed("/mnt/backup-1");
+}
+
 TEST_F(mount_point, is_kept_when_a_link_leads_to_something_mounted) {
   machine.directory("/srv/pools/lv0");
   machine.link("/mnt/pools", "/srv/pools");

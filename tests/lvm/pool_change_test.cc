@@ -113,6 +113,23 @@ TEST_F(pool_change, changes_nothing_when_pools_or_groups_cannot_be_listed) {
   EXPECT_THAT(changes(), IsEmpty());
 }
 
+TEST_F(pool_change, goes_by_what_the_real_tools_list) {
+  for (const std::string tool : {"lvdisplay", "vgdisplay", "pvdisplay"}) {
+    canned(tool, fixture(tool + "/pools.txt"));
+  }
+  changers({"/sbin/lvcreate", "/sbin/lvremove"});
+  EXPECT_EQ(pool_create("new", "vg1", 6), -2053) << "5 of 20 GiB are free";
+  EXPECT_EQ(pool_create("new", "vg-two", 1), -2053);
+  EXPECT_EQ(pool_create("backup-1", "vg1", 5), -2051);
+  EXPECT_EQ(pool_extend("data", "vg1", 10), -2053);
+  EXPECT_EQ(pool_destroy("all", "vg1"), -2052);
+  EXPECT_THAT(changes(), IsEmpty());
+  EXPECT_EQ(pool_create("new", "vg1", 5), ORV_OK);
+  EXPECT_EQ(pool_destroy("backup-1", "vg1"), ORV_OK);
+  EXPECT_THAT(changes(), ElementsAre("/sbin/lvcreate -L 5G -n new vg1 > /dev/null",
+                                     "/sbin/lvremove -f vg1/backup-1 > /dev/null"));
+}
+
 TEST_F(pool_change, passes_strange_names_as_one_word) {
   changers({"/sbin/lvcreate", "/sbin/lvextend", "/sbin/lvremove"});
   for (const hostile_name& hostile : hostile_names) {
