@@ -79,8 +79,22 @@ set_rebuild_speed() {
   echo "$2" >/proc/sys/dev/raid/speed_limit_max
 }
 
-# examine_all: what every data disk says about itself, for comparing before and after.
+# examine_all: puts into $examined what every data disk says about itself, for comparing before and
+# after. A superblock is written some time after its array changed, to one member after the other,
+# so what differs from the last time is looked at again until it stays.
+examined=
+
 examine_all() {
+  local last=$examined try
+  for ((try = 0; try < 20; try++)); do
+    examined=$(examine_once)
+    [ "$examined" != "$last" ] || return 0
+    last=$examined
+    sleep 1
+  done
+}
+
+examine_once() {
   local disk
   for disk in /dev/sd[a-z]; do
     echo "$disk"
@@ -93,11 +107,13 @@ examine_all() {
 refused() {
   local name=$1 code=$2 before output result=0
   shift 2
-  before=$(examine_all)
+  examine_all
+  before=$examined
   output=$("$@" 2>&1) || result=$?
   report "$((result == 0))" "$name is refused" "$output"
   check "$name: the code is $code" grep -q -- "($code)" <<<"$output"
-  same "$name: no disk has changed" "$before" "$(examine_all)"
+  examine_all
+  same "$name: no disk has changed" "$before" "$examined"
 }
 
 # random_file FILE MEGABYTES
