@@ -23,6 +23,17 @@ TEST_F(partitions, list_the_whole_sd_disks) {
   EXPECT_EQ(machine.log() + machine.output(), "");
 }
 
+TEST_F(partitions, of_real_machines_list_their_disks) {
+  for (const char* name : {"proc/partitions.txt", "proc/partitions_with_parts.txt"}) {
+    disk_list_fini(&list);
+    machine.file("/proc/partitions", fixture(name));
+    EXPECT_EQ(get_diskinfo_from_partitions(&list), ORV_OK);
+    EXPECT_THAT(places(), ElementsAre("sda 0@", "sdb 0@", "sdc 0@", "sdd 0@", "sde 0@", "sdf 0@",
+                                      "sdg 0@", "sdh 0@", "sdi 0@", "sdj 0@"))
+        << name;
+  }
+}
+
 TEST_F(partitions, lines_that_are_empty_or_cut_list_nothing) {
   machine.file("/proc/partitions", "\n \t\n8 0 976762584\n8 0 1 sd1\n8\n8 0 1 s");
   EXPECT_EQ(get_diskinfo_from_partitions(&list), ORV_OK);

@@ -31,6 +31,16 @@ TEST_F(sysfs_disk, fills_size_state_and_model_of_every_disk) {
   EXPECT_EQ(machine.log(), "");
 }
 
+TEST_F(sysfs_disk, of_a_real_machine_is_read) {
+  sysfs("sda", fixture("sysfs_disk/size.txt"), fixture("sysfs_disk/state.txt"),
+        fixture("sysfs_disk/model.txt"));
+  const tag_disk_info& disk = add("sda", 1, "0");
+  EXPECT_EQ(get_diskinfo_from_sd(&list), ORV_OK);
+  EXPECT_EQ(disk.size, 0U);  // 409600 sectors are 0.2 GiB
+  EXPECT_STREQ(disk.state, "running");
+  EXPECT_STREQ(disk.model, "QEMU HARDDISK");
+}
+
 TEST_F(sysfs_disk, rounds_the_size_to_the_nearest_gib) {
   EXPECT_EQ(size_of("1048575\n"), 0U);
   EXPECT_EQ(size_of("1048576\n"), 1U);
