@@ -3,22 +3,17 @@
 
 #include <mntent.h>
 
-#include <memory>
-
 #include "common/families.h"
+#include "common/handles.h"
 #include "common/log.h"
 #include "common/text.h"
 
 namespace {
 
-struct close_mounts {
-  void operator()(FILE* mounts) const { endmntent(mounts); }
-};
-
 /// True when exactly this directory is mounted; false also when the kernel's list of mounts cannot
 /// be opened.
 bool is_mounted(std::string_view directory) {
-  const std::unique_ptr<FILE, close_mounts> mounts(setmntent("/proc/mounts", "re"));
+  const orv::unique_mount_table mounts(setmntent("/proc/mounts", "re"));
   if (!mounts || directory.empty()) return false;
   char strings[4096];
   mntent entry{};

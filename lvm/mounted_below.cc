@@ -3,17 +3,13 @@
 #include <mntent.h>
 
 #include <cerrno>
-#include <memory>
 #include <vector>
 
+#include "common/handles.h"
 #include "common/text.h"
 
 namespace orv {
 namespace {
-
-struct close_mount_table {
-  void operator()(FILE* table) const { endmntent(table); }
-};
 
 /// Holds the longest line there is: device and directory with every byte written as "\ooo".
 constexpr int line_capacity = 65536;
@@ -36,7 +32,7 @@ std::string without_empty_components(std::string_view path) {
 }
 
 int mounted_below(std::string_view named, std::string_view resolved) {
-  const std::unique_ptr<FILE, close_mount_table> table(setmntent("/proc/mounts", "r"));
+  const unique_mount_table table(setmntent("/proc/mounts", "re"));
   if (!table) return errno;
   std::vector<char> line(line_capacity);
   mntent entry{};
