@@ -5,7 +5,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+
+#include "common/log.h"
 
 namespace orv {
 
@@ -38,6 +41,13 @@ unique_file captured_output::open() const {
   struct stat examined {};
   if (file && fstat(fileno(file.get()), &examined) != 0) file.reset();
   return file;
+}
+
+int tell_cannot_open(const captured_output& output, int logged, const char* function, int line) {
+  const int reason = errno;
+  std::printf("cannot open %s\n", output.path().c_str());
+  errno = reason;
+  return log_failure(logged, function, line);
 }
 
 }  // namespace orv

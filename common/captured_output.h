@@ -41,6 +41,13 @@ class captured_output {
   bool leave_ = false;
 };
 
+/// Reports, in the log and on standard output, that an output cannot be opened for the reason in
+/// `errno`.
+/// @param logged  the code that the log line shows
+/// @return that code
+int tell_cannot_open(const captured_output& output, int logged,
+                     const char* function = __builtin_FUNCTION(), int line = __builtin_LINE());
+
 }  // namespace orv
 
 #endif

@@ -100,11 +100,7 @@ int get_diskinfo_from_arcadm(tag_diskinfo_list* list) {
   const orv::command scan("/usr/local/bin/arcadm --misc --scan > %s", output.path());
   if (!output.fill(scan)) return ORV_E_COMMAND;
   const orv::unique_file file = output.open();
-  if (!file) {
-    const int result = orv::log_failure(ORV_E_DISK_SCAN);
-    std::printf("cannot open %s\n", output.path().c_str());
-    return result;
-  }
+  if (!file) return orv::tell_cannot_open(output, ORV_E_DISK_SCAN);
   orv::line_reader reader(file.get());
   while (reader.next()) {
     if (!add_disk(list, reader.line())) return orv::log_failure(ORV_E_DISK_SCAN);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "common/families.h"
+#include "common/gib.h"
 #include "common/handles.h"
 #include "common/log.h"
 #include "common/text.h"
@@ -25,14 +26,11 @@ std::optional<std::string> attribute(const tag_disk_info& disk, const char* file
   return clear_string(text, longest);
 }
 
-/// GiB of a number of 512-byte sectors, rounded to nearest; no number is too large for it.
-uint64_t nearest_gib(uint64_t sectors) { return (sectors >> 21) + ((sectors >> 20) & 1); }
-
 /// Fills what the kernel knows of a disk, up to the first file that cannot be read.
 void fill(tag_disk_info& disk) {
   const auto size = attribute(disk, "/size");
   if (!size) return;
-  disk.size = nearest_gib(orv::leading_number(*size));
+  disk.size = orv::nearest_gib_of_sectors(orv::leading_number(*size));
   const auto state = attribute(disk, "/device/state");
   if (!state) return;
   orv::set_text(disk.state, *state);

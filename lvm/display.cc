@@ -2,11 +2,8 @@
 
 #include <orv/support.h>
 
-#include <cerrno>
-#include <cstdio>
 #include <cstring>
-
-#include "common/log.h"
+#include <limits>
 
 namespace orv {
 namespace {
@@ -29,11 +26,10 @@ uint64_t number_column(const char* line, int index) {
   return number;
 }
 
-void tell_cannot_open(const captured_output& output, int logged, const char* function, int line) {
-  const int reason = errno;
-  std::printf("cannot open %s\n", output.path().c_str());
-  errno = reason;
-  log_failure(logged, function, line);
+uint64_t kib_of_extents(uint64_t extents, uint64_t extent_kib) {
+  constexpr uint64_t largest = std::numeric_limits<uint64_t>::max();
+  const bool fits = extent_kib == 0 || extents <= largest / extent_kib;
+  return fits ? extents * extent_kib : largest;
 }
 
 }  // namespace orv

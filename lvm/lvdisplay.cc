@@ -7,6 +7,7 @@
 
 #include "common/captured_output.h"
 #include "common/families.h"
+#include "common/gib.h"
 #include "common/line_reader.h"
 #include "common/log.h"
 #include "common/text.h"

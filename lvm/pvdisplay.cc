@@ -6,6 +6,7 @@
 
 #include "common/captured_output.h"
 #include "common/families.h"
+#include "common/gib.h"
 #include "common/line_reader.h"
 #include "common/log.h"
 #include "common/text.h"
@@ -45,7 +46,7 @@ void set_figures(tag_pv_info& pv, const char* line) {
   set_attr(pv, orv::number_column(line, 8), orv::number_column(line, 9));
   pv.size = orv::nearest_gib_of_sectors(orv::number_column(line, 2));
   const uint64_t extent_kib = orv::number_column(line, 7);
-  pv.used = orv::nearest_gib_of_kib(orv::number_column(line, 10) * extent_kib);
+  pv.used = orv::nearest_gib_of_kib(orv::kib_of_extents(orv::number_column(line, 10), extent_kib));
 }
 
 /// Arrays are md devices, and whole disks are named by their channel.

@@ -4,6 +4,7 @@
 
 #include "common/captured_output.h"
 #include "common/families.h"
+#include "common/gib.h"
 #include "common/line_reader.h"
 #include "common/log.h"
 #include "common/text.h"
@@ -25,7 +26,7 @@ void fill_group(tag_vg_info& vg, const char* line) {
   set_attr(vg, orv::number_column(line, 2));
   vg.size = orv::whole_gib_of_kib(orv::number_column(line, 11));
   const uint64_t extent_kib = orv::number_column(line, 12);
-  vg.used = orv::whole_gib_of_kib(orv::number_column(line, 14) * extent_kib);
+  vg.used = orv::whole_gib_of_kib(orv::kib_of_extents(orv::number_column(line, 14), extent_kib));
 }
 
 }  // namespace

@@ -6,14 +6,12 @@
 
 #include "common/captured_output.h"
 #include "common/families.h"
+#include "common/gib.h"
 #include "common/line_reader.h"
+#include "common/log.h"
 #include "common/text.h"
-#include "raid/cannot_open.h"
 
 namespace {
-
-/// KiB to GiB, rounded to nearest.
-uint64_t rounded_gib(uint64_t kib) { return (kib >> 20) + ((kib >> 19) & 1); }
 
 template <std::size_t Size>
 bool read_value(FILE* detail, const char* key, char (&field)[Size]) {
@@ -25,7 +23,7 @@ bool read_size(FILE* detail, tag_md_info& md) {
   if (!read_value(detail, "Array Size", md.disks) && !read_value(detail, "Device Size", md.disks)) {
     return false;
   }
-  md.size = rounded_gib(orv::leading_number(orv::text_of(md.disks)));
+  md.size = orv::nearest_gib_of_kib(orv::leading_number(orv::text_of(md.disks)));
   return true;
 }
 
@@ -59,7 +57,7 @@ int get_mdinfo_from_mdadm(tag_mdinfo_list* list) {
     const orv::command detail_command("/sbin/mdadm --detail /dev/%s > %s", name, output.path());
     if (!output.fill(detail_command)) continue;
     const orv::unique_file detail = output.open();
-    if (!detail) return orv::cannot_open(output.path(), ORV_E_MD_DETAIL);
+    if (!detail) return orv::tell_cannot_open(output, ORV_E_MD_DETAIL);
     read_detail(detail.get(), md);
   }
   return ORV_OK;

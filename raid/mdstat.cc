@@ -9,8 +9,8 @@
 #include "common/captured_output.h"
 #include "common/families.h"
 #include "common/line_reader.h"
+#include "common/log.h"
 #include "common/text.h"
-#include "raid/cannot_open.h"
 
 namespace {
 
@@ -75,7 +75,7 @@ int get_mdinfo_from_proc(tag_mdinfo_list* list) {
   const orv::captured_output output("/tmp/mdstat.XXXXXX");
   if (!output.fill(orv::command("cat /proc/mdstat > %s", output.path()))) return ORV_E_COMMAND;
   const orv::unique_file dump = output.open();
-  if (!dump) return orv::cannot_open(output.path(), ORV_E_MDSTAT);
+  if (!dump) return orv::tell_cannot_open(output, ORV_E_MDSTAT);
   orv::line_reader lines(dump.get());
   while (lines.next()) {
     const std::string_view name = orv::trimmed(line_head(lines.line()).value_or(""));
@@ -94,7 +94,7 @@ int get_mdinfo_from_mdstat(tag_mdinfo_list* list) {
   for (tag_md_info& md : orv::records(list)) {
     if (!is_rebuilding(md)) continue;
     const orv::unique_file dump = output.open();
-    if (!dump) return orv::cannot_open(output.path(), ORV_E_MDSTAT);
+    if (!dump) return orv::tell_cannot_open(output, ORV_E_MDSTAT);
     orv::line_reader lines(dump.get());
     if (find_rebuild_line(lines, orv::text_of(md.name))) read_progress(lines.line(), md);
   }

@@ -107,6 +107,12 @@ TEST_F(pvdisplay, rounds_used_sizes_to_nearest) {
   }
 }
 
+TEST_F(pvdisplay, takes_a_used_size_that_does_not_fit_for_the_largest) {
+  figures("2048:-1:8:8:-1:4194304:0:0:4398046511104:uuid");
+  EXPECT_EQ(get(), ORV_OK);
+  EXPECT_EQ(only().used, 17592186044416U);  // 2^64 KiB would wrap to nothing used
+}
+
 TEST_F(pvdisplay, survives_figures_that_are_no_numbers_or_too_large) {
   figures("18446744073709551615:-1:8:8:-1:x:99999999999999999999:-1:y:uuid");
   EXPECT_EQ(get(), ORV_OK);

@@ -44,6 +44,12 @@ TEST_F(vgdisplay, truncates_the_used_size) {
   EXPECT_EQ(only().used, 0U);
 }
 
+TEST_F(vgdisplay, takes_a_used_size_that_does_not_fit_for_the_largest) {
+  canned("vgdisplay", "vg0:r/w:4:-1:0:0:0:-1:0:1:1:1048576:4194304:0:4398046511104:0:uuid\n");
+  EXPECT_EQ(get(), ORV_OK);
+  EXPECT_EQ(only().used, 17592186044415U);  // 2^64 KiB would wrap to nothing used
+}
+
 TEST_F(vgdisplay, tells_exported_and_resizable_groups) {
   const std::pair<int, const char*> attrs[] = {{0, "not resizable"},
                                                {2, "exported/not resizable"},
