@@ -12,20 +12,13 @@
 #include "common/handles.h"
 #include "common/log.h"
 #include "common/models.h"
+#include "common/replacement_file.h"
 #include "common/text.h"
+#include "common/whole_file.h"
 #include "fs/mdfstab_file.h"
 #include "fs/mdfstab_line.h"
-#include "fs/replacement_file.h"
 
 namespace {
-
-/// Reads a stream whole; false, with `errno`, on a read error.
-bool read_text(FILE* stream, std::string& text) {
-  char part[4096];
-  std::size_t size = 0;
-  while ((size = std::fread(part, 1, sizeof part, stream)) > 0) text.append(part, size);
-  return std::ferror(stream) == 0;
-}
 
 int log_add_failure() { return orv::log_mdfstab_failure(ORV_E_MOUNT_TABLE); }
 
@@ -57,18 +50,11 @@ bool append_text(int file, const std::string& text) {
 int append_line(std::string_view mountpoint, const std::string& line) {
   const orv::unique_file file(std::fopen(orv::mdfstab_path, "a+e"));
   std::string table;
-  if (!file || !read_text(file.get(), table)) return log_add_failure();
+  if (!file || !orv::read_rest(file.get(), table)) return log_add_failure();
   if (is_listed(table, mountpoint)) return ORV_E_FAILED;
   const bool line_is_open = !table.empty() && table.back() != '\n';
   const std::string addition = (line_is_open ? "\n" : "") + line + '\n';
   return append_text(fileno(file.get()), addition) ? ORV_OK : log_add_failure();
-}
-
-/// Reads the mount table and examines its owner and mode; false, with `errno`, when it cannot be
-/// read.
-bool read_table(std::string& table, struct stat& examined) {
-  const orv::unique_file file(std::fopen(orv::mdfstab_path, "re"));
-  return file && fstat(fileno(file.get()), &examined) == 0 && read_text(file.get(), table);
 }
 
 struct remaining_table {
@@ -108,7 +94,8 @@ int del_mdfstab(const char* mountpoint) {
   orv::replacement_file rewritten("/tmp/mdfstab.XXXXXX");
   std::string table;
   struct stat original {};
-  if (!rewritten.exists() || !read_table(table, original)) return log_delete_failure();
+  if (!rewritten.exists() || !orv::read_file(orv::mdfstab_path, table, original))
+    return log_delete_failure();
   const remaining_table remaining = without(table, orv::text_or_empty(mountpoint));
   if (!rewritten.write(remaining.text)) return log_delete_failure();
   if (remaining.lost_an_entry) {

@@ -1,4 +1,4 @@
-#include "fs/replacement_file.h"
+#include "common/replacement_file.h"
 
 #include <fcntl.h>
 #include <unistd.h>

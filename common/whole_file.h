@@ -1,0 +1,19 @@
+#ifndef ORV_COMMON_WHOLE_FILE_H
+#define ORV_COMMON_WHOLE_FILE_H
+
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <string>
+
+namespace orv {
+
+/// Appends the rest of a stream to a text; false, with `errno`, on a read error.
+bool read_rest(FILE* stream, std::string& text);
+
+/// Reads a file whole and examines its owner and mode; false, with `errno`, when it cannot be read.
+bool read_file(const char* path, std::string& text, struct stat& examined);
+
+}  // namespace orv
+
+#endif
