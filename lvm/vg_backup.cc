@@ -3,10 +3,6 @@
 #include <orv/lvm.h>
 #include <sys/stat.h>
 
-#include <string>
-#include <string_view>
-
-#include "common/command.h"
 #include "common/line_reader.h"
 #include "common/log.h"
 #include "common/text.h"
@@ -31,18 +27,6 @@ std::string_view identifier_in(std::string_view line) {
   return line.substr(first + 1, last - first - 1);
 }
 
-/// The identifier of a device: the device's line directly follows it. Empty when it has none.
-std::string identifier_of(FILE* backup, std::string_view device) {
-  orv::line_reader reader(backup);
-  while (!device.empty() && reader.next()) {
-    if (!orv::trimmed(reader.line()).starts_with("id =")) continue;
-    std::string identifier(identifier_in(reader.line()));
-    if (!reader.next()) break;
-    if (device_in(reader.line()) == device) return identifier;
-  }
-  return {};
-}
-
 }  // namespace
 
 namespace orv {
@@ -59,6 +43,18 @@ unique_file open_backup(const char* vgname) {
   return file;
 }
 
+std::string identifier_of(FILE* backup, std::string_view device) {
+  std::rewind(backup);
+  line_reader reader(backup);
+  while (!device.empty() && reader.next()) {
+    if (!trimmed(reader.line()).starts_with("id =")) continue;
+    std::string identifier(identifier_in(reader.line()));
+    if (!reader.next()) break;
+    if (device_in(reader.line()) == device) return identifier;
+  }
+  return {};
+}
+
 }  // namespace orv
 
 int vg_get_pv(const char* vgname, char* dev) {
@@ -73,17 +69,4 @@ int vg_get_pv(const char* vgname, char* dev) {
     return ORV_OK;
   }
   return ORV_E_NO_VG;
-}
-
-int pv_check_rm(FILE* backup, const char* pvname) {
-  if (backup == nullptr) {
-    // Not the code of a missing argument: -1 says that a volume was made anew.
-    orv::log_missing_argument();
-    return ORV_OK;
-  }
-  std::rewind(backup);
-  const std::string identifier = identifier_of(backup, orv::text_or_empty(pvname));
-  if (identifier.empty()) return ORV_OK;
-  orv::execute(orv::command("/sbin/pvcreate -u %s /dev/ram1", identifier));
-  return ORV_E_FAILED;
 }

@@ -1,20 +1,36 @@
 #include <orv/lvm.h>
 #include <orv/raid.h>
 
+#include <string>
+
 #include "common/command.h"
 #include "common/families.h"
+#include "common/log.h"
 #include "common/text.h"
 #include "lvm/vg_backup.h"
 
 namespace {
 
-/// What the repairs return when a lost volume was dealt with; callers then look again.
+/// What the repairs return when a lost volume was dealt with, whether or not their tools succeeded;
+/// callers then look again.
 constexpr int handled = ORV_E_FAILED;
 
 }  // namespace
 
 int vgcfgrestore(const char* vgname) {
   return orv::execute(orv::command("/sbin/vgcfgrestore %s", vgname));
+}
+
+int pv_check_rm(FILE* backup, const char* pvname) {
+  if (backup == nullptr) {
+    // Not the code of a missing argument: it would say that a volume was dealt with.
+    orv::log_missing_argument();
+    return ORV_OK;
+  }
+  const std::string identifier = orv::identifier_of(backup, orv::text_or_empty(pvname));
+  if (identifier.empty()) return ORV_OK;
+  orv::execute(orv::command("/sbin/pvcreate -u %s /dev/ram1", identifier));
+  return handled;
 }
 
 int md_vg_resume(const char* vgname, const char* pvname) {

@@ -20,7 +20,11 @@ class vg_create_request : public storage_machine {
     orv::set_text(pv.enclosure, enclosure);
     return pv;
   }
-  void has_tools() { changers({"/sbin/pvcreate", "/sbin/vgcreate", "/usr/local/bin/diskformat"}); }
+  void has_tools_for_arrays() { changers({"/sbin/pvcreate", "/sbin/vgcreate"}); }
+  void has_tools() {
+    has_tools_for_arrays();
+    changer("/usr/local/bin/diskformat");
+  }
 
   tag_vg_info vg;
 };
@@ -105,8 +109,33 @@ TEST_F(vg_create_request, changes_nothing_when_disks_or_arrays_cannot_be_listed)
   EXPECT_THAT(changes(), IsEmpty());
 }
 
+TEST_F(vg_create_request, changes_nothing_when_hot_spares_cannot_be_listed) {
+  wants("1");
+  fails_to_list("hotspare");
+  EXPECT_EQ(vg_create(&vg), -11000);
+  canned("hotspare", "no such line\n");
+  machine.remove("/canned/hotspare.fails");
+  EXPECT_EQ(vg_create(&vg), -1024);
+  EXPECT_THAT(changes(), IsEmpty());
+}
+
+TEST_F(vg_create_request, takes_the_arrays_but_not_the_disks_of_the_controller) {
+  model("KTA7120U");
+  sandbox::fake_tool& arcadm = machine.tool("/usr/local/bin/arcadm");
+  arcadm.on("--misc --scan").prints("0 a/WD/1000/NORMAL/Free\n");
+  arcadm.on("--display --scan").prints("====\nmd1 a/5 r/0/Normal x/1000 GB/sdb y/#2 #3\n");
+  tag_pv_info& pv = wants("1");
+  EXPECT_EQ(vg_create(&vg), -2042);
+  EXPECT_THAT(changes(), IsEmpty());
+  has_tools_for_arrays();
+  orv::set_text(pv.pvname, "md1");
+  EXPECT_EQ(vg_create(&vg), ORV_OK);
+  EXPECT_THAT(changes(), ElementsAre("/sbin/pvcreate /dev/md1 > /dev/null",
+                                     "/sbin/vgcreate vg1  /dev/md1 > /dev/null"));
+}
+
 TEST_F(vg_create_request, goes_on_when_a_disk_cannot_be_wiped) {
-  changers({"/sbin/pvcreate", "/sbin/vgcreate"});
+  has_tools_for_arrays();
   machine.tool("/usr/local/bin/diskformat").fails(2);
   wants("1");
   EXPECT_EQ(vg_create(&vg), ORV_OK);

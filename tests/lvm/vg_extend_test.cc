@@ -98,3 +98,15 @@ TEST_F(vg_extend_request, makes_no_volume_for_a_command_that_cannot_be_run) {
   EXPECT_EQ(extend_vg(std::string(300, 'v').c_str(), device), -11000);
   EXPECT_THAT(machine.commands(), IsEmpty());
 }
+
+TEST_F(vg_extend_request, passes_strange_names_as_one_word_each) {
+  changers({"/sbin/pvcreate", "/sbin/vgextend"});
+  for (const hostile_name& hostile : hostile_names) {
+    machine.forget();
+    std::string device = hostile.name;
+    EXPECT_EQ(extend_vg(hostile.name, device.data()), ORV_OK);
+    EXPECT_THAT(machine.calls(),
+                ElementsAre(ElementsAre("/sbin/pvcreate", "/dev/" + device),
+                            ElementsAre("/sbin/vgextend", hostile.name, "/dev/" + device)));
+  }
+}

@@ -1,3 +1,4 @@
+#include "common/handles.h"
 #include "tests/lvm/storage_machine.h"
 
 using testing::ElementsAre;
@@ -32,6 +33,15 @@ TEST_F(vg_repair, logs_metadata_that_cannot_be_restored) {
   EXPECT_THAT(machine.log_lines().front(), failed_command("/sbin/vgcfgrestore vg0", 5));
   EXPECT_EQ(machine.log_lines().size(), 4U);
   EXPECT_THAT(machine.commands(), ElementsAre("/sbin/vgcfgrestore vg0"));
+}
+
+TEST_F(vg_repair, passes_a_strange_name_as_one_word) {
+  changer("/sbin/vgcfgrestore");
+  for (const hostile_name& hostile : hostile_names) {
+    machine.forget();
+    EXPECT_EQ(vgcfgrestore(hostile.name), ORV_OK);
+    EXPECT_THAT(machine.calls(), ElementsAre(ElementsAre("/sbin/vgcfgrestore", hostile.name)));
+  }
 }
 
 TEST_F(vg_repair, resumes_a_group_that_lost_a_volume) {
@@ -87,6 +97,21 @@ TEST_F(vg_repair, restores_the_group_of_an_array_that_is_not_in_the_backup) {
   EXPECT_THAT(changes(), ElementsAre("/sbin/vgcfgrestore vg0"));
 }
 
+TEST_F(vg_repair, restores_the_group_of_an_array_that_lost_its_disks) {
+  changers({"/sbin/pvcreate", "/sbin/vgcfgrestore"});
+  machine.tool("/sbin/mdadm").on("/dev/md0 -f /dev/sdd").fails(1);
+  machine.file("/etc/lvm/backup/vg1", fixture("lvm_backup/md_and_disk.txt"));
+  machine.file("/proc/mdstat", fixture("mdstat/raid5_inactive.txt"));
+  canned("dev/md0", fixture("mdadm_detail/raid5_inactive.txt"));
+  machine.file("/sys/block/md0/md/raid_disks", "\n");
+  machine.file("/sys/block/md0/md/dev-sdd/state", "spare\n");
+  EXPECT_EQ(vg_check_rm("vg1"), -1);
+  EXPECT_THAT(changes(),
+              ElementsAre("/sbin/mdadm /dev/md0 -f /dev/sdd",
+                          "/sbin/pvcreate -u ShokST-iASS-f5G8-tFUh-KUVn-HNTG-fB1g85 /dev/ram1",
+                          "/sbin/vgcfgrestore vg1"));
+}
+
 TEST_F(vg_repair, changes_nothing_while_every_array_is_active) {
   backup();
   array("md1", {"sda in_sync", "sdb faulty"});
@@ -119,4 +144,74 @@ TEST_F(vg_repair, changes_nothing_when_the_arrays_cannot_be_listed) {
   machine.remove("/proc/mdstat");
   EXPECT_EQ(vg_check_rm("vg0"), -11000);
   EXPECT_THAT(changes(), IsEmpty());
+}
+
+/// Gives the identifier of a volume of vg1 to the RAM disk.
+class lost_volume : public storage_machine {
+ protected:
+  lost_volume() { backup(fixture("lvm_backup/md_and_disk.txt")); }
+
+  void backup(const std::string& text) { machine.file("/etc/lvm/backup/vg1", text); }
+  /// Whoever read the backup before may have left it at its end.
+  int recreate(const char* volume) {
+    const orv::unique_file file(std::fopen("/etc/lvm/backup/vg1", "re"));
+    EXPECT_EQ(std::fseek(file.get(), 0, SEEK_END), 0);
+    return pv_check_rm(file.get(), volume);
+  }
+};
+
+TEST_F(lost_volume, passes_its_identifier_on_to_a_ram_disk) {
+  changer("/sbin/pvcreate");
+  EXPECT_EQ(recreate("sdg"), -1);
+  EXPECT_EQ(recreate("md0"), -1);
+  EXPECT_THAT(changes(),
+              ElementsAre("/sbin/pvcreate -u 1dv5bE-3TMy-MfkR-C0yv-oGqT-uWJj-t35irh /dev/ram1",
+                          "/sbin/pvcreate -u ShokST-iASS-f5G8-tFUh-KUVn-HNTG-fB1g85 /dev/ram1"));
+  EXPECT_EQ(machine.log(), "");
+}
+
+TEST_F(lost_volume, is_told_although_the_tool_fails) {
+  machine.tool("/sbin/pvcreate").fails(5);
+  EXPECT_EQ(recreate("md0"), -1);
+  EXPECT_THAT(machine.log_lines(),
+              ElementsAre(failed_command(
+                  "/sbin/pvcreate -u ShokST-iASS-f5G8-tFUh-KUVn-HNTG-fB1g85 /dev/ram1", 5)));
+}
+
+TEST_F(lost_volume, runs_nothing_when_the_backup_does_not_hold_it) {
+  for (const char* volume : {"md2", "md", "", "data", "/dev/md0"}) EXPECT_EQ(recreate(volume), 0);
+  EXPECT_EQ(recreate(nullptr), 0);
+  EXPECT_THAT(machine.commands(), IsEmpty());
+}
+
+TEST_F(lost_volume, has_its_device_directly_behind_a_whole_identifier) {
+  backup(
+      "id = \"a\"\nseqno = 1\ndevice = \"/dev/md1\"\n"
+      "id = \"\ndevice = \"/dev/md1\"\nid = b\ndevice = \"/dev/md1\"\n"
+      "id = \"\"\ndevice = \"/dev/md1\"\nid=\"c\"\ndevice = \"/dev/md1\"\n"
+      "id = \"d\"\ndevice = \"/dev/md1\nid = \"e\"");
+  EXPECT_EQ(recreate("md1"), 0);
+  EXPECT_THAT(machine.commands(), IsEmpty());
+}
+
+TEST_F(lost_volume, is_not_the_one_that_a_device_id_names) {
+  changer("/sbin/pvcreate");
+  backup(
+      "\tid = \"a-1\"\n\tdevice = \"/dev/md1\"\n\n\tdevice_id_type = \"sys_wwid\"\n"
+      "\tdevice_id = \"naa.5000/md2\"\n\tid = \"a-2\"\n\tdevice = \"/dev/md2\"\t# Hint only\n");
+  EXPECT_EQ(recreate("md2"), -1);
+  EXPECT_THAT(changes(), ElementsAre("/sbin/pvcreate -u a-2 /dev/ram1"));
+}
+
+TEST_F(lost_volume, may_have_a_strange_identifier_which_is_passed_as_one_word) {
+  changer("/sbin/pvcreate");
+  backup("id = \"a\"; reboot; \"b\"\ndevice = \"/dev/md1\"\n");
+  EXPECT_EQ(recreate("md1"), -1);
+  EXPECT_THAT(machine.calls(),
+              ElementsAre(ElementsAre("/sbin/pvcreate", "-u", "a\"; reboot; \"b", "/dev/ram1")));
+}
+
+TEST_F(lost_volume, is_not_told_by_a_backup_that_is_not_open) {
+  EXPECT_EQ(pv_check_rm(nullptr, "md1"), 0);
+  EXPECT_THAT(machine.log_lines(), ElementsAre("pv_check_rm:N return -1 with Invalid argument"));
 }
