@@ -16,6 +16,8 @@ int vg_destroy(const char* vgname) {
   if (result != ORV_OK) return result;
   tag_vg_info* const vg = orv::find_group(groups.get(), orv::text_or_empty(vgname));
   if (vg == nullptr) return ORV_E_VG_NOT_FOUND;
+  // Volumes of less than 1 GiB, which are no pools of ours, are left to vgremove: it asks before it
+  // removes any, and nobody answers.
   return vg->used != 0 ? ORV_E_VG_IN_USE : del_vg(vg);
 }
 

@@ -175,7 +175,8 @@ ORV_API int vg_extend(const char* vgname, const char* pvname, const char* enclos
 /// ORV_E_COMMAND
 ORV_API int extend_vg(const char* vgname, char* pvname);
 
-/// Removes a volume group that holds no pools, and its physical volumes.
+/// Removes a volume group that holds no pools, and its physical volumes. It holds none while less
+/// than 1 GiB is allocated; the tool itself refuses to remove smaller volumes.
 /// @return ORV_OK; ORV_E_VG_NOT_FOUND; ORV_E_VG_IN_USE; the code of a list that could not be read;
 ///         ORV_E_COMMAND
 ORV_API int vg_destroy(const char* vgname);

@@ -55,6 +55,13 @@ TEST_F(pv_check, refuses_a_channel_that_names_not_exactly_one_disk) {
   }
 }
 
+TEST_F(pv_check, counts_the_disks_that_a_channel_list_names_and_not_its_items) {
+  for (const char* list : {"1,9", "9,1,8", "1,1", ",1,"}) {
+    EXPECT_EQ(check(list), ORV_OK) << list;
+    EXPECT_STREQ(name, "sda");
+  }
+}
+
 TEST_F(pv_check, looks_for_the_channel_in_the_enclosure) {
   disk("sdx", 1, true);
   EXPECT_EQ(check("1", "1"), ORV_OK);
@@ -106,6 +113,16 @@ TEST_F(pv_check, compares_channels_in_their_own_enclosures) {
   volume("/dev/sdx", "vg0");
   EXPECT_EQ(check("3", "0"), ORV_OK);
   EXPECT_EQ(check("3", "1"), -2045);
+}
+
+TEST_F(pv_check, refuses_a_disk_of_a_group_that_lists_it_by_its_device_name) {
+  group("vg0");
+  volume("/dev/sdc", "vg0");
+  orv::scoped_list<tag_diskinfo_list> disks;
+  ASSERT_EQ(disks_info_get(disks.get()), ORV_OK);
+  machine.remove("/proc/scsi/mvSata");
+  char channel[32] = "3";
+  EXPECT_EQ(check_pvname(disks.get(), channel, "0"), -2045);
 }
 
 TEST_F(pv_check, refuses_an_array_of_a_group) {

@@ -39,6 +39,18 @@ TEST_F(vg_destroy_request, keeps_a_group_that_holds_pools) {
   EXPECT_EQ(machine.log(), "");
 }
 
+TEST_F(vg_destroy_request, leaves_less_than_a_gib_of_volumes_to_the_tools) {
+  canned("vgdisplay", "  vg1:r/w:772:-1:0:1:0:-1:0:1:1:104857600:4096:25600:255:25345:uuid\n");
+  machine.tool("/sbin/vgremove").fails(5);
+  machine.tool("/sbin/pvremove").fails(5);
+  EXPECT_EQ(vg_destroy("vg1"), -11000);
+  EXPECT_THAT(changes(),
+              ElementsAre("/sbin/vgremove vg1 > /dev/null", "/sbin/pvremove /dev/md1 > /dev/null"));
+  for (const sandbox::call_record& call : machine.call_records()) {
+    EXPECT_EQ(call.input, "/dev/null") << "so that nothing confirms the loss of the volumes";
+  }
+}
+
 TEST_F(vg_destroy_request, changes_nothing_when_a_list_cannot_be_read) {
   fails_to_list("pvdisplay");
   EXPECT_EQ(vg_destroy("vg1"), -11000);
@@ -127,4 +139,17 @@ TEST_F(vg_removal, needs_a_group_and_a_device) {
   EXPECT_EQ(del_pv(nullptr), -11000);
   EXPECT_EQ(del_pv(""), -11000);
   EXPECT_THAT(machine.commands(), IsEmpty());
+}
+
+TEST_F(vg_removal, passes_a_strange_name_as_one_word) {
+  changers({"/sbin/vgremove", "/sbin/pvremove"});
+  for (const hostile_name& hostile : hostile_names) {
+    machine.forget();
+    orv::set_text(vg.vgname, hostile.name);
+    EXPECT_EQ(del_vg(&vg), ORV_OK);
+    EXPECT_EQ(del_pv(hostile.name), ORV_OK);
+    const std::string word = hostile.word;
+    EXPECT_THAT(changes(), ElementsAre("/sbin/vgremove " + word + " > /dev/null",
+                                       "/sbin/pvremove /dev/" + word + " > /dev/null"));
+  }
 }
