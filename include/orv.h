@@ -31,6 +31,7 @@
 #include <orv/list.h>
 #include <orv/lvm.h>
 #include <orv/raid.h>
+#include <orv/service.h>
 #include <orv/support.h>
 #include <orv/system.h>
 

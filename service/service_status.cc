@@ -1,0 +1,66 @@
+#include <orv/service.h>
+#include <orv/support.h>
+
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <initializer_list>
+#include <string>
+
+#include "common/captured_output.h"
+#include "common/handles.h"
+#include "common/log.h"
+#include "common/text.h"
+
+namespace {
+
+int ask_for(const char* daemon, const orv::captured_output& answer) {
+  if (!answer.fill(orv::command("/bin/busybox pidof %s > %s", daemon, answer.path()))) {
+    return ORV_E_COMMAND;
+  }
+  return share_status_get(answer.path().c_str());
+}
+
+/// A service runs when all of its daemons do; the first that does not gives the result.
+int status_of(const char* path_template, std::initializer_list<const char*> daemons) {
+  const orv::captured_output answer(path_template);
+  for (const char* const daemon : daemons) {
+    const int result = ask_for(daemon, answer);
+    if (result != ORV_OK) return result;
+  }
+  return ORV_OK;
+}
+
+/// Reads the first line of a file. It is opened for writing too, so a file that could not be
+/// changed counts as unreadable.
+bool read_first_line(const std::string& path, char* line, int size) {
+  struct stat examined {};
+  if (stat(path.c_str(), &examined) != 0) return false;
+  const orv::unique_file file(std::fopen(path.c_str(), "r+e"));
+  return file && get_line_from_file(file.get(), nullptr, 0, nullptr, line, size) == 0;
+}
+
+/// What the appliance's `strtoul` gives for a number that does not fit its 32 bits.
+constexpr unsigned long number_out_of_range = 4294967295UL;
+
+}  // namespace
+
+int smb_status_get() { return status_of("/tmp/smb_status.XXXXXX", {"smbd", "nmbd"}); }
+
+int orv_status_get() { return status_of("/tmp/orv_status.XXXXXX", {"orv"}); }
+
+int nfs_status_get() { return status_of("/tmp/nfs_status.XXXXXX", {"nfsd"}); }
+
+int ftp_status_get() { return status_of("/tmp/ftp_status.XXXXXX", {"vsftpd"}); }
+
+int iscsi_status_get() { return status_of("/tmp/iscsi_status.XXXXXX", {"ietd"}); }
+
+int share_status_get(const char* path) {
+  char line[64] = "";
+  if (!read_first_line(std::string(orv::text_or_empty(path)), line, sizeof line)) {
+    orv::log_failure(ORV_E_FAILED);
+    return ORV_E_STATUS_OUTPUT;
+  }
+  // Only the number of the first process counts; a line that begins with no number passes.
+  return std::strtoul(line, nullptr, 10) < number_out_of_range ? ORV_OK : ORV_E_FAILED;
+}

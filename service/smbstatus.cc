@@ -1,0 +1,104 @@
+#include <orv/service.h>
+#include <orv/support.h>
+
+#include "common/captured_output.h"
+#include "common/families.h"
+#include "common/line_reader.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "service/line_parts.h"
+
+namespace {
+
+constexpr std::string_view smb_protocol = "CIFS";
+constexpr std::string_view control_share = "IPC$";
+
+/// Where a reader of smbstatus is: a table begins under a line of dashes and ends at an empty line.
+class table_position {
+ public:
+  /// Moves to the next line. @return the number of the table whose row it is, from 1; 0 for none
+  int table_of(std::string_view line) {
+    const bool is_separator =
+        !line.empty() && line.find_first_not_of('-') == std::string_view::npos;
+    if (is_separator) ++number_;
+    if (is_separator || line.empty()) in_table_ = is_separator;
+    return in_table_ && !is_separator ? number_ : 0;
+  }
+
+ private:
+  int number_ = 0;
+  bool in_table_ = false;
+};
+
+/// The client's address, in what a row of the process table holds behind the user: group, machine
+/// and "(ADDRESS)", which present versions write as "(ipv4:ADDRESS:PORT)".
+std::string_view address_in(std::string_view row) {
+  constexpr std::string_view mark = "(ipv4:";
+  const std::size_t place = row.rfind(mark);
+  if (place != std::string_view::npos) return orv::before(row.substr(place + mark.size()), ":)");
+  return orv::before(orv::from_field(row, " ()", 2), ")");
+}
+
+/// Adds the client of a row of the process table. Until its share is known the record's protocol
+/// is the number of its process. @return false without memory
+bool add_process(tag_shareconn_list* list, std::string_view row) {
+  const std::string_view process = orv::before(row, " ");
+  if (!orv::is_number(process)) return true;
+  tag_share_conn* const connection = orv::append(list);
+  if (connection == nullptr) return false;
+  const std::string_view from_user = orv::from_field(row, " ", 1);
+  const std::string_view user = orv::before(from_user, " ");
+  const std::string_view address = address_in(from_user.substr(user.size()));
+  orv::set_text(connection->share, control_share);
+  orv::set_text(connection->protocol, process);
+  orv::set_text(connection->user, user);
+  if (orv::is_ip(address)) orv::set_text(connection->ip, address);
+  return true;
+}
+
+/// Gives the clients of a row of the service table their share. A client whose protocol is set
+/// keeps the share that it has: the first one listed.
+void take_service(tag_shareconn_list* list, std::string_view row) {
+  const auto words = orv::split(row, " ");
+  if (words.size() < 2 || !orv::is_number(words[1]) || words[0] == control_share) return;
+  for (tag_share_conn& connection : orv::records(list)) {
+    if (orv::text_of(connection.protocol) != words[1]) continue;
+    orv::set_text(connection.share, words[0]);
+    orv::set_text(connection.protocol, smb_protocol);
+  }
+}
+
+/// Completes the clients that use no share.
+void settle_protocols(tag_shareconn_list* list) {
+  for (tag_share_conn& connection : orv::records(list)) {
+    if (!orv::is_number(orv::text_of(connection.protocol))) continue;
+    orv::set_text(connection.protocol, smb_protocol);
+  }
+}
+
+/// Reads the tables of processes and services; false without memory.
+bool read_tables(tag_shareconn_list* list, FILE* file) {
+  table_position position;
+  orv::line_reader reader(file);
+  bool complete = true;
+  while (complete && reader.next()) {
+    const std::string_view line = orv::trimmed(reader.line());
+    const int table = position.table_of(line);
+    if (table == 1) complete = add_process(list, line);
+    if (table == 2) take_service(list, line);
+  }
+  settle_protocols(list);
+  return complete;
+}
+
+}  // namespace
+
+int get_conninfo_from_smbstatus(tag_shareconn_list* list) {
+  if (list == nullptr) return orv::log_missing_argument();
+  const orv::captured_output output("/tmp/smbconn_info.XXXXXX");
+  if (!output.fill(orv::command("smbstatus > %s", output.path()))) return ORV_E_COMMAND;
+  const orv::unique_file file = output.open();
+  if (file && read_tables(list, file.get())) return ORV_OK;
+  liborv_log_error("cannot open %s", output.path().c_str());
+  return ORV_E_SMBSTATUS;
+}
