@@ -93,8 +93,10 @@ TEST_F(mountfs, completes_a_mounted_file_system_from_its_pool) {
   lvdisplay().prints(two_pools);
   mounts("/dev/mapper/vg1-data /mnt/data xfs rw 0 0\n/dev/mapper/x /mnt/cold xfs rw 0 0\n");
   fs_list list;
-  list.add("/dev/vg1/data", "/mnt/data");
-  list.add("/dev/vg1/cold", "/mnt/cold");
+  for (const char* pool : {"data", "cold"}) {
+    tag_fs_info& fs = list.add(std::string("/dev/vg1/") + pool, std::string("/mnt/") + pool);
+    fs.size = fs.used = 7;
+  }
   EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
   expect_facts(*list.records()[0], "available", "vg1", "2", mib_of_10_gib);
   expect_facts(*list.records()[1], "not available", "vg1", "2", 4096);

@@ -49,7 +49,7 @@ class usage : public fs_test {
 };
 
 TEST_F(usage, is_counted_in_mib_and_counts_reserved_blocks_as_used) {
-  measure({.block_size = 4096, .blocks = 2621440, .available = 262144});
+  measure({.block_size = 4096, .blocks = 2621440, .available = 262144, .reserved = 131072});
   expect_figures(10240, 9216);
   EXPECT_STREQ(fs().state, "available");
   EXPECT_THAT(machine.list(mounted), IsEmpty());

@@ -75,7 +75,7 @@ int bent_statfs(int result, const char* path, space* found) {
   found->f_bsize = bent->second.block_size;
   found->f_frsize = bent->second.block_size;
   found->f_blocks = bent->second.blocks;
-  found->f_bfree = bent->second.available;
+  found->f_bfree = bent->second.available + bent->second.reserved;
   found->f_bavail = bent->second.available;
   return 0;
 }

@@ -41,12 +41,13 @@ TEST_F(Libc, ReportsTheKernelReleaseOfTheTest) {
 }
 
 TEST_F(Libc, ReportsTheDiskSpaceOfTheTest) {
-  machine.statfs("/mnt/data", {.block_size = 1024, .blocks = 1000, .available = 10});
+  machine.statfs("/mnt/data", {.block_size = 1024, .blocks = 1000, .available = 10, .reserved = 5});
   struct statfs found {};
   EXPECT_EQ(::statfs("/mnt/data", &found), 0);
   EXPECT_EQ(found.f_bsize, 1024);
   EXPECT_EQ(found.f_blocks, 1000U);
   EXPECT_EQ(found.f_bavail, 10U);
+  EXPECT_EQ(found.f_bfree, 15U);
   struct statfs64 large {};
   EXPECT_EQ(::statfs64("/mnt/data", &large), 0);
   EXPECT_EQ(large.f_blocks, 1000U);

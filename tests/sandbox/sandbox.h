@@ -103,6 +103,7 @@ struct disk_space {
   int64_t block_size = 4096;
   uint64_t blocks = 0;
   uint64_t available = 0;
+  uint64_t reserved = 0;  // free too, but for the superuser only
 };
 
 /// A machine of the test's own: the process sees a root directory that holds only what the test
