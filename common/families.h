@@ -6,6 +6,7 @@
 #include <orv/lvm.h>
 #include <orv/raid.h>
 #include <orv/service.h>
+#include <orv/share.h>
 
 #include "common/record_list.h"
 
@@ -30,6 +31,7 @@ ORV_FAMILY(tag_pvinfo_list, tag_pv_info, list, pv_conf_init, pv_conf_fini);
 ORV_FAMILY(tag_vginfo_list, tag_vg_info, list, vg_conf_init, vg_conf_fini);
 ORV_FAMILY(tag_poolinfo_list, tag_pool_info, list, pool_conf_init, pool_conf_fini);
 ORV_FAMILY(tag_fsinfo_list, tag_fs_info, list, fs_conf_init, fs_conf_fini);
+ORV_FAMILY(tag_shareconf_list, tag_share_config, list, share_conf_init, share_conf_fini);
 ORV_FAMILY(tag_shareconn_list, tag_share_conn, node, conn_conf_init, conn_conf_fini);
 
 #undef ORV_FAMILY

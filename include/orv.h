@@ -32,6 +32,7 @@
 #include <orv/lvm.h>
 #include <orv/raid.h>
 #include <orv/service.h>
+#include <orv/share.h>
 #include <orv/support.h>
 #include <orv/system.h>
 
