@@ -33,8 +33,8 @@ int trans_ch_disk(tag_diskinfo_list* list, char* chlist, const char* enclosure, 
     names.append(name) += ',';
     ++found;
   }
-  if (found != expected || found == 0) return found;
-  names.pop_back();
+  if (found != expected) return found;
+  if (found > 0) names.pop_back();
   orv::copy_text(chlist, capacity, names);
   return found;
 }

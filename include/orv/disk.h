@@ -159,8 +159,8 @@ ORV_API int disk_ch_cmp(int ch, const char* chlist);
 ///
 /// @param chlist    channel list such as "3,1", in a buffer of 256 bytes; becomes "sda,sdc"
 /// @param expected  number of channels in the list
-/// @return the number of disks found; when it differs from `expected` or is 0, `chlist` stays as it
-///         is. A name that does not fit the buffer counts as not found.
+/// @return the number of disks found; when it differs from `expected`, `chlist` stays as it is. A
+///         name that does not fit the buffer counts as not found.
 ORV_API int trans_ch_disk(tag_diskinfo_list* list, char* chlist, const char* enclosure,
                           int expected);
 

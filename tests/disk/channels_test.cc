@@ -68,9 +68,9 @@ TEST_F(channels, of_two_disks_are_not_one) {
   EXPECT_EQ(translated("1", "0", 1), "2 1");
 }
 
-TEST_F(channels, list_without_items_stays_as_it_is) {
+TEST_F(channels, list_without_items_names_no_disk) {
   EXPECT_EQ(translated("", "0", 0), "0 ");
-  EXPECT_EQ(translated(",,", "0", 0), "0 ,,");
+  EXPECT_EQ(translated(",,", "0", 0), "0 ");
   EXPECT_EQ(translated(",,", "0", 1), "0 ,,");
 }
 
