@@ -22,8 +22,8 @@ const tag_disk_info* find_disk(tag_diskinfo_list* disks, const tag_disk_info& re
 }
 
 /// Changes the requested disks, or none of them when one has no device name to act on: those of a
-/// RAID controller have none. A request without a disk is passed on with NULL. The
-/// refusal is logged in the name of the caller.
+/// RAID controller have none. `change` gets NULL for a request without a disk. A refusal is logged
+/// in the name of the caller.
 template <class IsChange, class Change>
 int change_disks(tag_diskinfo_list* req, IsChange is_change, Change change,
                  const char* caller = __builtin_FUNCTION()) {

@@ -53,6 +53,35 @@ TEST_F(hot_spares, disk_without_a_name_is_not_touched) {
   EXPECT_EQ(machine.log_lines().size(), 4u);
 }
 
+TEST_F(hot_spares, strange_disk_name_stays_one_word) {
+  const std::string name = "sda;reboot $(halt) 'x\n-b";
+  machine.tool("/usr/local/bin/hotspare").on_exactly({"-a", "/dev/" + name}).times(1);
+  machine.tool("/usr/local/bin/hotspare").on_exactly({"-r", "/dev/-x"}).times(1);
+  machine.tool("/usr/local/bin/diskformat").on_exactly({"/dev/" + name}).times(1);
+  EXPECT_EQ(disk_set_hotspare(name.c_str(), 1), 0);
+  EXPECT_EQ(disk_set_hotspare("-x", -1), 0);
+  EXPECT_EQ(clear_disk(name.c_str()), 0);
+}
+
+TEST_F(hot_spares, command_that_would_be_cut_is_not_run) {
+  constexpr char wipe[] = "/usr/local/bin/diskformat /dev/";
+  const std::string name(256 - sizeof wipe, 'x');
+  machine.tool("/usr/local/bin/diskformat").on_exactly({"/dev/" + name});
+  EXPECT_EQ(clear_disk(name.c_str()), 0);
+  EXPECT_EQ(clear_disk((name + "x").c_str()), -1);
+  EXPECT_EQ(disk_set_hotspare((name + "x").c_str(), 1), -1);
+  EXPECT_EQ(machine.commands().size(), 1u);
+  const auto says_why = testing::EndsWith("for 'File name too long'");
+  EXPECT_THAT(machine.log_lines(), ElementsAre(says_why, says_why));
+}
+
+TEST_F(hot_spares, tool_that_is_killed_is_logged) {
+  machine.tool("/usr/local/bin/diskformat").dies_of(SIGKILL);
+  EXPECT_EQ(clear_disk("sda"), -1);
+  EXPECT_THAT(machine.log(), StartsWith("system(\"/usr/local/bin/diskformat /dev/sda\") return "
+                                        "unnormal with exit(0) for '"));
+}
+
 TEST_F(hot_spares, disk_is_wiped_before_it_becomes_a_spare) {
   tools_succeed();
   request.add(2, "1", 1);
