@@ -7,16 +7,8 @@ using testing::SizeIs;
 
 class disk_record : public disk_test {
  protected:
-  static tag_disksmart_info* add_attribute(tag_disk_info& disk, const char* id) {
-    auto* const attribute =
-        static_cast<tag_disksmart_info*>(std::malloc(sizeof(tag_disksmart_info)));
-    smart_conf_init(attribute);
-    liborv_strncpy(attribute->id, sizeof attribute->id, id);
-    list_node& anchor = disk.smart_list.list;
-    attribute->list = {&anchor, anchor.prev};
-    anchor.prev->next = &attribute->list;
-    anchor.prev = &attribute->list;
-    return attribute;
+  static void add_attribute(tag_disk_info& disk, const char* id) {
+    append_attribute(disk.smart_list, id);
   }
 };
 

@@ -10,6 +10,18 @@
 
 #include "tests/sandbox/sandbox.h"
 
+/// Appends a cleared attribute as a caller would.
+inline tag_disksmart_info& append_attribute(tag_disksmart_list& attributes, const char* id) {
+  auto* const attribute = static_cast<tag_disksmart_info*>(std::malloc(sizeof(tag_disksmart_info)));
+  smart_conf_init(attribute);
+  liborv_strncpy(attribute->id, sizeof attribute->id, id);
+  list_node& anchor = attributes.list;
+  attribute->list = {&anchor, anchor.prev};
+  anchor.prev->next = &attribute->list;
+  anchor.prev = &attribute->list;
+  return *attribute;
+}
+
 /// A machine with the sources that tell about disks, and a list to read them into.
 class disk_test : public sandbox_test {
  protected:

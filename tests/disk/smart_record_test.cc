@@ -8,15 +8,9 @@ class smart_record : public sandbox_test {
   ~smart_record() override { smart_list_fini(&list); }
 
   tag_disksmart_info& add(const char* id, const char* name) {
-    auto* const attribute =
-        static_cast<tag_disksmart_info*>(std::malloc(sizeof(tag_disksmart_info)));
-    smart_conf_init(attribute);
-    liborv_strncpy(attribute->id, sizeof attribute->id, id);
-    liborv_strncpy(attribute->attr_name, sizeof attribute->attr_name, name);
-    attribute->list = {&list.list, list.list.prev};
-    list.list.prev->next = &attribute->list;
-    list.list.prev = &attribute->list;
-    return *attribute;
+    tag_disksmart_info& attribute = append_attribute(list, id);
+    liborv_strncpy(attribute.attr_name, sizeof attribute.attr_name, name);
+    return attribute;
   }
 
   tag_disksmart_list list;
