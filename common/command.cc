@@ -50,6 +50,24 @@ bool append_word(std::string& text, std::string_view value) {
   return true;
 }
 
+constexpr char hidden_password[] = "***";
+
+/// A backslash passes the shell's double quotes and then echo, both of which take half of them.
+std::string escaped_for_echo(std::string_view password) {
+  std::string escaped;
+  for (const char c : password) {
+    if (c == '\\') {
+      escaped += "\\\\\\";
+    } else if (c == '$' || c == '`' || c == '"') {
+      escaped += '\\';
+    }
+    escaped += c;
+  }
+  return escaped;
+}
+
+bool holds_line_end(std::string_view text) { return text.find_first_of("\r\n") != text.npos; }
+
 }  // namespace
 
 void word_list::add(std::string_view beginning, std::string_view value) {
@@ -61,27 +79,34 @@ void word_list::add(std::string_view beginning, std::string_view value) {
 void command::build(std::string_view form, std::initializer_list<value> values) {
   for (const value& next : values) {
     const std::size_t place = form.find('%');
-    text_ += form.substr(0, place);
-    append(next);
+    append_fixed(form.substr(0, place));
+    const std::size_t start = text_.size();
+    if (!append(next)) error_ = EINVAL;
+    logged_text_ += next.kind_ == value::kind::password ? hidden_password : text_.substr(start);
     // "%s", "%d" and "%lld" all end with their conversion letter.
     form.remove_prefix(form.find_first_of("sd", place) + 1);
   }
-  text_ += form;
+  append_fixed(form);
   if (error_ == 0 && text_.size() >= capacity) error_ = ENAMETOOLONG;
 }
 
-void command::append(const value& next) {
-  if (next.kind_ != value::kind::word) {
-    text_ += next.text_;
-    if (next.kind_ == value::kind::unusable) error_ = EINVAL;
-  } else if (!append_word(text_, next.text_)) {
-    text_ += next.text_;
-    error_ = EINVAL;
+void command::append_fixed(std::string_view text) {
+  text_ += text;
+  logged_text_ += text;
+}
+
+bool command::append(const value& next) {
+  if (next.kind_ == value::kind::password) {
+    text_ += escaped_for_echo(next.text_);
+    return !holds_line_end(next.text_);
   }
+  if (next.kind_ == value::kind::word && append_word(text_, next.text_)) return true;
+  text_ += next.text_;
+  return next.kind_ == value::kind::words || next.kind_ == value::kind::number;
 }
 
 int log_not_run(const command& line, const char* log_form) {
-  return log_command(log_form, line.text(), not_run);
+  return log_command(log_form, line.logged_text(), not_run);
 }
 
 int execute(const command& line, const char* log_form) {
@@ -90,7 +115,7 @@ int execute(const command& line, const char* log_form) {
     return log_not_run(line, log_form);
   }
   const int status = liborv_system(line.text());
-  return status == 0 ? 0 : log_command(log_form, line.text(), status);
+  return status == 0 ? 0 : log_command(log_form, line.logged_text(), status);
 }
 
 int run(const command& line, const char* log_form) {
@@ -105,7 +130,7 @@ int run_by_c_library(const command& line) {
   }
   const int status = std::system(line.text());
   if (status == 0) return ORV_OK;
-  log_command(command_failed, line.text(), status);
+  log_command(command_failed, line.logged_text(), status);
   return ORV_E_COMMAND;
 }
 

@@ -25,14 +25,20 @@ class word_list {
   bool usable_ = true;
 };
 
+/// A password between the double quotes of an `echo -e`: what means something to the shell or to
+/// echo is escaped, so that echo prints it verbatim. The log shows it as "***".
+struct echoed_password {
+  std::string_view text;
+};
+
 /// One command line, and the only way to the shell.
 ///
 /// It is made from a form and values: each "%s", "%d" or "%lld" of the form takes the next value. A
 /// text value made of letters, digits and "_-.,/:+@%=" is inserted as it is; any other one is
 /// quoted, so that the tool receives it verbatim and as one word. A value that is empty, or that
 /// begins a word with "-" and so would be read as an option, makes the command unusable; so does a
-/// command that does not fit its buffer, since half a command may do harm. An unusable command is
-/// never run: it is logged and fails like a failed command.
+/// command that does not fit its buffer, since half a command may do harm, and a line end in a
+/// password. An unusable command is never run: it is logged and fails like a failed command.
 class command {
  public:
   /// Size of every command buffer, terminator included.
@@ -45,11 +51,12 @@ class command {
     value(std::string_view text) : text_(text) {}
     value(const word_list& words)
         : text_(words.text()), kind_(words.usable() ? kind::words : kind::unusable) {}
+    value(echoed_password password) : text_(password.text), kind_(kind::password) {}
     value(std::integral auto number) : text_(std::to_string(number)), kind_(kind::number) {}
 
    private:
     friend class command;
-    enum class kind { word, words, number, unusable };
+    enum class kind { word, words, number, password, unusable };
     std::string text_;
     kind kind_ = kind::word;
   };
@@ -60,14 +67,19 @@ class command {
   }
 
   const char* text() const { return text_.c_str(); }
+  /// The text as the log may show it.
+  const char* logged_text() const { return logged_text_.c_str(); }
   /// 0, or the errno that says why the command cannot be run.
   int error() const { return error_; }
 
  private:
   void build(std::string_view form, std::initializer_list<value> values);
-  void append(const value& next);
+  void append_fixed(std::string_view text);
+  /// False when the value makes the command unusable.
+  bool append(const value& next);
 
   std::string text_;
+  std::string logged_text_;
   int error_ = 0;
 };
 

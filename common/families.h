@@ -7,6 +7,7 @@
 #include <orv/raid.h>
 #include <orv/service.h>
 #include <orv/share.h>
+#include <orv/user.h>
 
 #include "common/record_list.h"
 
@@ -33,6 +34,7 @@ ORV_FAMILY(tag_poolinfo_list, tag_pool_info, list, pool_conf_init, pool_conf_fin
 ORV_FAMILY(tag_fsinfo_list, tag_fs_info, list, fs_conf_init, fs_conf_fini);
 ORV_FAMILY(tag_shareconf_list, tag_share_config, list, share_conf_init, share_conf_fini);
 ORV_FAMILY(tag_shareconn_list, tag_share_conn, node, conn_conf_init, conn_conf_fini);
+ORV_FAMILY(tag_user_info_list, tag_user_info, node, user_info_init, user_info_fini);
 
 #undef ORV_FAMILY
 

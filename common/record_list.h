@@ -103,6 +103,28 @@ record_of<List>* append(List* list) {
   return record;
 }
 
+/// Unlinks a record and releases it.
+template <class List>
+void release(list_node* node) {
+  node->prev->next = node->next;
+  node->next->prev = node->prev;
+  node->next = node->prev = nullptr;
+  record_of<List>* const record = record_at<List>(node);
+  family<List>::fini(record);
+  std::free(record);
+}
+
+/// Releases the records for which a condition holds.
+template <class List, class Condition>
+void remove_if(List* list, Condition condition) {
+  list_node* const anchor = node_of<List>(list);
+  list_node* next = nullptr;
+  for (list_node* node = anchor->next; node != anchor; node = next) {
+    next = node->next;
+    if (condition(*record_at<List>(node))) release<List>(node);
+  }
+}
+
 /// Releases every record; the list may be filled again. @return 0, or -1 for a NULL list
 template <class List>
 int list_fini(List* list) {
@@ -111,15 +133,7 @@ int list_fini(List* list) {
     return -1;
   }
   list_node* const anchor = node_of<List>(list);
-  while (anchor->next != anchor) {
-    list_node* const node = anchor->next;
-    anchor->next = node->next;
-    node->next->prev = anchor;
-    node->next = node->prev = nullptr;
-    record_of<List>* const record = record_at<List>(node);
-    family<List>::fini(record);
-    std::free(record);
-  }
+  while (anchor->next != anchor) release<List>(anchor->next);
   return 0;
 }
 

@@ -27,9 +27,11 @@ bool replacement_file::write(std::string_view text) const {
   return true;
 }
 
-bool replacement_file::complete(const struct stat& original) const {
+bool replacement_file::adopt(const struct stat& original) const {
   return fchown(file_, original.st_uid, original.st_gid) == 0 &&
-         fchmod(file_, original.st_mode & 07777U) == 0 && fsync(file_) == 0;
+         fchmod(file_, original.st_mode & 07777U) == 0;
 }
+
+bool replacement_file::sync() const { return fsync(file_) == 0; }
 
 }  // namespace orv

@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace orv {
 
@@ -14,6 +15,8 @@ class replacement_file {
  public:
   /// @param path_template  path that ends in "XXXXXX"
   explicit replacement_file(std::string path_template);
+  /// Takes over a file that was opened for this, or -1 when it could not be.
+  replacement_file(std::string path, int file) : path_(std::move(path)), file_(file) {}
   ~replacement_file();
   replacement_file(const replacement_file&) = delete;
   replacement_file& operator=(const replacement_file&) = delete;
@@ -25,9 +28,15 @@ class replacement_file {
   /// Appends a text; false, with `errno`, when it was not written whole.
   bool write(std::string_view text) const;
 
-  /// Gives the file owner and mode of the one that it replaces and brings it to the disk; false,
-  /// with `errno`, when that failed.
-  bool complete(const struct stat& original) const;
+  /// Gives the file owner and mode of the one that it replaces; false, with `errno`, when that
+  /// failed.
+  bool adopt(const struct stat& original) const;
+
+  /// Brings the file to the disk; false, with `errno`, when that failed.
+  bool sync() const;
+
+  /// Both, in this order.
+  bool complete(const struct stat& original) const { return adopt(original) && sync(); }
 
   /// Leaves the name alone from here on: the file was moved, or stays.
   void leave() { leave_ = true; }

@@ -35,5 +35,6 @@
 #include <orv/share.h>
 #include <orv/support.h>
 #include <orv/system.h>
+#include <orv/user.h>
 
 #endif

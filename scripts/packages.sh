@@ -2,7 +2,8 @@
 # The Debian packages that this project's own commands need; each is installed only when missing.
 
 # shellcheck disable=SC2034  # read by the scripts that source this file
-build_packages=(g++ cmake ninja-build pkg-config libcli11-dev libsmartcols-dev nlohmann-json3-dev)
+build_packages=(g++ cmake ninja-build pkg-config libcrypt-dev libcli11-dev libsmartcols-dev
+  nlohmann-json3-dev)
 # shellcheck disable=SC2034
 test_packages=(libgtest-dev libgmock-dev bash-static busybox-static binutils)
 # shellcheck disable=SC2034

@@ -1,0 +1,22 @@
+#ifndef ORV_USER_ACCOUNT_FILES_H
+#define ORV_USER_ACCOUNT_FILES_H
+
+namespace orv {
+
+inline constexpr char user_file_path[] = "/etc/nas_userfile.conf";
+
+/// Commits the files that a user is kept in, unless that is held back.
+void save_account_files();
+
+/// Holds `save_account_files` back while it exists.
+class saving_held_back {
+ public:
+  saving_held_back();
+  ~saving_held_back();
+  saving_held_back(const saving_held_back&) = delete;
+  saving_held_back& operator=(const saving_held_back&) = delete;
+};
+
+}  // namespace orv
+
+#endif

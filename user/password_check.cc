@@ -1,0 +1,27 @@
+#include <orv/support.h>
+#include <orv/user.h>
+#include <pwd.h>
+
+#include <cstdio>
+#include <string>
+
+#include "common/handles.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "user/password_hash.h"
+
+int sys_user_validpwd(const char* name, const char* password) {
+  const std::string wanted(orv::text_or_empty(name));
+  if (getpwnam(wanted.c_str()) == nullptr) {
+    std::printf("invalide username");
+    return ORV_E_NO_USER;
+  }
+  const orv::unique_file shadow(std::fopen(orv_path_shadow_file, "re"));
+  if (!shadow) return orv::log_failure(ORV_E_PASSWORD);
+  while (const passwd* const entry = fgetpwent(shadow.get())) {
+    if (wanted != entry->pw_name) continue;
+    const std::string given(orv::text_or_empty(password));
+    return orv::has_hash(given, entry->pw_passwd) ? ORV_OK : ORV_E_PASSWORD;
+  }
+  return ORV_E_PASSWORD;
+}

@@ -1,0 +1,17 @@
+#include "user/private_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orv {
+
+unique_file open_private(const char* path) {
+  const int file = open(path, O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (file < 0) return nullptr;
+  unique_file stream(fdopen(file, "r+"));
+  if (!stream) close(file);
+  return stream;
+}
+
+}  // namespace orv

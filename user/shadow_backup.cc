@@ -1,0 +1,37 @@
+#include <orv/user.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "common/log.h"
+#include "common/whole_file.h"
+#include "user/private_file.h"
+
+namespace {
+
+constexpr int failed = 1;
+
+bool replace_content(FILE* file, const std::string& text) {
+  return ftruncate(fileno(file), 0) == 0 &&
+         std::fwrite(text.data(), 1, text.size(), file) == text.size() && std::fflush(file) == 0;
+}
+
+}  // namespace
+
+int create_backup(const char* path, FILE* stream) {
+  struct stat original {};
+  std::string text;
+  if (path == nullptr || stream == nullptr) {
+    orv::log_missing_argument();
+    return failed;
+  }
+  if (fstat(fileno(stream), &original) != 0) return failed;
+  const orv::unique_file backup = orv::open_private(path);
+  if (!backup) return failed;
+  std::rewind(stream);
+  if (!orv::read_rest(stream, text) || !replace_content(backup.get(), text)) return failed;
+  const timespec times[] = {original.st_atim, original.st_mtim};
+  return futimens(fileno(backup.get()), times) == 0 ? 0 : failed;
+}

@@ -1,0 +1,31 @@
+#include <orv/user.h>
+
+#include "common/command.h"
+#include "common/families.h"
+#include "common/text.h"
+#include "user/account_files.h"
+#include "user/user_file.h"
+
+namespace {
+
+int delete_from_user_file(std::string_view name) {
+  orv::scoped_list<tag_user_info_list> users;
+  const int result = orv::read_users_to_change(users.get());
+  if (result != ORV_OK) return result;
+  user_list_show(users.get());
+  orv::remove_if(users.get(),
+                 [name](const tag_user_info& user) { return orv::text_of(user.name) == name; });
+  return orv::write_users(users.get());
+}
+
+}  // namespace
+
+int sys_user_delete(const char* name) {
+  // A user may have no SMB password: that is logged, and no more.
+  orv::run(orv::command("smbpasswd -x %s", name));
+  const int deleted = orv::run(orv::command("userdel %s", name));
+  const int result = delete_from_user_file(orv::text_or_empty(name));
+  if (result != ORV_OK) return result;
+  orv::save_account_files();
+  return deleted;
+}

@@ -1,0 +1,118 @@
+#include "user/user_file.h"
+
+#include <fcntl.h>
+#include <orv/user.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <string>
+
+#include "common/families.h"
+#include "common/handles.h"
+#include "common/line_reader.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "user/account_files.h"
+#include "user/private_file.h"
+
+namespace orv {
+namespace {
+
+/// Passwords of SAN users are longer than those of all others.
+constexpr std::size_t shortest_san_password = 12;
+
+/// What stands before the first "|" is the name, what stands behind the last one the password.
+bool append_line(tag_user_info_list* list, std::string_view line) {
+  const std::size_t first = line.find('|');
+  const std::size_t last = line.rfind('|');
+  const std::string_view password = last == line.npos ? std::string_view() : line.substr(last + 1);
+  return append_user(list, line.substr(0, first), password);
+}
+
+bool read_users(FILE* file, tag_user_info_list* list) {
+  line_reader reader(file);
+  while (reader.next()) {
+    const std::string_view line = trimmed(reader.line());
+    if (!line.empty() && !append_line(list, line)) return false;
+  }
+  return std::ferror(file) == 0;
+}
+
+/// A control character would end the line, or be lost when it is read.
+void append_field(std::string& text, std::string_view value) {
+  for (const char c : value) {
+    const bool is_control = (c >= '\0' && c < ' ' && c != '\t') || c == '\x7f';
+    text += is_control ? ' ' : c;
+  }
+}
+
+std::string text_of_users(tag_user_info_list* list) {
+  std::string text;
+  for (const tag_user_info& user : records(list)) {
+    append_field(text, text_of(user.name));
+    text += "||";
+    append_field(text, text_of(user.password));
+    text += '\n';
+  }
+  return text;
+}
+
+/// Takes the room for a text before anything is overwritten: a full disk leaves the file as it was.
+bool reserve(int file, std::size_t size) {
+  struct stat before {};
+  if (fstat(file, &before) != 0) return false;
+  const int error = size == 0 ? 0 : posix_fallocate(file, 0, static_cast<off_t>(size));
+  if (error == 0) return true;
+  if (ftruncate(file, before.st_size) == 0) errno = error;
+  return false;
+}
+
+bool overwrite(FILE* file, const std::string& text) {
+  return reserve(fileno(file), text.size()) &&
+         std::fwrite(text.data(), 1, text.size(), file) == text.size() && std::fflush(file) == 0 &&
+         ftruncate(fileno(file), static_cast<off_t>(text.size())) == 0;
+}
+
+}  // namespace
+
+bool append_user(tag_user_info_list* list, std::string_view name, std::string_view password) {
+  tag_user_info* const user = append(list);
+  if (user == nullptr) return false;
+  set_text(user->name, name);
+  set_text(user->password, password);
+  set_text(user->type, text_of(user->password).size() < shortest_san_password ? "NAS" : "SAN");
+  return true;
+}
+
+int read_users_to_change(tag_user_info_list* list) {
+  const unique_file file(std::fopen(user_file_path, "re"));
+  if (!file && errno == ENOENT) return ORV_OK;
+  return file && read_users(file.get(), list) ? ORV_OK : log_failure(ORV_E_USER_FILE);
+}
+
+int write_users(tag_user_info_list* list) {
+  const unique_file file = open_private(user_file_path);
+  return file && overwrite(file.get(), text_of_users(list)) ? ORV_OK : log_failure(ORV_E_USER_FILE);
+}
+
+}  // namespace orv
+
+int sys_user_get(tag_user_info_list* list) {
+  user_list_init(list);
+  return get_users_from_conf(list);
+}
+
+int get_users_from_conf(tag_user_info_list* list) {
+  if (list == nullptr) return orv::log_missing_argument();
+  const orv::unique_file file(std::fopen(orv::user_file_path, "re"));
+  return file && orv::read_users(file.get(), list) ? ORV_OK : orv::log_failure(ORV_E_USER_FILE);
+}
+
+// The result says nothing about the file: callers of this function never asked.
+int set_users_to_conf(tag_user_info_list* list) {
+  if (list == nullptr) return orv::log_missing_argument();
+  orv::write_users(list);
+  return ORV_OK;
+}
