@@ -1,8 +1,19 @@
 #include "common/text.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace orv {
+namespace {
+
+char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+}  // namespace
+
+bool equal_ignoring_case(std::string_view first, std::string_view second) {
+  return std::equal(first.begin(), first.end(), second.begin(), second.end(),
+                    [](char a, char b) { return lower(a) == lower(b); });
+}
 
 std::vector<std::string_view> split(std::string_view text, std::string_view separators) {
   std::vector<std::string_view> parts;

@@ -30,6 +30,25 @@ void set_text(char (&field)[Size], std::string_view text) {
   copy_text(field, static_cast<int>(Size), text);
 }
 
+/// The text before the first of some characters; all of it when there is none.
+inline std::string_view before(std::string_view text, std::string_view characters) {
+  return text.substr(0, text.find_first_of(characters));
+}
+
+/// The text behind the first such character; empty when there is none.
+inline std::string_view after(std::string_view text, char character) {
+  const std::size_t place = text.find(character);
+  return place == std::string_view::npos ? std::string_view() : text.substr(place + 1);
+}
+
+/// The text behind the last such character; all of it when there is none.
+inline std::string_view after_last(std::string_view text, char character) {
+  return text.substr(text.rfind(character) + 1);
+}
+
+/// True when two texts differ at most in the case of English letters.
+bool equal_ignoring_case(std::string_view first, std::string_view second);
+
 /// The parts of a text between separator characters; a run of separators counts as one, so no part
 /// is empty.
 std::vector<std::string_view> split(std::string_view text, std::string_view separators);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "common/octal_code.h"
 #include "common/text.h"
 
 namespace orv {
@@ -9,48 +10,8 @@ namespace {
 
 constexpr std::string_view word_separators = " \t";
 constexpr std::size_t longest_line = 255;
-constexpr std::size_t code_length = 4;  // "\040"
-
-bool needs_code(char c) {
-  const unsigned char value = static_cast<unsigned char>(c);
-  return value <= ' ' || c == '\\' || value == 0x7f;
-}
-
-/// The character whose code a text begins with; 0 when it begins with none.
-char coded_character(std::string_view text) {
-  if (text.size() < code_length || text[0] != '\\') return 0;
-  int value = 0;
-  for (const char digit : text.substr(1, code_length - 1)) {
-    if (digit < '0' || digit > '7') return 0;
-    value = value * 8 + (digit - '0');
-  }
-  return value <= 0xff ? static_cast<char>(value) : '\0';
-}
 
 }  // namespace
-
-std::string escaped(std::string_view word) {
-  std::string text;
-  for (const char c : word) {
-    if (!needs_code(c)) {
-      text += c;
-      continue;
-    }
-    text += '\\';
-    for (const int shift : {6, 3, 0}) text += static_cast<char>('0' + ((c >> shift) & 7));
-  }
-  return text;
-}
-
-std::string unescaped(std::string_view word) {
-  std::string text;
-  while (!word.empty()) {
-    const char coded = coded_character(word);
-    text += coded != 0 ? coded : word.front();
-    word.remove_prefix(coded != 0 ? code_length : 1);
-  }
-  return text;
-}
 
 std::optional<mdfstab_entry> mdfstab_entry_of(std::string_view line) {
   const std::string_view text = trimmed(line);

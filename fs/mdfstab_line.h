@@ -18,10 +18,6 @@ struct mdfstab_entry {
   std::string type;
 };
 
-/// A word as the mount table holds it, and back.
-std::string escaped(std::string_view word);
-std::string unescaped(std::string_view word);
-
 /// The entry that a line holds: none for a comment and for a line of fewer than three words.
 std::optional<mdfstab_entry> mdfstab_entry_of(std::string_view line);
 

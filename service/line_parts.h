@@ -10,17 +10,6 @@
 
 namespace orv {
 
-/// The text before the first of some characters; all of it when there is none.
-inline std::string_view before(std::string_view text, std::string_view characters) {
-  return text.substr(0, text.find_first_of(characters));
-}
-
-/// The text behind the first such character; empty when there is none.
-inline std::string_view after(std::string_view text, char character) {
-  const std::size_t place = text.find(character);
-  return place == std::string_view::npos ? std::string_view() : text.substr(place + 1);
-}
-
 /// The text from a field, counted from 0, to the end of the line; empty when there are fewer.
 inline std::string_view from_field(std::string_view line, std::string_view separators,
                                    std::size_t index) {
