@@ -35,11 +35,11 @@ bool find_rebuild_line(orv::line_reader& lines, std::string_view name) {
   return false;
 }
 
-/// "9472" of "speed=9472K/sec".
-std::optional<uint64_t> speed_of(std::string_view item) {
-  const std::size_t equals = item.find('=');
+/// "9472" of "speed=9472K/sec", which the line ends with. White space may follow the "=".
+std::optional<uint64_t> speed_of(std::string_view line_end) {
+  const std::size_t equals = line_end.find('=');
   if (equals == std::string_view::npos) return std::nullopt;
-  const std::string_view number = orv::trimmed_left(item.substr(equals + 1));
+  const std::string_view number = orv::trimmed_left(line_end.substr(equals + 1));
   if (number.empty() || !orv::is_digit(number.front())) return std::nullopt;
   return orv::leading_number(number);
 }
@@ -54,7 +54,9 @@ void read_progress(std::string_view line, tag_md_info& md) {
   const std::size_t sign = words[percentage].find('%');
   if (sign == std::string_view::npos) return;
   orv::set_text(md.progress, words[percentage].substr(0, sign));
-  const std::optional<uint64_t> kib = words.size() > speed ? speed_of(words[speed]) : std::nullopt;
+  if (words.size() <= speed) return;
+  const auto speed_begins = static_cast<std::size_t>(words[speed].data() - line.data());
+  const std::optional<uint64_t> kib = speed_of(line.substr(speed_begins));
   if (!kib) return;
   // Whole MiB shown with two decimals: readers of the progress expect the ".00".
   const uint64_t mib = *kib / 1024;

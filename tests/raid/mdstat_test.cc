@@ -122,6 +122,11 @@ TEST_F(mdstat, progress_is_the_percentage_and_the_speed_in_whole_mib) {
   EXPECT_EQ(progress(rebuild("1%", "204800K/sec"), "active, resyncing"), "1%(200.00MB/s)");
 }
 
+TEST_F(mdstat, blanks_before_the_speed_are_passed_over) {
+  EXPECT_EQ(progress(rebuild("18.4%", "  2048K/sec")), "18.4%(2.00MB/s)");
+  EXPECT_EQ(progress(rebuild("18.4%", "\t2048K/sec")), "18.4%(2.00MB/s)");
+}
+
 TEST_F(mdstat, progress_is_read_only_for_arrays_that_rebuild) {
   for (const char* state : {"clean", "clean, degraded", "active, checking", "inactive", "",
                             "recoveringly", "not-resyncing"}) {
