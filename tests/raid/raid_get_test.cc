@@ -79,6 +79,14 @@ TEST_F(raid_get_of_md, returns_the_code_of_the_source_that_failed) {
   EXPECT_EQ(raid_get(nullptr), ORV_E_FAILED);
 }
 
+TEST_F(raid_get_of_md, keeps_what_it_read_when_the_progress_cannot_be) {
+  put_array("md0", "raid1", {{"sda"}});
+  machine.fail("mkstemp", ENOSPC, 5);  // After status, details, disks and hot spares.
+  EXPECT_EQ(raid_get(list.get()), -11000);
+  EXPECT_STREQ(list.only().state, "clean");
+  EXPECT_STREQ(list.only().disks, "sda");
+}
+
 TEST_F(raid_get_of_md, treats_an_unknown_model_as_one_without_controller) {
   put_array("md0", "raid1", {{"sda"}});
   machine.remove("/etc/sys_info");
@@ -86,6 +94,28 @@ TEST_F(raid_get_of_md, treats_an_unknown_model_as_one_without_controller) {
   EXPECT_THAT(list.names(), ElementsAre("md0"));
   model("KTA7120");
   EXPECT_EQ(raid_get(list.get()), ORV_OK);
+}
+
+TEST_F(raid_get_of_md, reads_what_the_simulator_of_a_controller_says) {
+  model("KTA7120U");
+  machine.file("/var/lib/orv-sim/arcadm.conf",
+               "disk|0|ST31000340NS|931|normal|Raid\n"
+               "raid|md0|5|64K|normal|1862|sdb|1 2 13\n"
+               "raid|md1|1|N.A.|degraded|931|sdc|4 5\n");
+  machine.tool("/usr/local/bin/arcadm")
+      .on("--display --scan")
+      .runs(fixture("../simulators/arcadm"));
+  EXPECT_EQ(raid_get(list.get()), ORV_OK);
+  ASSERT_THAT(list.names(), ElementsAre("md0", "md1"));
+  const tag_md_info& first = *list.records()[0];
+  EXPECT_STREQ(first.level, "raid5");
+  EXPECT_STREQ(first.state, "normal");
+  EXPECT_EQ(first.size, 1862u);
+  EXPECT_STREQ(first.enclosure, "sdb");
+  EXPECT_STREQ(first.disks, "1,2,13");
+  const tag_md_info& second = *list.records()[1];
+  EXPECT_STREQ(second.state, "degraded");
+  EXPECT_STREQ(second.disks, "4,5");
 }
 
 TEST_F(raid_get_of_a_controller, reads_only_the_controller) {
