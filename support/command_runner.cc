@@ -1,7 +1,6 @@
 #include <orv/support.h>
 
 #include <fcntl.h>
-#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,10 +9,15 @@
 #include <string_view>
 #include <vector>
 
+#include "support/signals.h"
+
+using orv::support::set_of;
+using orv::support::signals_blocked;
+
 namespace {
 
 constexpr int shell_not_found = 127 << 8;
-constexpr int not_started = -1;
+constexpr int no_status = -1;
 
 /// The caller's environment with the locale "C", so that tool output never depends on it.
 std::vector<char*> environment_of_tools() {
@@ -26,23 +30,21 @@ std::vector<char*> environment_of_tools() {
   return environment;
 }
 
-/// What a child starts with: no input, no descriptor but the standard ones, no signal blocked, and
-/// the signals that tools rely on in their default state.
+/// What a child starts with: no input, the caller's output and no other descriptor, no signal
+/// blocked, and the signals that tools rely on in their default state.
 class child_settings {
  public:
   child_settings() {
-    sigset_t none;
-    sigset_t defaults;
-    sigemptyset(&none);
-    sigemptyset(&defaults);
-    sigaddset(&defaults, SIGPIPE);
-    sigaddset(&defaults, SIGCHLD);
+    const sigset_t none = set_of({});
+    const sigset_t defaults = set_of({SIGPIPE, SIGCHLD});
     posix_spawnattr_init(&attributes_);
     posix_spawnattr_setsigmask(&attributes_, &none);
     posix_spawnattr_setsigdefault(&attributes_, &defaults);
     posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     posix_spawn_file_actions_init(&actions_);
-    posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    open_null(STDIN_FILENO, O_RDONLY);
+    open_null_if_closed(STDOUT_FILENO);
+    open_null_if_closed(STDERR_FILENO);
     posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
   }
   ~child_settings() {
@@ -56,31 +58,22 @@ class child_settings {
   const posix_spawn_file_actions_t* actions() const { return &actions_; }
 
  private:
+  void open_null(int number, int flags) {
+    posix_spawn_file_actions_addopen(&actions_, number, "/dev/null", flags, 0);
+  }
+  /// A tool would open a disk as the missing number, and write its complaints onto it.
+  void open_null_if_closed(int number) {
+    if (fcntl(number, F_GETFD) < 0) open_null(number, O_WRONLY);
+  }
+
   posix_spawnattr_t attributes_{};
   posix_spawn_file_actions_t actions_{};
-};
-
-/// Keeps a SIGCHLD handler of this thread from taking the child's status away.
-class child_signal_blocked {
- public:
-  child_signal_blocked() {
-    sigset_t blocked;
-    sigemptyset(&blocked);
-    sigaddset(&blocked, SIGCHLD);
-    pthread_sigmask(SIG_BLOCK, &blocked, &previous_);
-  }
-  ~child_signal_blocked() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
-  child_signal_blocked(const child_signal_blocked&) = delete;
-  child_signal_blocked& operator=(const child_signal_blocked&) = delete;
-
- private:
-  sigset_t previous_{};
 };
 
 int wait_for(pid_t child) {
   int status = 0;
   while (waitpid(child, &status, 0) < 0) {
-    if (errno != EINTR) return not_started;
+    if (errno != EINTR) return no_status;
   }
   return status;
 }
@@ -90,14 +83,15 @@ int run_shell(const char* cmd) {
   std::vector<char*> environment = environment_of_tools();
   char* const arguments[] = {const_cast<char*>("sh"), const_cast<char*>("-c"),
                              const_cast<char*>(cmd), nullptr};
-  const child_signal_blocked blocked;
+  // A handler of this thread would take the child's status away.
+  const signals_blocked blocked(set_of({SIGCHLD}));
   pid_t child = 0;
   // posix_spawn shares the caller's memory until the shell runs: its cost does not grow with it.
   const int error = posix_spawn(&child, "/bin/sh", settings.actions(), settings.attributes(),
                                 arguments, environment.data());
   if (error == 0) return wait_for(child);
   errno = error;
-  return error == ENOENT || error == EACCES ? shell_not_found : not_started;
+  return error == ENOENT || error == EACCES ? shell_not_found : no_status;
 }
 
 }  // namespace
@@ -105,10 +99,10 @@ int run_shell(const char* cmd) {
 int liborv_system(const char* cmd) {
   if (cmd == nullptr) {
     errno = EINVAL;
-    return not_started;
+    return no_status;
   }
   const int saved_errno = errno;
   const int status = run_shell(cmd);
-  if (status != not_started && status != shell_not_found) errno = saved_errno;
+  if (status != no_status && status != shell_not_found) errno = saved_errno;
   return status;
 }

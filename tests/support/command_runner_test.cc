@@ -53,6 +53,20 @@ TEST_F(liborv_system_, runs_tools_with_the_c_locale_and_no_input_or_descriptor) 
   unsetenv("ORV_TEST");
 }
 
+TEST_F(liborv_system_, lets_the_command_print_where_the_caller_prints) {
+  EXPECT_EQ(liborv_system("echo text"), 0);
+  EXPECT_EQ(machine.output(), "text\n");
+}
+
+TEST_F(liborv_system_, gives_a_command_output_that_the_caller_has_closed) {
+  const int errors = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+  close(STDERR_FILENO);
+  const int status = liborv_system("echo text >&2");
+  dup2(errors, STDERR_FILENO);
+  close(errors);
+  EXPECT_EQ(status, 0);
+}
+
 TEST_F(liborv_system_, runs_tools_with_no_signal_blocked) {
   sigset_t term;
   sigemptyset(&term);
@@ -82,6 +96,17 @@ TEST_F(liborv_system_, keeps_its_child_from_the_callers_signal_handler) {
   struct sigaction old {};
   sigaction(SIGCHLD, &reap, &old);
   EXPECT_EQ(liborv_system("exit 6"), 6 << 8);
+  sigaction(SIGCHLD, &old, nullptr);
+}
+
+TEST_F(liborv_system_, cannot_wait_in_a_process_that_ignores_its_children) {
+  struct sigaction ignore {};
+  ignore.sa_handler = SIG_IGN;
+  struct sigaction old {};
+  sigaction(SIGCHLD, &ignore, &old);
+  machine.tool("/bin/tool").succeeds();
+  EXPECT_EQ(liborv_system("/bin/tool"), -1);
+  EXPECT_EQ(errno, ECHILD);
   sigaction(SIGCHLD, &old, nullptr);
 }
 
