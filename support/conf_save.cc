@@ -8,11 +8,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <memory>
 #include <string>
 
 #include "support/characters.h"
+#include "support/signals.h"
 
 namespace {
 
@@ -35,17 +35,21 @@ class descriptor {
   int number_;
 };
 
+std::string directory_of(const std::string& path) { return path.substr(0, path.rfind('/') + 1); }
+
 /// The paths of one commit, all made before the child starts: the child allocates nothing.
 struct commit {
   explicit commit(std::string file)
       : path(std::move(file)),
-        directory(path.substr(0, path.rfind('/') + 1)),
+        directory(directory_of(path)),
         kept(std::string(kept_root) + path),
+        kept_directory(directory_of(kept)),
         temporary(kept + ".XXXXXX") {}
 
   std::string path;
   std::string directory;
   std::string kept;
+  std::string kept_directory;
   std::string temporary;
   int error = 0;
 };
@@ -60,15 +64,22 @@ bool copy_contents(int from, int to, off_t size) {
   return true;
 }
 
-/// Replaces the kept copy atomically; the copy is never more open than its original.
+bool is_regular(const struct stat& file) {
+  if (S_ISREG(file.st_mode)) return true;
+  errno = EINVAL;
+  return false;
+}
+
+/// Replaces the kept copy atomically by one that is complete on disk; the copy is never more open
+/// than its original.
 bool keep_copy(commit& work, int file) {
   struct stat original {};
-  if (fstat(file, &original) != 0) return false;
+  if (fstat(file, &original) != 0 || !is_regular(original)) return false;
   const descriptor copy(mkostemp(work.temporary.data(), O_CLOEXEC));
   if (!copy.valid()) return false;
   if (copy_contents(file, copy.number(), original.st_size) &&
       fchown(copy.number(), original.st_uid, original.st_gid) == 0 &&
-      fchmod(copy.number(), original.st_mode & 07777U) == 0 &&
+      fchmod(copy.number(), original.st_mode & 07777U) == 0 && fsync(copy.number()) == 0 &&
       rename(work.temporary.c_str(), work.kept.c_str()) == 0) {
     return true;
   }
@@ -89,10 +100,11 @@ int commit_file(void* argument) {
   const auto check = [&work](bool succeeded) {
     if (!succeeded && work.error == 0) work.error = errno;
   };
-  const descriptor file(open(work.path.c_str(), O_RDONLY | O_CLOEXEC));
+  // Nothing that is no file may keep the child, and this process with it, waiting.
+  const descriptor file(open(work.path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   check(file.valid());
   if (!file.valid()) return 0;
-  check(keep_copy(work, file.number()));
+  check(keep_copy(work, file.number()) && sync_directory(work.kept_directory));
   check(fsync(file.number()) == 0);
   check(sync_directory(work.directory));
   return 0;
@@ -106,28 +118,13 @@ void make_directories_for(const std::string& path) {
   }
 }
 
-class all_signals_blocked {
- public:
-  all_signals_blocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &previous_);
-  }
-  ~all_signals_blocked() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
-  all_signals_blocked(const all_signals_blocked&) = delete;
-  all_signals_blocked& operator=(const all_signals_blocked&) = delete;
-
- private:
-  sigset_t previous_{};
-};
-
 /// Runs the commit in a child that shares this process's memory but not its descriptors. The kernel
 /// drops a process's record locks on a file when that process closes any descriptor of it; the
 /// child's descriptors are not this process's, so the caller's locks stay.
 bool run_in_child(commit& work) {
   constexpr std::size_t stack_size = 256UL * 1024;
   const auto stack = std::make_unique_for_overwrite<char[]>(stack_size);
-  const all_signals_blocked blocked;
+  const orv::support::signals_blocked blocked(orv::support::all_signals());
   const int child = clone(commit_file, stack.get() + stack_size, CLONE_VM | CLONE_VFORK, &work);
   if (child < 0) return false;
   while (waitpid(child, nullptr, __WALL) < 0 && errno == EINTR) {
@@ -135,11 +132,17 @@ bool run_in_child(commit& work) {
   return true;
 }
 
+/// A path that climbs would put its copy elsewhere than below the folder of the copies.
+bool is_usable(std::string_view path) {
+  const bool climbs = path.find("/../") != std::string_view::npos || path.ends_with("/..");
+  return path.starts_with('/') && !path.ends_with('/') && !climbs;
+}
+
 }  // namespace
 
 int conf_save(const char* path) {
   const std::string_view file = orv::support::text_or_empty(path);
-  if (!file.starts_with('/') || file.ends_with('/')) {
+  if (!is_usable(file)) {
     errno = EINVAL;
     return -1;
   }

@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <orv/support.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,6 +24,15 @@ TEST_F(conf_save_, keeps_a_copy_with_the_mode_of_the_file) {
   EXPECT_EQ(machine.mode(kept), 0640U);
   EXPECT_EQ(machine.mode("/var/lib/orv/kept"), 0700U);
   EXPECT_EQ(machine.read("/etc/samba/smb.conf"), "[global]\n");
+}
+
+TEST_F(conf_save_, keeps_the_owner_of_the_file) {
+  if (chown("/etc/samba/smb.conf", 8, 12) != 0) GTEST_SKIP() << "needs a second user";
+  EXPECT_EQ(conf_save("/etc/samba/smb.conf"), 0);
+  struct stat copy {};
+  ASSERT_EQ(stat(kept, &copy), 0);
+  EXPECT_EQ(copy.st_uid, 8U);
+  EXPECT_EQ(copy.st_gid, 12U);
 }
 
 TEST_F(conf_save_, replaces_an_older_copy_and_leaves_nothing_else) {
@@ -83,8 +93,47 @@ TEST_F(conf_save_, reports_a_copy_that_cannot_be_written_and_leaves_no_part_of_i
   EXPECT_THAT(machine.list("/var/lib/orv/kept/etc/samba"), IsEmpty());
 }
 
+TEST_F(conf_save_, puts_no_copy_in_place_that_is_not_on_disk) {
+  conf_save("/etc/samba/smb.conf");
+  machine.file("/etc/samba/smb.conf", "new\n");
+  machine.fail("fsync", EIO, 1);
+  EXPECT_EQ(conf_save("/etc/samba/smb.conf"), -1);
+  EXPECT_EQ(errno, EIO);
+  EXPECT_EQ(machine.read(kept), "[global]\n");
+  EXPECT_THAT(machine.list("/var/lib/orv/kept/etc/samba"), ElementsAre("smb.conf"));
+}
+
+TEST_F(conf_save_, reports_whatever_is_not_on_disk) {
+  // The copy, its directory, the file and its directory.
+  for (const int nth : {1, 2, 3, 4}) {
+    machine.fail("fsync", EIO, nth);
+    errno = 0;
+    EXPECT_EQ(conf_save("/etc/samba/smb.conf"), -1) << nth;
+    EXPECT_EQ(errno, EIO) << nth;
+  }
+  machine.fail("fsync", EIO, 5);
+  EXPECT_EQ(conf_save("/etc/samba/smb.conf"), 0);
+}
+
+TEST_F(conf_save_, reports_a_copy_that_cannot_be_put_in_place_and_leaves_no_part_of_it) {
+  machine.fail("rename", EACCES);
+  EXPECT_EQ(conf_save("/etc/samba/smb.conf"), -1);
+  EXPECT_EQ(errno, EACCES);
+  EXPECT_THAT(machine.list("/var/lib/orv/kept/etc/samba"), IsEmpty());
+}
+
+TEST_F(conf_save_, does_not_wait_for_what_is_no_file) {
+  ASSERT_EQ(mkfifo("/etc/pipe", 0600), 0);
+  machine.directory("/etc/folder");
+  for (const char* path : {"/etc/pipe", "/etc/folder"}) {
+    EXPECT_EQ(conf_save(path), -1) << path;
+    EXPECT_EQ(errno, EINVAL) << path;
+  }
+  EXPECT_THAT(machine.list("/var/lib/orv/kept/etc"), IsEmpty());
+}
+
 TEST_F(conf_save_, refuses_what_is_no_path_of_a_file) {
-  for (const char* path : {"", "etc/hosts", "/etc/"}) {
+  for (const char* path : {"", "etc/hosts", "/etc/", "/etc/../etc/samba/smb.conf", "/etc/.."}) {
     EXPECT_EQ(conf_save(path), -1) << path;
     EXPECT_EQ(errno, EINVAL) << path;
   }
