@@ -17,7 +17,8 @@ using owned_text = std::unique_ptr<char, free_text>;
 
 owned_text formatted(const char* format, va_list values) {
   char* text = nullptr;
-  return owned_text(vasprintf(&text, format, values) < 0 ? nullptr : text);
+  const int length = vasprintf(&text, format == nullptr ? "" : format, values);
+  return owned_text(length < 0 ? nullptr : text);
 }
 
 /// The program that loads the library may name itself in the log; our lines carry our own ident.

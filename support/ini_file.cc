@@ -76,7 +76,10 @@ int ini_key_get(const char* path, const char* section, const char* key, char* ou
 }
 
 int txt_line_seek(const char* path, const char* mark, int n, char* out, int size) {
-  if (out == nullptr || size <= 0 || n < 1) return -1;
+  if (out == nullptr || size <= 0 || n < 1) {
+    errno = EINVAL;
+    return -1;
+  }
   const std::string_view beginning = text_or_empty(mark);
   const owned_stream file = open_text(path);
   line_scanner lines(file.get());

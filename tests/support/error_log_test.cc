@@ -30,6 +30,14 @@ TEST_F(error_log, takes_texts_of_any_length) {
   EXPECT_EQ(machine.log_records().at(0).text, text);
 }
 
+TEST_F(error_log, takes_a_missing_format_for_the_empty_text) {
+  const char* const none = machine.log().empty() ? nullptr : "";
+  EXPECT_EQ(liborv_log_error(none, 0), -1);
+  errno = EIO;
+  orv_perror_msg(none, 0);
+  EXPECT_EQ(machine.log(), ": Input/output error\n");
+}
+
 TEST_F(error_log, adds_the_reason_to_a_message) {
   errno = ENOENT;
   orv_perror_msg("%s", "/etc/passwd");

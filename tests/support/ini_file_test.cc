@@ -1,5 +1,7 @@
 #include <orv/support.h>
 
+#include <cerrno>
+
 #include "tests/sandbox/sandbox.h"
 
 class ini_file : public sandbox_test {
@@ -59,6 +61,20 @@ TEST_F(ini_file, that_is_missing_or_strange_gives_nothing) {
   machine.directory("/etc/folder");
   EXPECT_NE(ini_value_get(buffer, "/etc/folder", "s", "k", 8), 0);
   EXPECT_STREQ(buffer, "before");
+}
+
+TEST_F(ini_file, tells_why_it_cannot_be_read) {
+  char buffer[8] = "";
+  EXPECT_NE(ini_value_get(buffer, path, "s", "k", 8), 0);
+  EXPECT_EQ(errno, ENOENT);
+  errno = 0;
+  EXPECT_LT(txt_line_seek(path, "[", 1, buffer, 8), 0);
+  EXPECT_EQ(errno, ENOENT);
+  machine.file(path, "[s]\n");
+  errno = ENOSPC;  // of the caller's last failure: a lookup that finds nothing does not clear it
+  EXPECT_NE(ini_value_get(buffer, path, "s", "k", 8), 0);
+  EXPECT_LT(txt_line_seek(path, "[", 2, buffer, 8), 0);
+  EXPECT_EQ(errno, ENOSPC);
 }
 
 TEST_F(ini_file, section_heads_are_walked_by_number) {
