@@ -1,9 +1,9 @@
-#include <gtest/gtest.h>
 #include <orv/support.h>
 
-#include <cstring>
 #include <string>
 #include <thread>
+
+#include "tests/sandbox/sandbox.h"
 
 namespace {
 
@@ -115,4 +115,22 @@ TEST(get_str_from_display, copies_one_field_cut_to_the_buffer) {
   EXPECT_EQ(text_of(line, 3), "refused:before");
   EXPECT_EQ(text_of(line, 0, 0), "refused:before");
   EXPECT_EQ(text_of(line, 0, 1), "");
+}
+
+TEST(get_str_from_display, reads_a_captured_volume_group) {
+  const std::string line = sandbox::fixture("vgdisplay/pools.txt");  // the first of its lines
+  EXPECT_EQ(text_of(line, 0), "vg-two");
+  EXPECT_EQ(text_of(line, 1), "r/w");
+  EXPECT_EQ(text_of(line, 16), "CwnuOb-dGTB-HNA");
+  EXPECT_EQ(size_of(line, 11), "20967424");
+  EXPECT_EQ(size_of(line, 14), "5119");
+  EXPECT_EQ(size_of(line, 3), "refused");  // -1
+}
+
+TEST(get_str_from_display, reads_a_captured_physical_volume) {
+  const std::string line = sandbox::fixture("pvdisplay/pools.txt");
+  EXPECT_EQ(text_of(line, 0), "/dev/sdh");
+  EXPECT_EQ(text_of(line, 1), "vg-two");
+  EXPECT_EQ(size_of(line, 2), "41943040");
+  EXPECT_EQ(size_of(line, 10), "5119");
 }

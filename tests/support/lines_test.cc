@@ -1,6 +1,8 @@
 #include <orv/support.h>
 
+#include <cerrno>
 #include <memory>
+#include <vector>
 
 #include "tests/sandbox/sandbox.h"
 
@@ -34,6 +36,8 @@ const std::string detail =
     "last";
 
 }  // namespace
+
+class captured_lines : public sandbox_test {};
 
 TEST(fgetline, returns_lines_without_their_ends_and_then_minus_one) {
   const auto stream = text_stream("one\n\nthree");
@@ -112,6 +116,52 @@ TEST(get_line_from_file, refuses_unusable_arguments) {
   EXPECT_STREQ(buffer, "before");
   EXPECT_EQ(get_line_from_file(stream.get(), nullptr, 0, nullptr, buffer, 1), 0);
   EXPECT_STREQ(buffer, "");
+}
+
+TEST(get_line_from_file, fails_below_minus_one_when_the_file_cannot_be_read) {
+  const std::unique_ptr<FILE, close_stream> directory(std::fopen("/", "r"));
+  char buffer[8] = "before";
+  EXPECT_LT(get_line_from_file(directory.get(), nullptr, 0, nullptr, buffer, 8), -1);
+  EXPECT_LT(get_line_from_file_end(directory.get(), nullptr, 0, nullptr, buffer, 8), -1);
+  EXPECT_STREQ(buffer, "before");
+}
+
+TEST_F(captured_lines, are_found_by_the_key_that_mdadm_indents) {
+  const auto value = [this](const char* situation, const char* key) {
+    const auto stream = text_stream(fixture("mdadm_detail/" + std::string(situation) + ".txt"));
+    char line[256] = "none";
+    get_line_from_file(stream.get(), key, 0, ":", line, sizeof line);
+    return std::string(ltrimstr(rtrimstr(line)));
+  };
+  EXPECT_EQ(value("raid5_degraded_failed", "Raid Level"), "Raid Level : raid5");
+  EXPECT_EQ(value("raid5_degraded_failed", "State"), "State : clean, degraded");
+  EXPECT_EQ(value("raid5_degraded_failed", "Array Size"),
+            "Array Size : 608256 (594.00 MiB 622.85 MB)");
+  EXPECT_EQ(value("raid5_degraded_failed", "Device Size"), "none");  // "Used Dev Size" is another
+  EXPECT_EQ(value("missing_device", "State"), "none");
+}
+
+TEST_F(captured_lines, are_read_by_number_until_there_is_none) {
+  const auto stream = text_stream(fixture("proc/partitions.txt"));
+  std::vector<std::string> names;
+  char line[64];
+  for (int n = 2; get_line_from_file(stream.get(), nullptr, n, nullptr, line, sizeof line) == 0;
+       ++n) {
+    char* name = nullptr;
+    ASSERT_NE(get_substr_from_line(line, sizeof line, " ", 3, &name), 0) << line;
+    names.emplace_back(name);
+  }
+  EXPECT_THAT(names, testing::ElementsAre("vda", "vdb", "sda", "sdb", "sdc", "sdd", "sde", "sdf",
+                                          "sdg", "sdh", "sdi", "sdj", "md0", "dm-0", "dm-2"));
+}
+
+TEST(get_line_from_file, keeps_errno_when_there_is_no_such_line) {
+  const auto stream = text_stream(detail);
+  char buffer[8] = "";
+  errno = ENOSPC;
+  EXPECT_EQ(get_line_from_file(stream.get(), "Missing", 0, ":", buffer, 8), -1);
+  EXPECT_EQ(get_line_from_file_end(stream.get(), "Missing", 0, ":", buffer, 8), -1);
+  EXPECT_EQ(errno, ENOSPC);
 }
 
 TEST(get_line_from_file_end, counts_matches_from_the_end) {
