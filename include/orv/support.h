@@ -21,13 +21,14 @@
 /// Runs a command line through "/bin/sh -c" and waits for it, also across interrupted waits.
 ///
 /// The command's locale is "C", its standard input is "/dev/null", it inherits standard output and
-/// standard error and no other descriptor, and no blocked signal. The cost does not depend on the
-/// size of the calling process.
+/// standard error ("/dev/null" where the caller has none), no other descriptor, and no blocked
+/// signal. The cost does not depend on the size of the calling process.
 ///
 /// @param cmd  the command line; NULL is an error
 /// @return the raw wait status: 0 means that the command ran and exited with 0; low 7 bits non-zero
 ///         means that the shell was ended by a signal; bits 8 to 15 are the exit code (127 when
 ///         there is no shell). -1 when no process could be started or waited for, or `cmd` is NULL.
+///         A process that ignores SIGCHLD cannot wait: its commands run, but always give -1.
 ORV_API int liborv_system(const char* cmd);
 
 /// Formats like `printf` and appends the text to the error log: `syslog(3)` with the ident "orv",
@@ -88,9 +89,8 @@ ORV_API int key_val_split(char* line, char** key, char** value);
 /// by the next call.
 ///
 /// @param size  at least 2
-/// @return the number of bytes read, 0 for an empty line; exactly -1 at the end of the file; -2 on
-/// a
-///         read error or an unusable argument
+/// @return the number of bytes read, 0 for an empty line; exactly -1 at the end of the file;
+///         -2 when the file cannot be read or an argument is unusable
 ORV_API int fgetline(FILE* stream, char* buffer, int size);
 
 /// Scans an open file from its start and copies one whole line without its line end, cut to
@@ -101,8 +101,7 @@ ORV_API int fgetline(FILE* stream, char* buffer, int size);
 ///             space around it is removed
 /// @param separators  the characters that end the first field; a line without one is one field
 /// @return 0 when a line was copied; -1 when there is no such line or an argument is unusable; -2
-/// on
-///         a read error. On failure `out` is unchanged.
+///         when the file cannot be read. On failure `out` is unchanged.
 ORV_API int get_line_from_file(FILE* stream, const char* key, int n, const char* separators,
                                char* out, int size);
 
@@ -163,9 +162,9 @@ ORV_API int txt_line_seek(const char* path, const char* mark, int n, char* out, 
 /// copy of it, with owner and mode, at the same path below "/var/lib/orv/kept"; an older copy is
 /// replaced atomically. May be called while this process holds record locks on the file: they stay.
 ///
-/// @param path  absolute path of the file
-/// @return 0; -1 when the file could not be copied or synced (`errno` says why). A file that
-///         could not be copied keeps its older copy.
+/// @param path  absolute path of the file, without ".."
+/// @return 0; -1 when the file could not be copied or synced, or is no regular file (`errno` says
+///         why). A file that could not be copied keeps its older copy.
 ORV_API int conf_save(const char* path);
 
 // --- The machine ---------------------------------------------------------------------------------
