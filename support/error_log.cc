@@ -17,8 +17,14 @@ using owned_text = std::unique_ptr<char, free_text>;
 
 owned_text formatted(const char* format, va_list values) {
   char* text = nullptr;
-  const int length = vasprintf(&text, format == nullptr ? "" : format, values);
-  return owned_text(length < 0 ? nullptr : text);
+  if (format == nullptr || vasprintf(&text, format, values) < 0) return nullptr;
+  return owned_text(text);
+}
+
+/// Without memory for the text its format is logged.
+const char* message_of(const owned_text& text, const char* format) {
+  if (text) return text.get();
+  return format == nullptr ? "" : format;
 }
 
 /// The program that loads the library may name itself in the log; our lines carry our own ident.
@@ -35,7 +41,7 @@ int liborv_log_error(const char* format, ...) {
   va_start(values, format);
   const owned_text text = formatted(format, values);
   va_end(values);
-  write_error("%s%s", text ? text.get() : format, "");
+  write_error("%s%s", message_of(text, format), "");
   errno = saved_errno;
   return -1;
 }
@@ -46,6 +52,6 @@ void orv_perror_msg(const char* format, ...) {
   va_start(values, format);
   const owned_text text = formatted(format, values);
   va_end(values);
-  write_error("%s: %s\n", text ? text.get() : format, std::strerror(saved_errno));
+  write_error("%s: %s\n", message_of(text, format), std::strerror(saved_errno));
   errno = saved_errno;
 }

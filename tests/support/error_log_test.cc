@@ -31,7 +31,7 @@ TEST_F(error_log, takes_texts_of_any_length) {
 }
 
 TEST_F(error_log, takes_a_missing_format_for_the_empty_text) {
-  const char* const none = machine.log().empty() ? nullptr : "";
+  const char* const none = machine.log().empty() ? nullptr : "%d";
   EXPECT_EQ(liborv_log_error(none, 0), -1);
   errno = EIO;
   orv_perror_msg(none, 0);

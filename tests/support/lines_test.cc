@@ -127,7 +127,7 @@ TEST(get_line_from_file, fails_below_minus_one_when_the_file_cannot_be_read) {
 }
 
 TEST_F(captured_lines, are_found_by_the_key_that_mdadm_indents) {
-  const auto value = [this](const char* situation, const char* key) {
+  const auto value = [](const char* situation, const char* key) {
     const auto stream = text_stream(fixture("mdadm_detail/" + std::string(situation) + ".txt"));
     char line[256] = "none";
     get_line_from_file(stream.get(), key, 0, ":", line, sizeof line);
