@@ -32,6 +32,13 @@ bool captured_output::fill(const command& line, const char* log_form) const {
   return false;
 }
 
+bool captured_output::exists() const {
+  struct stat examined {};
+  if (error_ == 0) return stat(path_.c_str(), &examined) == 0;
+  errno = error_;
+  return false;
+}
+
 unique_file captured_output::open() const {
   if (error_ != 0) {
     errno = error_;

@@ -29,6 +29,13 @@ class captured_output {
   /// run and that is the failure.
   bool fill(const command& line, const char* log_form = command_failed) const;
 
+  /// Runs a command that writes to `path` and whose exit status is no failure; without a temporary
+  /// file nothing is run. @return its wait status
+  int try_fill(const command& line) const { return error_ == 0 ? status_of(line) : 0; }
+
+  /// False when the file is not there or cannot be examined, and `errno` says why.
+  bool exists() const;
+
   /// Opens the captured text; empty when it cannot be opened or examined, and `errno` says why.
   unique_file open() const;
 

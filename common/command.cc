@@ -90,6 +90,12 @@ void command::build(std::string_view form, std::initializer_list<value> values) 
   if (error_ == 0 && text_.size() >= capacity) error_ = ENAMETOOLONG;
 }
 
+command command::of_any_length() const {
+  command sized = *this;
+  if (sized.error_ == ENAMETOOLONG) sized.error_ = 0;
+  return sized;
+}
+
 void command::append_fixed(std::string_view text) {
   text_ += text;
   logged_text_ += text;
@@ -107,6 +113,13 @@ bool command::append(const value& next) {
 
 int log_not_run(const command& line, const char* log_form) {
   return log_command(log_form, line.logged_text(), not_run);
+}
+
+int status_of(const command& line) {
+  if (line.error() == 0) return liborv_system(line.text());
+  errno = line.error();
+  log_not_run(line);
+  return not_run;
 }
 
 int execute(const command& line, const char* log_form) {

@@ -72,6 +72,9 @@ class command {
   /// 0, or the errno that says why the command cannot be run.
   int error() const { return error_; }
 
+  /// The same command in a buffer that is sized to its values.
+  command of_any_length() const;
+
  private:
   void build(std::string_view form, std::initializer_list<value> values);
   void append_fixed(std::string_view text);
@@ -88,6 +91,10 @@ int execute(const command& line, const char* log_form = command_failed);
 
 /// Runs a command and logs its failure. @return ORV_OK or ORV_E_COMMAND
 int run(const command& line, const char* log_form = command_failed);
+
+/// Runs a command whose failure is none of its caller's: only an unusable command is logged.
+/// @return its wait status
+int status_of(const command& line);
 
 /// As `run`, through the C library's own command processor: arrays are created that way.
 int run_by_c_library(const command& line);

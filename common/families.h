@@ -1,9 +1,11 @@
 #ifndef ORV_COMMON_FAMILIES_H
 #define ORV_COMMON_FAMILIES_H
 
+#include <orv/alarm.h>
 #include <orv/disk.h>
 #include <orv/fs.h>
 #include <orv/lvm.h>
+#include <orv/network.h>
 #include <orv/raid.h>
 #include <orv/service.h>
 #include <orv/share.h>
@@ -35,6 +37,8 @@ ORV_FAMILY(tag_fsinfo_list, tag_fs_info, list, fs_conf_init, fs_conf_fini);
 ORV_FAMILY(tag_shareconf_list, tag_share_config, list, share_conf_init, share_conf_fini);
 ORV_FAMILY(tag_shareconn_list, tag_share_conn, node, conn_conf_init, conn_conf_fini);
 ORV_FAMILY(tag_user_info_list, tag_user_info, node, user_info_init, user_info_fini);
+ORV_FAMILY(tag_alarm_list, tag_alarm_info, node, alarm_conf_init, alarm_conf_fini);
+ORV_FAMILY(tag_netcard_list, tag_netcard, node, netcard_info_init, netcard_info_fini);
 
 #undef ORV_FAMILY
 

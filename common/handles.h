@@ -3,9 +3,12 @@
 
 #include <dirent.h>
 #include <mntent.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <utility>
 
 namespace orv {
 
@@ -28,6 +31,28 @@ using unique_directory = std::unique_ptr<DIR, close_directory>;
 
 /// A table of mounts opened with `setmntent`; closed when it goes out of scope.
 using unique_mount_table = std::unique_ptr<FILE, close_mount_table>;
+
+/// An open descriptor, or none; closed when it goes out of scope. `errno` is kept.
+class unique_descriptor {
+ public:
+  explicit unique_descriptor(int number) : number_(number) {}
+  ~unique_descriptor() {
+    const int kept = errno;
+    if (number_ >= 0) close(number_);
+    errno = kept;
+  }
+  unique_descriptor(const unique_descriptor&) = delete;
+  unique_descriptor& operator=(const unique_descriptor&) = delete;
+
+  /// False when the call that was to open it failed.
+  explicit operator bool() const { return number_ >= 0; }
+  int get() const { return number_; }
+  /// Leaves the descriptor open, for the caller to close.
+  int release() { return std::exchange(number_, -1); }
+
+ private:
+  int number_;
+};
 
 }  // namespace orv
 

@@ -83,9 +83,9 @@ void list_init(List* list) {
 }
 
 template <class List>
-bool is_empty(List* list) {
-  list_node* const anchor = node_of<List>(list);
-  return anchor->next == anchor;
+bool is_empty(const List* list) {
+  const records<const List> all(list);
+  return !(all.begin() != all.end());
 }
 
 /// Adds one cleared record at the tail. @return the record, or NULL without memory

@@ -3,8 +3,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
+
+#include "common/whole_file.h"
 
 namespace orv {
 
@@ -17,15 +18,7 @@ replacement_file::~replacement_file() {
   if (!leave_) unlink(path_.c_str());
 }
 
-bool replacement_file::write(std::string_view text) const {
-  while (!text.empty()) {
-    const ssize_t written = ::write(file_, text.data(), text.size());
-    if (written < 0 && errno == EINTR) continue;
-    if (written < 0) return false;
-    text.remove_prefix(static_cast<std::size_t>(written));
-  }
-  return true;
-}
+bool replacement_file::write(std::string_view text) const { return write_whole(file_, text); }
 
 bool replacement_file::adopt(const struct stat& original) const {
   return fchown(file_, original.st_uid, original.st_gid) == 0 &&

@@ -24,12 +24,14 @@
 ///     object at the same time are as safe as two runs of the system's own tools.
 ///  7. State. The library starts no thread and keeps nothing between calls.
 
+#include <orv/alarm.h>
 #include <orv/disk.h>
 #include <orv/errors.h>
 #include <orv/export.h>
 #include <orv/fs.h>
 #include <orv/list.h>
 #include <orv/lvm.h>
+#include <orv/network.h>
 #include <orv/raid.h>
 #include <orv/service.h>
 #include <orv/share.h>

@@ -179,6 +179,48 @@ ORV_API int is_channelID(const char* s);
 /// @return the result of closing `dst`
 ORV_API int get_diskinfo_to_file(const char* src, const char* dst);
 
+// --- SMART ---------------------------------------------------------------------------------------
+
+/// Reads SMART data of every disk of a list: attributes when the anchor's `smart.smart_enabled` is
+/// "detail", else summaries. On model KTA7120U the RAID controller is asked, which tells attributes
+/// only; on every other model smartctl.
+/// @return the result for the last disk: ORV_OK; ORV_E_COMMAND, ORV_E_SMART_SUMMARY or
+///         ORV_E_SMART_DETAIL when the tool's output cannot be read; -1 or -2 when a summary has no
+///         health line; ORV_E_SMART_MODE when summaries are asked of the controller. For an empty
+///         list ORV_OK, or ORV_E_MODEL_QUERY when the device model is not known. ORV_E_FAILED for a
+///         NULL list. What failed for an earlier disk is only logged.
+ORV_API int smart_info_get(tag_diskinfo_list* list);
+
+/// Fills the SMART summary of one disk from smartctl. A text that the tool does not print stays as
+/// it is, which is logged. A field ends at the next ":". The tool's exit status does not count.
+/// @return the result for the health line: ORV_OK, -1 when it is missing, -2 on a read error;
+///         ORV_E_COMMAND when the tool's output is missing or the disk has no usable name;
+///         ORV_E_SMART_SUMMARY when it cannot be opened; ORV_E_FAILED for a NULL disk
+ORV_API int get_smart(tag_disk_info* disk);
+
+/// Appends the reported attributes among smartctl's to one disk's `smart_list`, at most seven: raw
+/// read error rate, spin-up time, reallocated sectors, seek error rate, spin retries, calibration
+/// retries, temperature. The tool's exit status does not count.
+/// @return ORV_OK, also without any attribute; ORV_E_COMMAND as for `get_smart`; ORV_E_SMART_DETAIL
+///         when the tool's output cannot be opened; ORV_E_FAILED for a NULL disk
+ORV_API int get_smart_detail(tag_disk_info* disk);
+
+/// As `get_smart_detail`, from the RAID controller, which finds the disk by its channel. The number
+/// of an attribute is that of its line; current value and raw value are 0.
+/// @return as `get_smart_detail`
+ORV_API int get_smart_from_arcadm(tag_disk_info* disk);
+
+/// Reads one attribute from a line of smartctl's output. Of a number only the first 4 characters
+/// count: a raw value of 123456 is stored as 1234. What the line does not have is empty or 0.
+/// @param line  number of the line, from 0
+/// @return 0; -1 when there is no such line, -2 on a read error, both logged; then, and for a NULL
+///         record (ORV_E_FAILED), nothing is changed
+ORV_API int get_smart_detail_value(FILE* fp, int line, tag_disksmart_info* rec);
+
+/// As `get_smart_detail_value`, from a line of the RAID controller's output such as
+/// "Spin Up Time : 97 (21) OK".
+ORV_API int get_smart_value_arcadm(FILE* fp, int line, tag_disksmart_info* rec);
+
 // --- One attribute of a line ---------------------------------------------------------------------
 
 /// Disk model of a controller scan line.

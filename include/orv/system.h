@@ -2,6 +2,7 @@
 #define ORV_SYSTEM_H
 
 /// System information: versions, device model, temperature, fans, host name, times, power supply.
+/// System control: power off, restart, clock, host name, process list.
 ///
 /// Every getter fills the caller's buffer with a terminated text, cut to `size` - 1 bytes, and
 /// returns ORV_OK or the code it names. Every failure is logged. A NULL buffer or a size of 0 or
@@ -52,5 +53,46 @@ ORV_API int systime_get(char* buffer, int size);
 /// @return ORV_OK, ORV_E_POWER, ORV_E_POWER_TOOL, ORV_E_COMMAND when the tool failed, or
 ///         ORV_E_MODEL when the model is not known
 ORV_API int pwstate_get(char* buffer, int size);
+
+// --- Control -------------------------------------------------------------------------------------
+
+/// A date and time of day, local time.
+struct tag_datetime {
+  int year;    ///< all four digits, as in 2010
+  int month;   ///< 1 to 12
+  int day;     ///< 1 to 31
+  int hour;    ///< 0 to 23
+  int minute;  ///< 0 to 59
+  int second;  ///< 0 to 59
+};
+
+static_assert(sizeof(tag_datetime) == 24);
+
+/// Powers the machine off. The call may return before the machine is down.
+/// @return ORV_OK, or ORV_E_FAILED when "halt" failed
+ORV_API int sys_shutdown();
+
+/// Restarts the machine. The call may return before the machine is down.
+/// @return ORV_OK, or ORV_E_FAILED when "reboot" failed
+ORV_API int sys_reboot();
+
+/// Writes the list of processes, as "ps aux" prints it, to a file. The path may be of any length.
+/// @return ORV_OK, or ORV_E_FAILED; then the file may hold a part of the list
+ORV_API int procinfo_get(const char* path);
+
+/// Sets the system clock, and then the hardware clock from it, to universal time. Fields out of
+/// range count on: February 30 is a day of March. Whether daylight saving time is in force is
+/// decided by the time zone. A hardware clock that cannot be set does not matter.
+/// @return ORV_OK; ORV_E_CLOCK_ZONE when the clock cannot be asked; ORV_E_CLOCK_SET when the time is
+///         beyond any calendar or the system does not take it; ORV_E_FAILED for NULL. The clocks are
+///         unchanged on failure.
+ORV_API int systime_set(const tag_datetime* time);
+
+/// Stores the host name in "/etc/hostname", without a line end, and applies it. A control character
+/// in it becomes a blank.
+/// @return ORV_OK; ORV_E_HOSTNAME_OPEN, and nothing is changed; ORV_E_HOSTNAME_WRITE, and the file is
+///         empty or cut; ORV_E_HOSTNAME_SET when the system does not take the name, which is in the
+///         file already: a name longer than 64 bytes, for one
+ORV_API int hostname_set(const char* name);
 
 #endif
