@@ -155,4 +155,21 @@ class appliance : public sandbox_test {
   }
 };
 
+/// An appliance whose disks belong to a RAID controller and have no device names: the channels 1
+/// and 2 are the array md0.
+class appliance_with_controller : public appliance {
+ protected:
+  appliance_with_controller() {
+    machine.file("/etc/sys_info", "[product]\ntype=KTA7120U\n");
+    machine.tool("/usr/local/bin/arcadm")
+        .on("--misc --scan")
+        .prints("====\n0 /ST31000340NS/931/normal/Raid\n1 /ST31000340NS\n")
+        .if_asked();
+    machine.tool("/usr/local/bin/arcadm")
+        .on("--display --scan")
+        .prints("====\nmd0 /5 /64K /normal /1862 GB /sdb / #1 #2\n")
+        .if_asked();
+  }
+};
+
 #endif

@@ -9,6 +9,7 @@ using orvctl::exit_status;
 using orvctl::json;
 
 using errors = appliance;
+using errors_of_a_controller = appliance_with_controller;
 
 TEST_F(errors, give_name_code_meaning_and_advice) {
   const outcome got = orvctl("raid create --level raid1 --disks 1,2 --enclosure 1 --yes");
@@ -43,6 +44,17 @@ TEST_F(errors, name_what_they_are_about) {
 TEST_F(errors, replace_bytes_that_json_cannot_hold) {
   const outcome got = run({"raid", "fail", "md\xff", "1", "--yes", "--json"}, "", false);
   EXPECT_EQ(json::parse(got.out)["error"]["detail"], "md\xef\xbf\xbd");
+}
+
+TEST_F(errors_of_a_controller, say_that_its_disks_have_no_device_to_act_on) {
+  for (const char* words : {"raid fail md0 2 --yes", "raid fail-all md0 --yes",
+                            "raid recreate md0 --level raid0 --disks 1,2 --yes"}) {
+    const outcome got = orvctl(words);
+    EXPECT_EQ(got.status, 3) << words;
+    EXPECT_THAT(got.err, testing::HasSubstr("ORV_E_NO_DISK (-2033)")) << words;
+    EXPECT_EQ(got.out, "");
+  }
+  EXPECT_THAT(changes(), testing::IsEmpty());
 }
 
 TEST(result_codes, all_have_advice) {

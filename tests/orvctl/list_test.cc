@@ -187,20 +187,7 @@ TEST_F(list_verbs, leave_nothing_behind) {
   EXPECT_EQ(machine.output(), "");
 }
 
-class list_verbs_of_a_controller : public appliance {
- protected:
-  list_verbs_of_a_controller() {
-    machine.file("/etc/sys_info", "[product]\ntype=KTA7120U\n");
-    machine.tool("/usr/local/bin/arcadm")
-        .on("--misc --scan")
-        .prints("====\n0 /ST31000340NS/931/normal/Raid\n1 /ST31000340NS\n")
-        .if_asked();
-    machine.tool("/usr/local/bin/arcadm")
-        .on("--display --scan")
-        .prints("====\nmd0 /5 /64K /normal /1862 GB /sdb / #1 #2\n")
-        .if_asked();
-  }
-};
+using list_verbs_of_a_controller = appliance_with_controller;
 
 TEST_F(list_verbs_of_a_controller, have_no_device_names_and_may_not_know_a_size) {
   EXPECT_EQ(orvctl("disk list").out,

@@ -95,9 +95,9 @@ std::string device_names(const std::string& channels, const std::string& enclosu
   check(disks_info_get(all.get()));
   char names[256];
   set_field(names, channels, "the list of channels");
-  if (trans_ch_disk(all.get(), names, enclosure.c_str(), expected) != expected) {
-    throw no_disk(channels, enclosure);
-  }
+  const int found = trans_ch_disk(all.get(), names, enclosure.c_str(), expected);
+  // Disks of a RAID controller are found, but have no names.
+  if (found != expected || count_disks(names) != expected) throw no_disk(channels, enclosure);
   return names;
 }
 

@@ -26,7 +26,7 @@ class disk_selection {
 };
 
 /// The device names of so many channels of an enclosure, as "sda,sdb" in the order of the disk
-/// list. The command ends when another number of them has a disk.
+/// list. The command ends when another number of them has a disk with a name.
 std::string device_names(const std::string& channels, const std::string& enclosure, int expected);
 
 /// The disks of some channels and what uses each of them: what a command that wipes them destroys.

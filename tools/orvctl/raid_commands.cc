@@ -1,3 +1,5 @@
+#include <string_view>
+
 #include "tools/orvctl/arguments.h"
 #include "tools/orvctl/commands.h"
 #include "tools/orvctl/confirm.h"
@@ -57,9 +59,17 @@ void fail(session& run, const member_arguments& given) {
          {{"array", given.array}, {"device", device}});
 }
 
+// The library would mark nothing and call that done: members of a RAID controller's array are
+// channels, and an array may have lost them all.
+void must_have_devices(const tag_md_info& array) {
+  if (std::string_view(array.disks).starts_with("sd")) return;
+  throw library_problem(ORV_E_NO_DISK, std::string(array.name) + " has no member with a device");
+}
+
 void fail_all(session& run, const array_arguments& given) {
   must_be_answerable(run);
   named_array found(given.array);
+  must_have_devices(found.array());
   confirm(run, "The array stops working; what it holds cannot be reached any more.",
           [&] { return found.shown(); });
   check(set_raid_faulty(&found.array()));
