@@ -1,11 +1,11 @@
 #include <orv/support.h>
 #include <orv/system.h>
 
-#include <cerrno>
 #include <ctime>
 
 #include "common/handles.h"
 #include "common/log.h"
+#include "system/buffer.h"
 
 namespace {
 
@@ -29,10 +29,8 @@ int starttime_get(char* buffer, int size) {
 }
 
 int systime_get(char* buffer, int size) {
-  if (buffer == nullptr || size <= 0) {
-    errno = EINVAL;
-    return orv::log_failure(ORV_E_CLOCK);
-  }
+  if (!orv::is_usable(buffer, size)) return orv::log_failure(ORV_E_CLOCK);
+  tzset();  // localtime_r alone goes on with the time zone that it has first seen
   const std::time_t now = std::time(nullptr);
   std::tm local{};
   if (now == static_cast<std::time_t>(-1) || localtime_r(&now, &local) == nullptr) {

@@ -1,13 +1,13 @@
 #include <orv/support.h>
 #include <orv/system.h>
 
-#include <cerrno>
 #include <string_view>
 
 #include "common/captured_output.h"
 #include "common/log.h"
 #include "common/models.h"
 #include "common/text.h"
+#include "system/buffer.h"
 #include "system/state_file.h"
 
 namespace {
@@ -59,10 +59,7 @@ int power_from_tool(char* buffer, int size) {
 }  // namespace
 
 int pwstate_get(char* buffer, int size) {
-  if (buffer == nullptr || size <= 0) {
-    errno = EINVAL;
-    return orv::log_failure(ORV_E_POWER);
-  }
+  if (!orv::is_usable(buffer, size)) return orv::log_failure(ORV_E_POWER);
   char model[orv::model_size] = "";
   const int result = devmodel_get(model, orv::model_size);
   if (result != ORV_OK) return orv::log_failure(result);

@@ -1,11 +1,11 @@
 #include <orv/system.h>
 
-#include <cerrno>
 #include <cstring>
 #include <string_view>
 
 #include "common/log.h"
 #include "common/models.h"
+#include "system/buffer.h"
 #include "system/state_file.h"
 
 namespace {
@@ -18,10 +18,7 @@ const char* temperature_key(std::string_view model) {
 }  // namespace
 
 int tmp_get(char* buffer, int size) {
-  if (buffer == nullptr || size <= 0) {
-    errno = EINVAL;
-    return orv::log_failure(ORV_E_TEMPERATURE);
-  }
+  if (!orv::is_usable(buffer, size)) return orv::log_failure(ORV_E_TEMPERATURE);
   std::memset(buffer, 0, static_cast<std::size_t>(size));
   char model[orv::model_size] = "";
   const int result = devmodel_get(model, orv::model_size);

@@ -1,10 +1,10 @@
 #include <orv/support.h>
 #include <orv/system.h>
 
-#include <cerrno>
 #include <cstring>
 
 #include "common/log.h"
+#include "system/buffer.h"
 
 namespace {
 
@@ -14,10 +14,7 @@ constexpr char fallback_file[] = "/etc/nas_base.conf";
 /// Reads a key of the device's information file. The second file is asked only when the first left
 /// the buffer empty; the result is that of the last lookup.
 bool read_info(const char* section, const char* key, char* buffer, int size) {
-  if (buffer == nullptr || size <= 0) {
-    errno = EINVAL;
-    return false;
-  }
+  if (!orv::is_usable(buffer, size)) return false;
   std::memset(buffer, 0, static_cast<std::size_t>(size));
   int result = ini_value_get(buffer, info_file, section, key, size);
   if (buffer[0] == '\0') result = ini_value_get(buffer, fallback_file, section, key, size);

@@ -1,6 +1,7 @@
 #ifndef ORV_TESTS_SYSTEM_GETTER_H
 #define ORV_TESTS_SYSTEM_GETTER_H
 
+#include <algorithm>
 #include <string>
 
 #include "tests/sandbox/sandbox.h"
@@ -19,7 +20,8 @@ inline std::ostream& operator<<(std::ostream& out, const answer_of_getter& answe
 /// Calls a text getter with a buffer that holds "before", and tells it a size.
 template <int Size = 128>
 answer_of_getter ask(int (*getter)(char*, int)) {
-  char buffer[Size < 8 ? 8 : Size] = "before";
+  constexpr int capacity = std::max(Size, 8);
+  char buffer[capacity] = "before";
   const int result = getter(buffer, Size);
   return {result, buffer};
 }
