@@ -62,6 +62,12 @@ TEST_F(fans, have_speeds_of_seven_characters) {
   EXPECT_EQ(ask(fan_speed_get), (answer_of_getter{ORV_OK, "fan1:1234567"}));
 }
 
+TEST_F(fans, with_an_empty_speed_are_listed) {
+  model("KTA7120X");
+  kta_state("fan1=\nfan2=3150\n");
+  EXPECT_EQ(ask(fan_speed_get), (answer_of_getter{ORV_OK, "fan1:,fan2:3150"}));
+}
+
 TEST_F(fans, of_an_unknown_model_are_refused) {
   model("KTA7120XX");
   EXPECT_EQ(ask(fan_speed_get), (answer_of_getter{-1009, ""}));
@@ -70,12 +76,16 @@ TEST_F(fans, of_an_unknown_model_are_refused) {
 
 TEST_F(fans, need_the_device_model) {
   EXPECT_EQ(ask(fan_speed_get), (answer_of_getter{-1001, ""}));
+  EXPECT_EQ(machine.log(),
+            "devmodel_get:N return -1001 with No such file or directory\n"
+            "fan_speed_get:N return -1001 with No such file or directory\n");
 }
 
 TEST_F(fans, list_is_cut_to_the_buffer_when_its_size_is_told) {
   model("KTA7120X");
   kta_state("fan1=3200\nfan2=3150\n");
   EXPECT_EQ(ask<12>(fan_speed_get), (answer_of_getter{ORV_OK, "fan1:3200,f"}));
+  EXPECT_EQ(ask<1>(fan_speed_get), (answer_of_getter{ORV_OK, ""}));
   char buffer[128] = "before";
   EXPECT_EQ(fan_speed_get(buffer, 0), ORV_OK);
   EXPECT_STREQ(buffer, "fan1:3200,fan2:3150");

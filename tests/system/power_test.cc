@@ -1,5 +1,7 @@
 #include <orv/system.h>
 
+#include <cerrno>
+
 #include "tests/system/getter.h"
 
 using testing::ElementsAre;
@@ -84,7 +86,46 @@ TEST_F(power, tool_that_prints_nothing_is_reported_and_its_file_stays) {
   EXPECT_THAT(machine.temp_files(), ElementsAre("pwstat.XXXXXX"));
 }
 
-TEST_F(power, output_that_cannot_be_opened_is_reported) {
+TEST_F(power, output_that_cannot_be_opened_or_examined_is_reported_and_its_file_stays) {
+  model("KTA7120P");
+  tool_prints("power state:  normal\n");
+  machine.fail("fopen", EMFILE, 2);  // the first file holds the model
+  EXPECT_EQ(ask(pwstate_get), (answer_of_getter{-1003, "before"}));
+  EXPECT_EQ(machine.log(), "pwstate_get:N return -1003 with Too many open files\n");
+  EXPECT_THAT(machine.temp_files(), ElementsAre("pwstat.XXXXXX"));
+  machine.fail("fopen", EMFILE, 1000);
+  machine.fail("fstat", EIO);
+  EXPECT_EQ(ask(pwstate_get), (answer_of_getter{-1003, "before"}));
+  EXPECT_THAT(machine.temp_files(), ElementsAre("pwstat.XXXXXX", "pwstat.XXXXXX"));
+  EXPECT_THAT(machine.open_descriptors(), IsEmpty());
+}
+
+TEST_F(power, tool_is_not_run_without_a_temporary_file) {
+  model("KTA7120E");
+  machine.fail("mkstemp", ENOSPC);
+  EXPECT_EQ(ask(pwstate_get), (answer_of_getter{-11000, "before"}));
+  EXPECT_THAT(machine.commands(), IsEmpty());
+  EXPECT_EQ(machine.log(),
+            "system(\"/usr/local/bin/pwstate > /tmp/pwstat.XXXXXX\") return normal with exit(127) "
+            "for 'No space left on device'\n");
+}
+
+TEST_F(power, tool_may_print_anything) {
+  model("KTA7120E");
+  const std::pair<std::string, std::string> outputs[] = {
+      {std::string("\0\xff:x\n", 5), ""},
+      {"state:", ""},
+      {":::\n", ""},
+      {std::string(100000, 'x'), std::string(31, 'x')},
+      {"\nstate: normal\n", ""}};
+  for (const auto& [printed, state] : outputs) {
+    tool_prints(printed);
+    EXPECT_EQ(ask(pwstate_get), (answer_of_getter{ORV_OK, state})) << printed.substr(0, 20);
+  }
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
+}
+
+TEST_F(power, output_that_is_gone_is_reported) {
   model("KTA7120E");
   machine.tool("/usr/local/bin/pwstate").runs("rm -f /tmp/pwstat.*");
   EXPECT_EQ(ask(pwstate_get), (answer_of_getter{-1003, "before"}));
@@ -93,11 +134,16 @@ TEST_F(power, output_that_cannot_be_opened_is_reported) {
 }
 
 TEST_F(power, of_any_other_model_leaves_the_buffer) {
-  model("KTA7120A");
-  EXPECT_EQ(ask(pwstate_get), (answer_of_getter{ORV_OK, "before"}));
+  for (const char* name : {"KTA7120A", "KTA7120", "KTA7120EE", "unknown"}) {
+    model(name);
+    EXPECT_EQ(ask(pwstate_get), (answer_of_getter{ORV_OK, "before"})) << name;
+  }
   EXPECT_THAT(machine.commands(), IsEmpty());
 }
 
 TEST_F(power, needs_the_device_model) {
   EXPECT_EQ(ask(pwstate_get), (answer_of_getter{-1001, "before"}));
+  EXPECT_EQ(machine.log(),
+            "devmodel_get:N return -1001 with No such file or directory\n"
+            "pwstate_get:N return -1001 with No such file or directory\n");
 }
