@@ -1,0 +1,56 @@
+#include <fcntl.h>
+#include <orv/share.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace {
+
+constexpr off_t from_start = 0;
+constexpr off_t to_end = 0;
+
+bool could_lock(int file, int type) {
+  const pid_t holder = lock_test(file, type, from_start, SEEK_SET, to_end);
+  if (holder != 0 && holder != -1) errno = EAGAIN;
+  return holder == 0;
+}
+
+bool lock_whole(int file) {
+  return could_lock(file, F_RDLCK) && could_lock(file, F_WRLCK) &&
+         lock_reg(file, F_SETLK, F_WRLCK, from_start, SEEK_SET, to_end) == 0;
+}
+
+}  // namespace
+
+int lock_sharefile(const char* path) {
+  if (path == nullptr) return ORV_E_FAILED;
+  const int file = open(path, O_RDWR | O_CREAT | O_CLOEXEC, S_IRWXU);
+  if (file < 0) return ORV_E_SHARE_OPEN;
+  if (lock_whole(file)) return file;
+  const int reason = errno;
+  close(file);
+  errno = reason;
+  return ORV_E_FILE_LOCKED;
+}
+
+int unlock_file(int fd) { return lock_reg(fd, F_SETLK, F_UNLCK, from_start, SEEK_SET, to_end); }
+
+int lock_reg(int fd, int cmd, int type, off_t offset, int whence, off_t len) {
+  struct flock lock {};
+  lock.l_type = static_cast<short>(type);
+  lock.l_whence = static_cast<short>(whence);
+  lock.l_start = offset;
+  lock.l_len = len;
+  return fcntl(fd, cmd, &lock);
+}
+
+pid_t lock_test(int fd, int type, off_t offset, int whence, off_t len) {
+  struct flock lock {};
+  lock.l_type = static_cast<short>(type);
+  lock.l_whence = static_cast<short>(whence);
+  lock.l_start = offset;
+  lock.l_len = len;
+  if (fcntl(fd, F_GETLK, &lock) < 0) return -1;
+  return lock.l_type == F_UNLCK ? 0 : lock.l_pid;
+}

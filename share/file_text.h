@@ -1,0 +1,31 @@
+#ifndef ORV_SHARE_FILE_TEXT_H
+#define ORV_SHARE_FILE_TEXT_H
+
+#include <string>
+#include <string_view>
+
+#include "common/handles.h"
+#include "common/whole_file.h"
+
+namespace orv {
+
+/// The text of a file; of one that cannot be read, what could be.
+inline std::string file_text(const char* path) {
+  std::string text;
+  const unique_file file(std::fopen(path, "re"));
+  if (file) read_rest(file.get(), text);
+  return text;
+}
+
+/// Cuts the next line, without its line end, off a text; false when the text is used up.
+inline bool next_line(std::string_view& text, std::string_view& line) {
+  if (text.empty()) return false;
+  const std::size_t end = text.find('\n');
+  line = text.substr(0, end);
+  text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+  return true;
+}
+
+}  // namespace orv
+
+#endif

@@ -1,0 +1,50 @@
+#include <mntent.h>
+#include <orv/fs.h>
+#include <orv/lvm.h>
+
+#include <cerrno>
+#include <string>
+
+#include "common/handles.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "share/share_change.h"
+
+namespace {
+
+/// True when the kernel's list of mounts can be read and has nothing at the path; else `errno` says
+/// why not. A pool may be mounted there twice.
+bool is_free(const std::string& path) {
+  const orv::unique_mount_table mounts(setmntent("/proc/mounts", "re"));
+  if (!mounts) return false;
+  if (mount_check(path.c_str()) != ORV_OK) return true;
+  errno = EBUSY;
+  return false;
+}
+
+/// Marks a share as out of use in the share list.
+int clear_service(tag_share_config share) {
+  orv::locked_files locks;
+  orv::share_file shares(&orv::sharefolder, locks);
+  const int result = shares.open(ORV_E_SHARES_LOCKED);
+  if (result != ORV_OK) return result;
+  mod_recy_list(&share, shares.list());
+  return shares.write() == ORV_OK ? ORV_OK : ORV_E_SHARES_WRITE;
+}
+
+}  // namespace
+
+int ftp_set_use(tag_share_config* share) {
+  if (!orv::is_request(share)) return orv::log_missing_argument();
+  tag_share_config request = orv::as_stored(*share);
+  orv::take_service(request);
+  orv::take_service(*share);
+  const std::string path(orv::text_of(request.path));
+  const int result = umount_fs(path.c_str());
+  if (result != ORV_OK) return result;
+  if (!is_free(path)) return orv::log_failure(ORV_E_COMMAND);
+  // What these leave behind is logged by them; the share is out of use all the same.
+  rmdir_path(path.c_str());
+  del_mdfstab(path.c_str());
+  return orv::finish(clear_service(request));
+}

@@ -1,0 +1,126 @@
+#include <ctime>
+#include <string>
+
+#include "common/families.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "share/rewrite.h"
+#include "share/share_lines.h"
+#include "share/share_paths.h"
+#include "share/share_text.h"
+#include "share/user_passwords.h"
+
+/// The configuration of the iSCSI target, "/etc/ietd.conf".
+
+namespace {
+
+constexpr std::string_view target_prefix = "iqn.2006-05.org.orv:";
+constexpr std::size_t shortest_line = 8;
+constexpr std::size_t longest_password = 12;
+
+/// A line from its field `index`, counted from 0, to its end; fields are separated by blanks.
+std::string_view from_field(std::string_view line, int index) {
+  for (; index > 0 && !line.empty(); --index) {
+    line = orv::after(line, ' ');
+    line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+  }
+  return line;
+}
+
+std::string_view first_word(std::string_view text) { return orv::before(text, " \t"); }
+
+class reader {
+ public:
+  explicit reader(tag_shareconf_list* list) : list_(list) {}
+
+  int take(std::string_view line) {
+    if (line.size() < shortest_line) return ORV_OK;
+    if (line.starts_with("Target")) return begin_target(orv::after(first_word_of(line, 1), ':'));
+    if (share_ == nullptr) return ORV_OK;
+    if (line.starts_with("IncomingUser")) {
+      add_user(first_word_of(line, 1));
+    } else if (line.starts_with("Lun")) {
+      orv::set_text(share_->path, orv::before(orv::after(from_field(line, 2), '='), ","));
+    }
+    return ORV_OK;
+  }
+
+ private:
+  static std::string_view first_word_of(std::string_view line, int index) {
+    return first_word(from_field(line, index));
+  }
+
+  /// Without a name the lines that follow belong to no share.
+  int begin_target(std::string_view name) {
+    share_ = nullptr;
+    if (name.empty()) return ORV_OK;
+    share_ = orv::append(list_);
+    if (share_ == nullptr) return ORV_E_SHARE_READ;
+    orv::set_text(share_->name, name);
+    orv::set_text(share_->service, "iscsi");
+    return ORV_OK;
+  }
+
+  void add_user(std::string_view user) {
+    std::string users(orv::text_of(share_->valid_users));
+    if (!users.empty()) users += ',';
+    orv::set_text(share_->valid_users, users.append(user));
+  }
+
+  tag_shareconf_list* list_;
+  tag_share_config* share_ = nullptr;
+};
+
+std::string time_stamp() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  char stamp[32] = "";
+  if (localtime_r(&now, &local) == nullptr) return stamp;
+  std::strftime(stamp, sizeof stamp, ".%Y%m%d%H%M%S", &local);
+  return stamp;
+}
+
+/// Appends targets to the text of the file. A target keeps the stamp of the time when it was first
+/// written.
+class writer {
+ public:
+  void append_target(std::string& text, const tag_share_config& share) const {
+    const std::string name = orv::stored_name(orv::text_of(share.name), "iscsi");
+    text.append("Target ").append(target_prefix).append(name);
+    if (name.find('.') == std::string::npos) text += stamp_;
+    text += '\n';
+    const std::string users = orv::fit_value(orv::text_of(share.valid_users), "\t");
+    for (const std::string_view user : orv::split(users, " ,")) append_user(text, user);
+    const std::string path = orv::fit_value(orv::text_of(share.path));
+    text += "\tLun 0 Path=" + path + ",Type=fileio,IOMode=wb\n";
+    text += "\tHeaderDigest\tNone,None\n\tDataDigest\tNone,None\n\tWthreads\t16\n";
+  }
+
+ private:
+  void append_user(std::string& text, std::string_view user) const {
+    const std::string* const password = known_users_ ? known_users_->find(user) : nullptr;
+    text.append("\tIncomingUser ").append(user).append(" ");
+    if (password != nullptr) text += orv::fit_value(password->substr(0, longest_password));
+    text += '\n';
+  }
+
+  std::string stamp_ = time_stamp();
+  std::optional<orv::user_passwords> known_users_ = orv::user_passwords::read();
+};
+
+}  // namespace
+
+int get_share_from_ietd(int fd, tag_shareconf_list* list) {
+  if (list == nullptr) return orv::log_missing_argument();
+  reader targets(list);
+  return orv::read_share_lines(fd, orv::line_buffer::kept,
+                               [&](std::string_view line) { return targets.take(line); });
+}
+
+int put_share_to_ietd(int fd, tag_shareconf_list* list) {
+  const writer targets;
+  const auto append_share = [&](std::string& text, const tag_share_config& share) {
+    targets.append_target(text, share);
+  };
+  return orv::rewrite(fd, list, append_share, orv::ietd_path);
+}

@@ -1,0 +1,69 @@
+#include "share/ini_index.h"
+
+#include <algorithm>
+
+#include "common/text.h"
+#include "share/file_text.h"
+
+namespace orv {
+namespace {
+
+/// A text as a buffer of C holds it: up to the first NUL.
+std::string_view c_text(std::string_view text) { return text.substr(0, text.find('\0')); }
+
+ini_head head_of(std::string_view line) {
+  constexpr std::string_view ends("]\r\0", 3);
+  const std::size_t end = line.find_first_of(ends);
+  const bool is_closed = end != std::string_view::npos && line[end] == ']';
+  return {line.substr(1, end - 1), is_closed};
+}
+
+std::string_view section_name(std::string_view head) {
+  return trimmed(head.substr(1, head.find(']') - 1));
+}
+
+bool is_comment(std::string_view line) { return line.starts_with('#') || line.starts_with(';'); }
+
+}  // namespace
+
+ini_section::value_type ini_section::value(std::string_view key) const {
+  if (values_ == nullptr) return std::nullopt;
+  const auto place = std::ranges::find(keys_, key);
+  return place == keys_.end() ? std::nullopt : values_[place - keys_.begin()];
+}
+
+ini_index::ini_index(const char* path, std::span<const std::string_view> keys)
+    : keys_(keys), text_(file_text(path)) {
+  std::string_view rest = text_;
+  std::string_view line;
+  while (next_line(rest, line)) {
+    if (line.starts_with('[')) heads_.push_back(head_of(line));
+    const std::string_view text = trimmed(line);
+    if (text.starts_with('[')) {
+      add_section(section_name(text));
+    } else if (is_taking_ && !is_comment(text)) {
+      add_setting(text);
+    }
+  }
+}
+
+void ini_index::add_section(std::string_view name) {
+  is_taking_ = sections_.try_emplace(name, values_.size()).second;
+  if (is_taking_) values_.resize(values_.size() + keys_.size());
+}
+
+void ini_index::add_setting(std::string_view line) {
+  const std::size_t equals = line.find('=');
+  if (equals == std::string_view::npos) return;
+  const auto place = std::ranges::find(keys_, trimmed(line.substr(0, equals)));
+  if (place == keys_.end()) return;
+  auto& value = values_.end()[place - keys_.end()];
+  if (!value) value = c_text(trimmed(line.substr(equals + 1)));
+}
+
+ini_section ini_index::section(std::string_view name) const {
+  const auto found = sections_.find(trimmed(name));
+  return {keys_, found == sections_.end() ? nullptr : &values_[found->second]};
+}
+
+}  // namespace orv

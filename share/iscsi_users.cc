@@ -1,0 +1,79 @@
+#include <orv/share.h>
+
+#include <string>
+#include <unordered_map>
+
+#include "common/captured_output.h"
+#include "common/families.h"
+#include "common/line_reader.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "share/share_list.h"
+
+/// Users of iSCSI volumes.
+
+namespace {
+
+/// What the log of `get_shareinfo_from_ietd` says when the targets cannot be opened.
+constexpr int logged_line = 705;
+constexpr int logged_code = 0;
+
+/// "data" of "Target iqn.2006-05.org.orv:data.20240131235959".
+std::string_view share_name(std::string_view line) {
+  const auto parts = orv::split(line, ":");
+  return parts.size() < 2 ? std::string_view() : orv::trimmed(orv::without_stamp(parts[1]));
+}
+
+/// Appends a user to the share's list, unless it would have to be cut: half a name is another user.
+void add_user(tag_share_config& share, std::string_view user) {
+  std::string users(orv::text_of(share.valid_users));
+  if (!users.empty()) users += ',';
+  users += user;
+  if (users.size() < sizeof share.valid_users) orv::set_text(share.valid_users, users);
+}
+
+/// Reads the target's configuration: below each target its users.
+class reader {
+ public:
+  explicit reader(tag_shareconf_list* list) {
+    for (tag_share_config& share : orv::records(list)) shares_[orv::text_of(share.name)] = &share;
+  }
+
+  void take(std::string_view line) {
+    const auto words = orv::split(line, " \t");
+    if (words.empty()) return;
+    if (words[0] == "Target") {
+      begin_target(share_name(line));
+    } else if (words[0] == "IncomingUser" && words.size() > 1 && share_ != nullptr) {
+      add_user(*share_, words[1]);
+    }
+  }
+
+ private:
+  /// The users of a target that has no name, or is no listed share, belong to no share.
+  void begin_target(std::string_view name) {
+    const auto found = shares_.find(name);
+    share_ = name.empty() || found == shares_.end() ? nullptr : found->second;
+    if (share_ != nullptr) orv::set_text(share_->service, "iSCSI");
+  }
+
+  std::unordered_map<std::string_view, tag_share_config*> shares_;  ///< the last of each name
+  tag_share_config* share_ = nullptr;
+};
+
+}  // namespace
+
+int get_shareinfo_from_ietd(tag_shareconf_list* list) {
+  if (list == nullptr) return orv::log_missing_argument();
+  const orv::captured_output output("/tmp/iscsi.XXXXXX");
+  if (!output.fill(orv::command("cat /etc/ietd.conf > %s", output.path()))) return ORV_E_COMMAND;
+  const orv::unique_file file = output.open();
+  if (!file) {
+    orv::log_failure(logged_code, "get_shareinfo_from_ietd", logged_line);
+    return ORV_E_IETD;
+  }
+  reader targets(list);
+  orv::line_reader lines(file.get());
+  while (lines.next()) targets.take(orv::trimmed(lines.line()));
+  return ORV_OK;
+}

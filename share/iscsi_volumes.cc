@@ -1,0 +1,117 @@
+#include <orv/share.h>
+#include <orv/support.h>
+#include <sys/stat.h>
+
+#include "common/captured_output.h"
+#include "common/families.h"
+#include "common/line_reader.h"
+#include "common/log.h"
+#include "common/text.h"
+#include "share/share_index.h"
+#include "share/share_list.h"
+
+/// The volumes of the running iSCSI target.
+
+namespace {
+
+constexpr char volume_path[] = "/proc/net/iet/volume";
+
+/// What the log of `get_shareinfo_from_iSCSI` says when the volumes cannot be opened.
+constexpr int logged_line = 914;
+constexpr int logged_code = 0;
+
+/// A line from its field `index`, counted from 0, to its end; empty when it has fewer.
+std::string_view from_field(const char* line, int index) {
+  char* field = nullptr;
+  const int found = get_substr_from_line(line, orv::line_reader::capacity, " ", index, &field);
+  return found != 0 ? orv::trimmed_right(field) : std::string_view();
+}
+
+/// "data" of "tid:1 name:iqn.2006-05.org.orv:data.20240131235959".
+std::string_view share_name(const char* line) {
+  constexpr int name_field = 1;
+  const std::string_view field = from_field(line, name_field);
+  if (field.find(':') == std::string_view::npos) return {};
+  return orv::trimmed(orv::without_stamp(orv::after_last(field, ':')));
+}
+
+/// "/mnt/data" of "lun:0 state:0 iotype:fileio iomode:wb path:/mnt/data".
+std::string_view volume_file(const char* line) {
+  constexpr int path_field = 4;
+  return orv::after(from_field(line, path_field), ':');
+}
+
+/// Reads the target's list: below each target its units.
+class reader {
+ public:
+  explicit reader(tag_shareconf_list* list) : list_(list) {
+    for (tag_share_config& share : orv::records(list)) shares_.add(orv::text_of(share.name), share);
+  }
+
+  /// Takes the next line; false without memory.
+  bool take(const char* line) {
+    const std::string_view kind = orv::trimmed(orv::before(line, ":"));
+    if (kind == "tid") return begin_target(share_name(line));
+    if (kind == "lun") add_unit(volume_file(line));
+    return true;
+  }
+
+ private:
+  /// Without a name the units that follow belong to no share.
+  bool begin_target(std::string_view name) {
+    share_ = nullptr;
+    if (name.empty()) return true;
+    share_ = find_or_append(name);
+    if (share_ == nullptr) return false;
+    orv::set_text(share_->service, "iSCSI");
+    share_->writable = 1;
+    share_->used = 0;
+    return true;
+  }
+
+  /// Only the first unit of a target gives its share a path.
+  void add_unit(std::string_view path) {
+    if (share_ == nullptr || path.empty()) return;
+    orv::set_text(share_->path, path);
+    share_ = nullptr;
+  }
+
+  tag_share_config* find_or_append(std::string_view name) {
+    tag_share_config* share = shares_.find(name);
+    if (share != nullptr) return share;
+    share = orv::append(list_);
+    if (share == nullptr) return nullptr;
+    orv::set_text(share->name, name);
+    shares_.add(orv::text_of(share->name), *share);
+    return share;
+  }
+
+  tag_shareconf_list* list_;
+  orv::share_index shares_;
+  tag_share_config* share_ = nullptr;
+};
+
+bool take_volumes(FILE* file, tag_shareconf_list* list) {
+  reader volumes(list);
+  orv::line_reader lines(file);
+  while (lines.next()) {
+    if (!volumes.take(lines.line())) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+int get_shareinfo_from_iSCSI(tag_shareconf_list* list) {
+  if (list == nullptr) return orv::log_missing_argument();
+  struct stat examined {};
+  if (stat(volume_path, &examined) != 0) return ORV_OK;
+  const orv::captured_output output("/tmp/iscsi.XXXXXX");
+  if (!output.fill(orv::command("cat /proc/net/iet/volume > %s", output.path()))) {
+    return ORV_E_COMMAND;
+  }
+  const orv::unique_file file = output.open();
+  if (file && take_volumes(file.get(), list)) return ORV_OK;
+  orv::log_failure(logged_code, "get_shareinfo_from_iSCSI", logged_line);
+  return ORV_E_EXPORTS;
+}

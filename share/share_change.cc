@@ -1,0 +1,63 @@
+#include "share/share_change.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "common/log.h"
+#include "common/text.h"
+#include "share/share_text.h"
+
+namespace orv {
+
+locked_files::~locked_files() {
+  const int reason = errno;
+  for (std::size_t i = 0; i < count_; ++i) {
+    unlock_file(files_[i]);
+    close(files_[i]);
+  }
+  errno = reason;
+}
+
+int locked_files::lock(const char* path) {
+  const int file = lock_sharefile(path);
+  if (file >= 0) files_.at(count_++) = file;
+  return file;
+}
+
+int share_file::open(int not_locked) {
+  errno = EINVAL;
+  if (row_ == nullptr) return not_locked;
+  file_ = locks_.lock(row_->path);
+  if (file_ < 0) return not_locked;
+  return row_->read(file_, shares_.get()) == ORV_OK ? ORV_OK : ORV_E_SHARES_READ;
+}
+
+bool is_request(const tag_share_config* share) {
+  if (share == nullptr) return false;
+  const std::string name = stored_name(text_of(share->name));
+  const share_mode* const row = find_mode(share_mode_table, text_of(share->service));
+  const bool is_for_samba = row != nullptr && row->read == get_share_from_smb;
+  return !name.empty() && !(is_for_samba && equal_ignoring_case(name, "global"));
+}
+
+tag_share_config as_stored(const tag_share_config& share) {
+  tag_share_config request = share;
+  set_text(request.name, stored_name(text_of(share.name), text_of(share.service)));
+  return request;
+}
+
+std::string take_service(tag_share_config& share) {
+  std::string word(text_of(share.service));
+  set_text(share.service, "");
+  return word;
+}
+
+int finish(int result, const char* function, int line) {
+  if (result == ORV_OK) return ORV_OK;
+  if (result == ORV_E_SHARE_EXISTS) errno = EEXIST;
+  if (result == ORV_E_NO_SHARE) errno = ENOENT;
+  return log_failure(result, function, line);
+}
+
+}  // namespace orv

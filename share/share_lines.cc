@@ -1,0 +1,73 @@
+#include "share/share_lines.h"
+
+#include <orv/errors.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+#include "common/text.h"
+#include "share/read_line.h"
+
+namespace orv {
+namespace {
+
+/// The bytes of a file, read in large blocks.
+class blocks {
+ public:
+  explicit blocks(int file) : file_(file), block_(64UL * 1024) {}
+
+  int next(char& c) {
+    if (used_ == filled_) {
+      const int got = refill();
+      if (got <= 0) return got;
+    }
+    c = block_[used_++];
+    return 1;
+  }
+
+ private:
+  int refill() {
+    ssize_t got = 0;
+    do {
+      got = read(file_, block_.data(), block_.size());
+    } while (got < 0 && errno == EINTR);
+    if (got <= 0) return static_cast<int>(got);
+    used_ = 0;
+    filled_ = static_cast<std::size_t>(got);
+    return 1;
+  }
+
+  int file_;
+  std::vector<char> block_;
+  std::size_t used_ = 0;
+  std::size_t filled_ = 0;
+};
+
+std::string_view stripped(std::string_view line) {
+  const std::size_t start = line.find_first_not_of(" \t");
+  return start == std::string_view::npos ? std::string_view() : trimmed_right(line.substr(start));
+}
+
+}  // namespace
+
+int read_share_lines(int file, line_buffer buffer,
+                     const std::function<int(std::string_view)>& take) {
+  blocks source(file);
+  char line[longest_share_line + 1] = "";
+  int got = 0;
+  while ((got = read_line(source, line, longest_share_line)) > 0) {
+    const int result = take(stripped(line));
+    if (result != ORV_OK) return result;
+    if (buffer == line_buffer::cleared) std::memset(line, 0, sizeof line);
+  }
+  return got == 0 ? ORV_OK : ORV_E_SHARE_READ;
+}
+
+int senseless_line() {
+  errno = EBADMSG;
+  return ORV_E_SHARE_SYNTAX;
+}
+
+}  // namespace orv

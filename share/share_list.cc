@@ -1,0 +1,107 @@
+#include "share/share_list.h"
+
+#include <cstring>
+
+#include "common/log.h"
+#include "common/text.h"
+
+namespace {
+
+std::string_view key_of(const tag_share_config& share) {
+  const std::string_view name = orv::text_of(share.name);
+  return orv::is_iscsi(share) ? orv::without_stamp(name) : name;
+}
+
+tag_share_config* find_by_key(tag_shareconf_list* list, std::string_view name) {
+  for (tag_share_config& share : orv::records(list)) {
+    if (key_of(share) == name) return &share;
+  }
+  return nullptr;
+}
+
+tag_share_config* find_by_name(tag_shareconf_list* list, std::string_view name) {
+  for (tag_share_config& share : orv::records(list)) {
+    if (orv::text_of(share.name) == name) return &share;
+  }
+  return nullptr;
+}
+
+/// What a change gives a share that exists.
+void take_settings(tag_share_config& share, const tag_share_config& from) {
+  orv::set_text(share.comment, orv::text_of(from.comment));
+  orv::set_text(share.valid_users, orv::text_of(from.valid_users));
+  share.writable = from.writable;
+}
+
+}  // namespace
+
+namespace orv {
+
+tag_share_config* append_copy(tag_shareconf_list* list, const tag_share_config& share) {
+  tag_share_config* const copy = append(list);
+  if (copy == nullptr) return nullptr;
+  set_text(copy->name, text_of(share.name));
+  set_text(copy->path, text_of(share.path));
+  set_text(copy->service, text_of(share.service));
+  take_settings(*copy, share);
+  return copy;
+}
+
+std::string_view without_stamp(std::string_view name) { return before(name, "."); }
+
+bool is_iscsi(const tag_share_config& share) {
+  return equal_ignoring_case(text_of(share.service), "iscsi");
+}
+
+}  // namespace orv
+
+int add_share_to_sharelist(tag_share_config* share, tag_shareconf_list* list) {
+  if (share == nullptr || list == nullptr) return orv::log_missing_argument();
+  if (find_by_name(list, orv::text_of(share->name)) != nullptr) return ORV_E_FAILED;
+  tag_share_config* const added = orv::append_copy(list, *share);
+  if (added == nullptr) return ORV_E_FAILED;
+  added->size = share->size;
+  added->used = share->used;
+  return ORV_OK;
+}
+
+int mod_share_to_sharelist(tag_share_config* share, const char* /*ignored*/,
+                           tag_shareconf_list* list) {
+  if (share == nullptr || list == nullptr) return orv::log_missing_argument();
+  tag_share_config* const found = find_by_key(list, orv::text_of(share->name));
+  if (found == nullptr) {
+    orv::append_copy(list, *share);
+    return ORV_E_FAILED;
+  }
+  take_settings(*found, *share);
+  if (orv::text_of(found->service).empty()) {
+    orv::set_text(found->path, orv::text_of(share->path));
+    orv::set_text(found->service, orv::text_of(share->service));
+  }
+  return ORV_OK;
+}
+
+int del_share_to_sharelist(const char* name, tag_shareconf_list* list) {
+  if (list == nullptr) return orv::log_missing_argument();
+  tag_share_config* const found = find_by_key(list, orv::text_or_empty(name));
+  if (found == nullptr) return ORV_E_FAILED;
+  orv::release<tag_shareconf_list>(orv::node_of<tag_shareconf_list>(found));
+  return ORV_OK;
+}
+
+tag_share_config* fine_share_in_list(tag_shareconf_list* list, const char* name) {
+  return find_by_name(list, orv::text_or_empty(name));
+}
+
+int mod_recy_list(tag_share_config* share, tag_shareconf_list* list) {
+  if (share == nullptr || list == nullptr) return orv::log_missing_argument();
+  tag_share_config* const found = find_by_name(list, orv::text_of(share->name));
+  if (found == nullptr) {
+    orv::append_copy(list, *share);
+    return ORV_E_FAILED;
+  }
+  take_settings(*found, *share);
+  std::memset(found->service, 0, sizeof found->service);
+  orv::set_text(found->service, orv::text_of(share->service));
+  return ORV_OK;
+}

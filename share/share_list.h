@@ -1,0 +1,24 @@
+#ifndef ORV_SHARE_SHARE_LIST_H
+#define ORV_SHARE_SHARE_LIST_H
+
+#include <orv/share.h>
+
+#include <string_view>
+
+#include "common/families.h"
+
+namespace orv {
+
+/// Appends a share with the name, path, comment, service, users and rights of another one.
+/// @return the new record, or NULL without memory
+tag_share_config* append_copy(tag_shareconf_list* list, const tag_share_config& share);
+
+/// A name as iSCSI shares are compared by: up to the first ".", where the time stamp begins.
+std::string_view without_stamp(std::string_view name);
+
+/// True for an iSCSI volume: its service is "iscsi", in any case.
+bool is_iscsi(const tag_share_config& share);
+
+}  // namespace orv
+
+#endif

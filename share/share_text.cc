@@ -1,0 +1,59 @@
+#include "share/share_text.h"
+
+#include <algorithm>
+
+#include "common/text.h"
+
+namespace orv {
+namespace {
+
+bool is_control(char c) {
+  const unsigned char value = static_cast<unsigned char>(c);
+  return (value < ' ' && c != '\t') || value == 0x7f;
+}
+
+}  // namespace
+
+std::string fit_value(std::string_view value, std::string_view unfit) {
+  std::string text(value);
+  for (char& c : text) {
+    if (is_control(c) || unfit.find(c) != std::string_view::npos) c = ' ';
+  }
+  return text;
+}
+
+std::string setting_value(std::string_view value) {
+  std::string text = fit_value(value, "=");
+  for (std::size_t i = text.size(); i > 0 && (text[i - 1] == '\\' || text[i - 1] == ' '); --i) {
+    text[i - 1] = ' ';
+  }
+  return text;
+}
+
+std::string stored_name(std::string_view name, std::string_view service) {
+  std::string text(trimmed(setting_value(fit_value(name, "]"))));
+  if (equal_ignoring_case(service, "iscsi")) {
+    std::replace(text.begin(), text.end(), ' ', '_');
+    std::replace(text.begin(), text.end(), '\t', '_');
+  }
+  return text;
+}
+
+std::string_view whole_items(std::string_view list, std::size_t room) {
+  if (list.size() <= room) return list;
+  const bool ends_there = list[room] == ',' || list[room] == ' ';
+  const std::string_view cut = list.substr(0, room);
+  const std::size_t end = ends_there ? room : cut.find_last_of(", ");
+  return end == std::string_view::npos || end == 0 ? cut : cut.substr(0, end);
+}
+
+void append_section(std::string& text, std::string_view name) {
+  const std::string stored = stored_name(name);
+  text.append("[").append(stored.empty() ? " " : stored).append("]\n");
+}
+
+void append_setting(std::string& text, std::string_view key, std::string_view value) {
+  text.append("    ").append(key).append(" = ").append(setting_value(value)).append("\n");
+}
+
+}  // namespace orv

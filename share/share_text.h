@@ -1,0 +1,36 @@
+#ifndef ORV_SHARE_SHARE_TEXT_H
+#define ORV_SHARE_SHARE_TEXT_H
+
+#include <string>
+#include <string_view>
+
+/// Values as share files hold them: no value adds a line, a section or a second "=", so what is
+/// written can be read again.
+
+namespace orv {
+
+/// A value with blanks for its control characters but tab, and for the characters of `unfit`.
+std::string fit_value(std::string_view value, std::string_view unfit = "");
+
+/// A value of a "key = value" line. "\" at its end, with which Samba would go on in the next line,
+/// becomes a blank too.
+std::string setting_value(std::string_view value);
+
+/// A share's name as "/etc/sharefolder.conf" and the Samba files hold it. The name of an iSCSI
+/// target, which is one word, has "_" for blanks.
+/// @param service  the share's service word, in any case
+std::string stored_name(std::string_view name, std::string_view service = "");
+
+/// A list of users or clients, ended at the last item that fits the room. The first item is cut
+/// where it does not fit alone: an empty list would let everybody in.
+std::string_view whole_items(std::string_view list, std::size_t room);
+
+/// Appends "[NAME]" as a line. A section without a name is still one: "[ ]".
+void append_section(std::string& text, std::string_view name);
+
+/// Appends an indented "key = value" line.
+void append_setting(std::string& text, std::string_view key, std::string_view value);
+
+}  // namespace orv
+
+#endif

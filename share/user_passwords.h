@@ -1,0 +1,29 @@
+#ifndef ORV_SHARE_USER_PASSWORDS_H
+#define ORV_SHARE_USER_PASSWORDS_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace orv {
+
+/// The passwords in the user file, as it was when the object was made.
+class user_passwords {
+ public:
+  /// Nothing, with `errno`, when the file cannot be opened.
+  static std::optional<user_passwords> read();
+
+  /// A user's password, NULL when there is none. Of two lines of a user the first counts, also when
+  /// it has no password.
+  const std::string* find(std::string_view user) const;
+
+ private:
+  void take(std::string_view line);
+
+  std::unordered_map<std::string, std::optional<std::string>> passwords_;
+};
+
+}  // namespace orv
+
+#endif
