@@ -215,6 +215,47 @@ TYPED_TEST(record_list, operations_do_nothing_with_a_missing_record) {
               testing::MatchesRegex("[a-z]+_conf_show:N return -1 with Invalid argument\n"));
 }
 
+class filled_list : public sandbox_test {
+ protected:
+  filled_list() { disk_list_init(&list_); }
+  ~filled_list() override { disk_list_fini(&list_); }
+
+  std::string names() const {
+    std::string names;
+    for (const list_node* node = list_.list.next; node != &list_.list; node = node->next) {
+      const char* const record =
+          reinterpret_cast<const char*>(node) - offsetof(tag_disk_info, list);
+      names += reinterpret_cast<const tag_disk_info*>(record)->name + std::string(" ");
+    }
+    return names;
+  }
+
+  tag_diskinfo_list list_;
+};
+
+TEST_F(filled_list, has_the_order_of_its_source) {
+  machine.file("/proc/partitions", fixture("proc/partitions.txt"));
+  EXPECT_EQ(get_diskinfo_from_partitions(&list_), ORV_OK);
+  EXPECT_EQ(names(), "sda sdb sdc sdd sde sdf sdg sdh sdi sdj ");
+}
+
+TEST_F(filled_list, grows_at_its_tail) {
+  machine.file("/proc/partitions", "8 16 204800 sdb\n");
+  EXPECT_EQ(get_diskinfo_from_partitions(&list_), ORV_OK);
+  machine.file("/proc/partitions", "8 0 204800 sda\n");
+  EXPECT_EQ(get_diskinfo_from_partitions(&list_), ORV_OK);
+  EXPECT_EQ(names(), "sdb sda ");
+}
+
+TEST_F(filled_list, may_be_filled_again_once_it_is_released) {
+  machine.file("/proc/partitions", fixture("proc/partitions_with_parts.txt"));
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_EQ(get_diskinfo_from_partitions(&list_), ORV_OK);
+    EXPECT_EQ(names(), "sda sdb sdc sdd sde sdf sdg sdh sdi sdj ");
+    EXPECT_EQ(disk_list_fini(&list_), 0);
+  }
+}
+
 class embedded_list : public sandbox_test {
  protected:
   /// Appends a cleared record to the list that is inside another record.

@@ -2,6 +2,7 @@
 #define ORV_TESTS_SYSTEM_GETTER_H
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 #include "tests/sandbox/sandbox.h"
@@ -20,8 +21,8 @@ inline std::ostream& operator<<(std::ostream& out, const answer_of_getter& answe
 /// Calls a text getter with a buffer that holds "before", and tells it a size.
 template <int Size = 128>
 answer_of_getter ask(int (*getter)(char*, int)) {
-  constexpr int capacity = std::max(Size, 8);
-  char buffer[capacity] = "before";
+  char buffer[std::max(Size, 8)] = {};
+  std::strcpy(buffer, "before");
   const int result = getter(buffer, Size);
   return {result, buffer};
 }
