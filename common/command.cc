@@ -38,10 +38,22 @@ void append_quoted(std::string& text, std::string_view value) {
   text += '\'';
 }
 
+/// Whether a path written behind a folder could leave it, or mean the folder itself.
+bool climbs(std::string_view path) {
+  while (true) {
+    const std::size_t slash = path.find('/');
+    const std::string_view part = path.substr(0, slash);
+    if (part == "." || part == "..") return true;
+    if (slash == path.npos) return false;
+    path.remove_prefix(slash + 1);
+  }
+}
+
 /// Appends a value to the word that the text ends with; false when it cannot be part of a word.
 bool append_word(std::string& text, std::string_view value) {
   const bool begins_word = text.empty() || text.back() == ' ';
   if (value.empty() || (begins_word && value.front() == '-')) return false;
+  if (!begins_word && text.back() == '/' && climbs(value)) return false;
   if (is_plain(value)) {
     text += value;
   } else {

@@ -35,10 +35,12 @@ struct echoed_password {
 ///
 /// It is made from a form and values: each "%s", "%d" or "%lld" of the form takes the next value. A
 /// text value made of letters, digits and "_-.,/:+@%=" is inserted as it is; any other one is
-/// quoted, so that the tool receives it verbatim and as one word. A value that is empty, or that
-/// begins a word with "-" and so would be read as an option, makes the command unusable; so does a
-/// command that does not fit its buffer, since half a command may do harm, and a line end in a
-/// password. An unusable command is never run: it is logged and fails like a failed command.
+/// quoted, so that the tool receives it verbatim and as one word. A value makes the command
+/// unusable when it is empty, when it begins a word with "-" and so would be read as an option, and
+/// when it stands behind a folder ("/dev/%s") and has a part "." or "..", which names something
+/// else; so does a command that does not fit its buffer, since half a command may do harm, and a
+/// line end in a password. An unusable command is never run: it is logged and fails like a failed
+/// command.
 class command {
  public:
   /// Size of every command buffer, terminator included.

@@ -99,6 +99,22 @@ TEST_F(command_line, is_not_run_with_an_empty_value) {
   expect_not_run("/usr/local/bin/diskformat /dev/", "Invalid argument");
 }
 
+TEST_F(command_line, never_leaves_the_folder_that_a_value_stands_behind) {
+  for (const char* name : {".", "..", "../sda", "vg1/..", "vg1/../../etc/shadow", "./sda"}) {
+    EXPECT_NE(clear_disk(name), 0) << name;
+    expect_not_run("/usr/local/bin/diskformat /dev/" + std::string(name), "Invalid argument");
+  }
+}
+
+TEST_F(command_line, may_name_what_lies_deeper_in_a_folder_and_have_dots_in_a_name) {
+  diskformat().on("/dev/mapper/vg1-data");
+  EXPECT_EQ(clear_disk("mapper/vg1-data"), 0);
+  diskformat().on("/dev/a..b.");
+  EXPECT_EQ(clear_disk("a..b."), 0);
+  umount().on_exactly({"/mnt/../data"});
+  EXPECT_EQ(umount_fs("/mnt/../data"), ORV_OK);
+}
+
 TEST_F(command_line, of_255_characters_is_run) {
   const std::string path = '/' + std::string(255 - std::strlen("umount / > /dev/null"), 'm');
   umount().on_exactly({path});
