@@ -22,14 +22,19 @@ std::string_view section_name(std::string_view head) {
   return trimmed(head.substr(1, head.find(']') - 1));
 }
 
+/// The place of a key among the keys; their number when it is none of them.
+std::size_t place_in(std::span<const std::string_view> keys, std::string_view key) {
+  return static_cast<std::size_t>(std::ranges::find(keys, key) - keys.begin());
+}
+
 bool is_comment(std::string_view line) { return line.starts_with('#') || line.starts_with(';'); }
 
 }  // namespace
 
 ini_section::value_type ini_section::value(std::string_view key) const {
   if (values_ == nullptr) return std::nullopt;
-  const auto place = std::ranges::find(keys_, key);
-  return place == keys_.end() ? std::nullopt : values_[place - keys_.begin()];
+  const std::size_t place = place_in(keys_, key);
+  return place == keys_.size() ? std::nullopt : values_[place];
 }
 
 ini_index::ini_index(const char* path, std::span<const std::string_view> keys)
@@ -55,9 +60,9 @@ void ini_index::add_section(std::string_view name) {
 void ini_index::add_setting(std::string_view line) {
   const std::size_t equals = line.find('=');
   if (equals == std::string_view::npos) return;
-  const auto place = std::ranges::find(keys_, trimmed(line.substr(0, equals)));
-  if (place == keys_.end()) return;
-  auto& value = values_.end()[place - keys_.end()];
+  const std::size_t place = place_in(keys_, trimmed(line.substr(0, equals)));
+  if (place == keys_.size()) return;
+  auto& value = values_[values_.size() - keys_.size() + place];
   if (!value) value = c_text(trimmed(line.substr(equals + 1)));
 }
 

@@ -211,14 +211,18 @@ ORV_API int getline(int fd, char* buf, int size);
 /// fills in users, rights, sizes and use from the services and the machine. No file is locked.
 /// @return ORV_OK, or the first failure of a step below, which ends the search
 ORV_API int share_get(tag_shareconf_list* list);
-/// Appends one record per section of "/etc/sharefolder.conf". @return ORV_OK; ORV_E_FAILED for NULL
+/// Appends one record for each line of "/etc/sharefolder.conf" that begins with "[": the share of
+/// that section, or an empty record when the head is not closed. Of sections of one name the first
+/// one counts, and in it the first of equal keys.
+/// @return ORV_OK, also when there is no such file; ORV_E_FAILED for NULL or without memory
 ORV_API int get_shareinfo_from_shareconf(tag_shareconf_list* list);
 /// Fills users and rights of the shares whose service is exactly "samba".
 /// @return ORV_OK; ORV_E_FAILED for NULL
 ORV_API int get_shareinfo_from_smbconf(tag_shareconf_list* list);
-/// Names of the users with an FTP configuration in "/etc/vsftpd".
-/// @param users  room for `max` names
-/// @return their number; ORV_E_FTP_USERS when the directory cannot be opened
+/// Names of the users with an FTP configuration in "/etc/vsftpd", in the order of the directory.
+/// @param users  room for `max` names; a longer name is cut
+/// @return their number, at most `max`; ORV_E_FTP_USERS when the directory cannot be opened;
+///         ORV_E_FAILED for NULL
 ORV_API int get_ftp_user(char users[][33], int max);
 /// Fills users and rights of the FTP shares, of at most 32 users.
 /// @return ORV_OK, also when there is no such user; ORV_E_FAILED for NULL
@@ -227,10 +231,13 @@ ORV_API int get_shareinfo_from_ftpconf(tag_shareconf_list* list);
 /// @return ORV_OK, also when there is no such file; ORV_E_EXPORTS when it cannot be opened;
 ///         ORV_E_FAILED for NULL
 ORV_API int get_shareinfo_from_exportfs(tag_shareconf_list* list);
-/// Fills the paths of mounted shares; any other share gets the comment "Filesystem unmounted".
-/// @return ORV_OK; ORV_E_FAILED for NULL
+/// Fills the paths of mounted shares, those called like a mount point; any other share gets the
+/// comment "Filesystem unmounted". Of a mounted share `used` is all ones until it is measured.
+/// @return ORV_OK, also when the list of mounts cannot be opened, and nothing is changed then;
+///         ORV_E_FAILED for NULL
 ORV_API int get_shareinfo_from_mount(tag_shareconf_list* list);
-/// Fills size and use of every share with a path but iSCSI volumes.
+/// Fills size and use of every share with a path but iSCSI volumes. Those, and a share whose path
+/// has no figures, keep what they have and are reported on standard output.
 /// @return ORV_OK; ORV_E_FAILED for NULL
 ORV_API int get_shareinfo_from_df(tag_shareconf_list* list);
 /// Fills the paths of iSCSI volumes from "/proc/net/iet/volume" and appends volumes that are not
@@ -245,8 +252,9 @@ ORV_API int get_shareinfo_from_ietd(tag_shareconf_list* list);
 /// Reads the size of one path from the listing of df in "/tmp/df.info".
 /// @param total  receives GiB, rounded down, plus 1
 /// @param used   receives GiB, rounded down, plus 1
+/// @param path   its first component stands for "/mnt": "/pool/data" is mounted at "/mnt/data"
 /// @return ORV_OK, also when there is no listing; ORV_E_FAILED when the path is not listed or an
-///         argument is NULL
+///         argument is NULL. Without figures both numbers are unchanged.
 ORV_API int get_sizeinfo_from_df(uint64_t* total, uint64_t* used, const char* path);
 
 // --- Share changes -------------------------------------------------------------------------------
