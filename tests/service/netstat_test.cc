@@ -97,9 +97,16 @@ TEST_F(netstat, lists_nobody_when_the_tool_says_nothing) {
 
 TEST_F(netstat, reads_what_the_real_tool_prints) {
   EXPECT_THAT(clients_in(fixture("netstat/clients.txt")),
-              ElementsAre("*|Ftp|10.11.0.7|47692         ESTABLISHED",
-                          "*|Ftp|10.11.0.7|47702         ESTABLISHED"));
+              ElementsAre("*|Ftp|10.11.0.7|55664         ESTABLISHED",
+                          "*|Ftp|10.11.0.7|55650         ESTABLISHED"));
   EXPECT_EQ(machine.log(), "get ftp client ip invalid nas\nget ftp client ip invalid localhost\n");
+}
+
+TEST_F(netstat, reads_what_the_real_tool_prints_of_a_server_that_listens_on_ipv6) {
+  EXPECT_THAT(clients_in(fixture("netstat/clients_of_ipv6_server.txt")),
+              ElementsAre("*|Ftp|10.11.0.7|55664         FIN_WAIT2",
+                          "*|Ftp|10.11.0.7|55650         FIN_WAIT2",
+                          "*|Ftp|10.11.0.7|55674         ESTABLISHED"));
 }
 
 TEST_F(netstat, reads_that_there_are_no_connections) {

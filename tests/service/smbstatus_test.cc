@@ -4,6 +4,7 @@
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::UnorderedElementsAre;
 
 namespace {
 
@@ -154,18 +155,17 @@ TEST_F(smbstatus, reads_what_samba_4_prints) {
 
 // A share with a blank in its name does not look like one in the table.
 TEST_F(smbstatus, reads_what_samba_4_prints_of_several_clients) {
-  EXPECT_THAT(
-      clients_in(fixture("smbstatus/clients.txt")),
-      ElementsAre("IPC$|CIFS|10.11.0.7|user1", "data|CIFS||user2", "data|CIFS|10.11.0.7|user1",
-                  "backup|CIFS|10.11.0.7|user2", "IPC$|CIFS|10.11.0.7|administrator-of-all"));
+  EXPECT_THAT(clients_in(fixture("smbstatus/clients.txt")),
+              UnorderedElementsAre("data|CIFS|10.11.0.7|user1", "IPC$|CIFS|10.11.0.7|user1",
+                                   "backup|CIFS|10.11.0.7|user2", "data|CIFS||user2",
+                                   "IPC$|CIFS|10.11.0.7|administrator-of-all"));
 }
 
 TEST_F(smbstatus, reads_what_samba_4_prints_of_open_files) {
-  EXPECT_THAT(
-      clients_in(fixture("smbstatus/open_file.txt")),
-      ElementsAre("IPC$|CIFS|10.11.0.7|user1", "backup|CIFS|10.11.0.7|user2", "data|CIFS||user2",
-                  "data|CIFS|10.11.0.7|user1", "backup|CIFS|10.11.0.7|user2",
-                  "IPC$|CIFS|10.11.0.7|administrator-of-all"));
+  EXPECT_THAT(clients_in(fixture("smbstatus/open_file.txt")),
+              UnorderedElementsAre("data|CIFS|10.11.0.7|user1", "IPC$|CIFS|10.11.0.7|user1",
+                                   "backup|CIFS|10.11.0.7|user2", "backup|CIFS|10.11.0.7|user2",
+                                   "data|CIFS||user2", "IPC$|CIFS|10.11.0.7|administrator-of-all"));
 }
 
 TEST_F(smbstatus, tells_that_the_tool_failed) {
