@@ -102,8 +102,8 @@ ORV_API int share_conn_get(tag_shareconn_list* list);
 ///         opened; ORV_E_FAILED for a NULL list
 ORV_API int get_conninfo_from_netstat(tag_shareconn_list* list);
 
-/// Appends the SMB clients, one record a client process. The protocol of a record that is in the
-/// list already and holds a process number is completed with the others.
+/// Appends the SMB clients, one record for each session that "smbstatus" lists. A record that is in
+/// the list already and holds the number of a process as its protocol is completed with them.
 /// @return ORV_OK; ORV_E_COMMAND when "smbstatus" failed; ORV_E_SMBSTATUS when its output cannot be
 ///         opened; ORV_E_FAILED for a NULL list
 ORV_API int get_conninfo_from_smbstatus(tag_shareconn_list* list);
