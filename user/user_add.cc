@@ -75,6 +75,8 @@ int orv::check_request(const tag_user_info& user) {
 }
 
 int sys_user_add(tag_user_info user) {
+  user.name[sizeof user.name - 1] = '\0';
+  user.password[sizeof user.password - 1] = '\0';
   int result = orv::check_account(user);
   if (result == ORV_OK) result = orv::check_request(user);
   if (result != ORV_OK) return result;

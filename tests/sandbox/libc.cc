@@ -43,9 +43,9 @@ bent& state() {
 // These functions are called long before main(); until a machine is there nothing is bent.
 constinit std::atomic<bool> any_machine = false;
 
-constexpr std::string_view functions[] = {"fopen",   "fstat",   "fsync",  "gettimeofday",
-                                          "mkstemp", "opendir", "rename", "stat",
-                                          "statfs",  "time",    "uname"};
+constexpr std::string_view functions[] = {"fchown",       "fopen",   "fstat",   "fsync",
+                                          "gettimeofday", "mkstemp", "opendir", "rename",
+                                          "stat",         "statfs",  "time",    "uname"};
 
 // Sets errno when this call is to fail.
 bool fails(std::string_view function) {
@@ -181,6 +181,10 @@ DEFINE(int, fstat, int file, void* found) {
 
 DEFINE(int, fstat64, int file, void* found) {
   return fails("fstat") ? -1 : real(own_fstat64, "fstat64", file, found);
+}
+
+DEFINE(int, fchown, int file, uid_t owner, gid_t group) {
+  return fails("fchown") ? -1 : real(own_fchown, "fchown", file, owner, group);
 }
 
 DEFINE(int, fsync, int file) { return fails("fsync") ? -1 : real(own_fsync, "fsync", file); }

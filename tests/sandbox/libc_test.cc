@@ -93,6 +93,13 @@ struct bent_function {
 
 void PrintTo(const bent_function& function, std::ostream* out) { *out << function.name; }
 
+bool fchown_fails() {
+  FILE* file = std::fopen("/tmp/there", "r");
+  const bool failed = ::fchown(::fileno(file), ::getuid(), ::getgid()) != 0;
+  std::fclose(file);
+  return failed;
+}
+
 bool fopen_fails() {
   FILE* file = std::fopen("/tmp/there", "r");
   if (file != nullptr) std::fclose(file);
@@ -145,8 +152,8 @@ TEST_P(AnyBentFunction, FailsWhenTold) {
 
 INSTANTIATE_TEST_SUITE_P(
     , AnyBentFunction,
-    testing::Values(bent_function{"fopen", fopen_fails}, bent_function{"fstat", fstat_fails},
-                    bent_function{"fsync", fsync_fails},
+    testing::Values(bent_function{"fchown", fchown_fails}, bent_function{"fopen", fopen_fails},
+                    bent_function{"fstat", fstat_fails}, bent_function{"fsync", fsync_fails},
                     bent_function{"gettimeofday", gettimeofday_fails},
                     bent_function{"mkstemp", [] { return new_temp_file().empty(); }},
                     bent_function{"opendir", opendir_fails},
@@ -161,9 +168,10 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(Libc, IsBentForSharedLibrariesToo) {
   Dl_info program{};
   ASSERT_NE(::dladdr(reinterpret_cast<void*>(&new_temp_file), &program), 0);
-  for (const char* symbol : {"fopen", "fopen64", "fstat", "fstat64", "fsync", "gettimeofday",
-                             "mkostemp", "mkostemp64", "mkstemp", "mkstemp64", "opendir", "rename",
-                             "stat", "stat64", "statfs", "statfs64", "time", "uname"}) {
+  for (const char* symbol :
+       {"fchown", "fopen", "fopen64", "fstat", "fstat64", "fsync", "gettimeofday", "mkostemp",
+        "mkostemp64", "mkstemp", "mkstemp64", "opendir", "rename", "stat", "stat64", "statfs",
+        "statfs64", "time", "uname"}) {
     Dl_info found{};
     EXPECT_NE(::dladdr(::dlsym(RTLD_DEFAULT, symbol), &found), 0) << symbol;
     EXPECT_EQ(found.dli_fbase, program.dli_fbase) << symbol;

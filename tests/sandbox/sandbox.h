@@ -156,8 +156,8 @@ class machine {
   /// What statfs(2) reports of exactly this path.
   void statfs(const std::string& path, const disk_space& space);
   /// The C library's function fails with this errno: its n-th call from now on, or every one.
-  /// Functions that can: fopen, fstat, fsync, gettimeofday, mkstemp, opendir, rename, stat, statfs,
-  /// time, uname.
+  /// Functions that can: fchown, fopen, fstat, fsync, gettimeofday, mkstemp, opendir, rename, stat,
+  /// statfs, time, uname.
   void fail(std::string_view function, int error, int nth_call = 0);
 
   /// Descriptors that the code opened and still holds, as "5 /etc/hosts"; the C library's own
