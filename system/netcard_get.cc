@@ -25,7 +25,7 @@ constexpr std::string_view loopback = "lo";
 constexpr std::size_t first_size = 3200;
 constexpr std::size_t step = 320;
 /// A kernel that refuses even this much room refuses for another reason.
-constexpr std::size_t largest_refused = 1U << 20;
+constexpr std::size_t largest_refused = 1U << 18;
 
 /// The kernel's table of interface addresses, aliases included; nothing, with `errno`, when it
 /// cannot be read. A table that just fits may be cut: only a size that is reported twice counts.
