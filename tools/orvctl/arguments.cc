@@ -1,7 +1,9 @@
 #include "tools/orvctl/arguments.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <iterator>
 #include <string_view>
 
 namespace orvctl {
@@ -30,6 +32,28 @@ bool is_channel_list(std::string_view text) {
   }
 }
 
+constexpr std::string_view services[] = {"samba", "nfs", "ftp", "iscsi"};
+
+bool is_service(std::string_view word) {
+  return std::find(std::begin(services), std::end(services), word) != std::end(services);
+}
+
+// A larger number would be written as a negative one.
+bool is_limit(std::string_view text) {
+  std::int32_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc() && end == text.data() + text.size() && number >= 0 &&
+         text.front() != '-';
+}
+
+bool is_host_name(std::string_view text) {
+  constexpr std::size_t longest = 64;
+  constexpr std::string_view letters =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-.";
+  return !text.empty() && text.size() <= longest && text.front() != '-' && text.front() != '.' &&
+         text.find_first_not_of(letters) == std::string_view::npos;
+}
+
 CLI::Validator accept(bool (*fits)(std::string_view), const char* wanted) {
   return CLI::Validator(
       [fits, wanted](std::string& word) {
@@ -44,6 +68,10 @@ const CLI::Validator whole_number = accept(is_whole_number, "a whole number from
 const CLI::Validator channel = accept(is_channel, "a channel number from 1");
 const CLI::Validator channel_list =
     accept(is_channel_list, "a list of channel numbers from 1, such as 1,2,3");
+const CLI::Validator service_word = accept(is_service, "samba, nfs, ftp or iscsi");
+const CLI::Validator limit = accept(is_limit, "a whole number from 0 to 2147483647");
+const CLI::Validator host_name =
+    accept(is_host_name, "a host name of up to 64 letters, digits, '-' and '.'");
 
 CLI::Option* add_enclosure(CLI::App& verb, std::string& enclosure) {
   return verb

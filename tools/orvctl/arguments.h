@@ -20,6 +20,12 @@ extern const CLI::Validator whole_number;
 extern const CLI::Validator channel_list;
 /// One channel number from 1.
 extern const CLI::Validator channel;
+/// A service that shares: samba, nfs, ftp or iscsi.
+extern const CLI::Validator service_word;
+/// A number from 0 that the FTP service takes as a limit.
+extern const CLI::Validator limit;
+/// A host name of up to 64 letters, digits, "-" and ".".
+extern const CLI::Validator host_name;
 
 /// "--enclosure N", which says where the channels are.
 CLI::Option* add_enclosure(CLI::App& verb, std::string& enclosure);

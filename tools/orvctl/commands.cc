@@ -21,7 +21,7 @@ CLI::App& add_verb(CLI::App& noun, session& run, const std::string& name, const 
 CLI::App& add_destroying_verb(CLI::App& noun, session& run, const std::string& name,
                               const std::string& about, const std::string& example) {
   CLI::App& verb = add_verb(noun, run, name, about, example);
-  verb.add_flag("-y,--yes", run.yes, "do not ask before data is lost");
+  verb.add_flag("-y,--yes", run.yes, "go ahead without a question");
   return verb;
 }
 

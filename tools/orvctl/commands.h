@@ -17,19 +17,33 @@ void add_raid_commands(CLI::App& program, session& run);
 void add_vg_commands(CLI::App& program, session& run);
 void add_pool_commands(CLI::App& program, session& run);
 void add_fs_commands(CLI::App& program, session& run);
+void add_share_commands(CLI::App& program, session& run);
+void add_recycle_commands(CLI::App& program, session& run);
+void add_service_commands(CLI::App& program, session& run);
+void add_client_commands(CLI::App& program, session& run);
+void add_ftp_limit_commands(CLI::App& program, session& run);
+void add_user_commands(CLI::App& program, session& run);
+void add_smart_commands(CLI::App& program, session& run);
+void add_alarm_commands(CLI::App& program, session& run);
+void add_net_commands(CLI::App& program, session& run);
+void add_host_commands(CLI::App& program, session& run);
+void add_clock_commands(CLI::App& program, session& run);
+void add_power_commands(CLI::App& program, session& run);
 void add_system_commands(CLI::App& program, session& run);
 
 // Parts of a noun that have files of their own.
 void add_raid_create_commands(CLI::App& raid, session& run);
 void add_vg_repair_commands(CLI::App& vg, session& run);
 void add_fs_table_commands(CLI::App& fs, session& run);
+void add_share_change_commands(CLI::App& share, session& run);
+void add_share_use_commands(CLI::App& share, session& run);
 
 /// @param example  a whole command line
 CLI::App& add_noun(CLI::App& program, const std::string& name, const std::string& about,
                    const std::string& example);
 CLI::App& add_verb(CLI::App& noun, session& run, const std::string& name, const std::string& about,
                    const std::string& example);
-/// A verb that may destroy data, and so takes --yes.
+/// A verb that asks, since it may destroy data, and so takes --yes.
 CLI::App& add_destroying_verb(CLI::App& noun, session& run, const std::string& name,
                               const std::string& about, const std::string& example);
 

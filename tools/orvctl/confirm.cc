@@ -25,16 +25,18 @@ problem declined() {
 
 }  // namespace
 
-void must_be_answerable(const session& run) {
+void must_be_answerable(const session& run, const char* reason) {
   if (run.yes || run.io.interactive) return;
-  throw usage_problem("this destroys data, and there is no terminal to ask on",
+  throw usage_problem(std::string(reason) + ", and there is no terminal to ask on",
                       "add --yes to go ahead without a question");
 }
 
-void confirm(const session& run, const std::string& warning, const std::function<table()>& losses) {
-  must_be_answerable(run);
+void confirm(const session& run, const std::string& warning, const std::function<table()>& losses,
+             const char* reason) {
+  must_be_answerable(run, reason);
   if (run.yes) return;
-  run.io.err << losses().text() << warning << "\nContinue? [y/N] " << std::flush;
+  if (losses) run.io.err << losses().text();
+  run.io.err << warning << "\nContinue? [y/N] " << std::flush;
   std::string answer;
   std::getline(run.io.in, answer);
   if (!is_yes(answer)) throw declined();

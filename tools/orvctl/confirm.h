@@ -8,14 +8,18 @@
 
 namespace orvctl {
 
-/// Ends a command that destroys data, before it has run anything, when neither --yes was given nor
-/// anybody can be asked.
-void must_be_answerable(const session& run);
+/// Why most commands ask.
+inline constexpr char destroys_data[] = "this destroys data";
+
+/// Ends a command that asks, before it has run anything, when neither --yes was given nor anybody
+/// can be asked.
+void must_be_answerable(const session& run, const char* reason = destroys_data);
 
 /// Asks before data is lost, unless --yes was given. Anything but "y" or "yes" ends the command.
 /// @param warning  one sentence
 /// @param losses   finds what would be lost; runs only when there is a question to ask
-void confirm(const session& run, const std::string& warning, const std::function<table()>& losses);
+void confirm(const session& run, const std::string& warning, const std::function<table()>& losses,
+             const char* reason = destroys_data);
 
 }  // namespace orvctl
 

@@ -36,6 +36,7 @@ int main(int argc, char** argv) {
   fill_standard_descriptors();
   __gnu_cxx::stdio_filebuf<char> data(keep_standard_output_for_data(), std::ios::out);
   std::ostream out(&data);
-  const bool interactive = ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1;
-  return orvctl::run(argc, argv, {std::cin, out, std::cerr, interactive});
+  const int terminal = ::isatty(STDIN_FILENO) == 1 ? STDIN_FILENO : -1;
+  const bool interactive = terminal >= 0 && ::isatty(STDERR_FILENO) == 1;
+  return orvctl::run(argc, argv, {std::cin, out, std::cerr, interactive, terminal});
 }

@@ -11,10 +11,21 @@
 
 namespace orvctl {
 
-/// The record that a link belongs to.
+/// The link of a record or of a list; some families name it "list", the others "node".
+template <class record>
+auto& link_of(record& of) {
+  if constexpr (requires { of.list; }) {
+    return of.list;
+  } else {
+    return of.node;
+  }
+}
+
+/// The record that a link belongs to. The link is the last member of every record.
 template <class record>
 record& record_of(list_node* link) {
-  return *reinterpret_cast<record*>(reinterpret_cast<char*>(link) - offsetof(record, list));
+  constexpr std::size_t offset = sizeof(record) - sizeof(list_node);
+  return *reinterpret_cast<record*>(reinterpret_cast<char*>(link) - offset);
 }
 
 /// Walks the records of any list of the library.
@@ -67,8 +78,8 @@ class scoped_list {
   scoped_list& operator=(const scoped_list&) = delete;
 
   anchor* get() { return &list_; }
-  auto begin() const { return records_of<record>(list_.list).begin(); }
-  auto end() const { return records_of<record>(list_.list).end(); }
+  auto begin() const { return records_of<record>(link_of(list_)).begin(); }
+  auto end() const { return records_of<record>(link_of(list_)).end(); }
 
  private:
   anchor list_;
@@ -79,6 +90,13 @@ using raid_list = scoped_list<tag_mdinfo_list, tag_md_info, md_list_init, md_lis
 using vg_list = scoped_list<tag_vginfo_list, tag_vg_info, vg_list_init, vg_list_fini>;
 using pool_list = scoped_list<tag_poolinfo_list, tag_pool_info, pool_list_init, pool_list_fini>;
 using fs_list = scoped_list<tag_fsinfo_list, tag_fs_info, fs_list_init, fs_list_fini>;
+using share_list =
+    scoped_list<tag_shareconf_list, tag_share_config, share_list_init, share_list_fini>;
+using client_list = scoped_list<tag_shareconn_list, tag_share_conn, conn_list_init, conn_list_fini>;
+using user_list = scoped_list<tag_user_info_list, tag_user_info, user_list_init, user_list_fini>;
+using alarm_list = scoped_list<tag_alarm_list, tag_alarm_info, alarm_list_init, alarm_list_fini>;
+using interface_list =
+    scoped_list<tag_netcard_list, tag_netcard, netcard_list_init, netcard_list_fini>;
 
 }  // namespace orvctl
 

@@ -34,6 +34,18 @@ void build(CLI::App& program, session& run) {
   add_vg_commands(program, run);
   add_pool_commands(program, run);
   add_fs_commands(program, run);
+  add_share_commands(program, run);
+  add_recycle_commands(program, run);
+  add_service_commands(program, run);
+  add_client_commands(program, run);
+  add_ftp_limit_commands(program, run);
+  add_user_commands(program, run);
+  add_smart_commands(program, run);
+  add_alarm_commands(program, run);
+  add_net_commands(program, run);
+  add_host_commands(program, run);
+  add_clock_commands(program, run);
+  add_power_commands(program, run);
   add_system_commands(program, run);
 }
 
@@ -125,7 +137,8 @@ exit_status parse_and_run(CLI::App& program, session& run, int argc, const char*
 int run(int argc, const char* const* argv, const streams& io) {
   session this_run{io};
   this_run.as_json = asks_for_json(argc, argv);
-  CLI::App program("Manages the storage of the appliance: disks, arrays, volume groups, pools.");
+  CLI::App program(
+      "Manages the appliance: disks, arrays, volume groups, pools, shares, services and users.");
   build(program, this_run);
   const exit_status status = parse_and_run(program, this_run, argc, argv);
   if (this_run.as_json) {

@@ -15,6 +15,7 @@ struct streams {
   std::ostream& out;  ///< data only
   std::ostream& err;  ///< everything else
   bool interactive;   ///< somebody sees `err` and can answer on `in`
+  int terminal = -1;  ///< descriptor of the terminal on which somebody types `in`, if there is one
 };
 
 /// One run of the program.

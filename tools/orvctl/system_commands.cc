@@ -56,6 +56,15 @@ constexpr column<code_info> code_columns[] = {
 
 void codes(session& run) { show_list(run, "codes", make_table(code_columns, all_codes()), ORV_OK); }
 
+struct processes_arguments {
+  std::string file;
+};
+
+void processes(session& run, const processes_arguments& given) {
+  check(procinfo_get(given.file.c_str()));
+  report(run, "Wrote the list of processes to " + given.file + ".", {{"file", given.file}});
+}
+
 }  // namespace
 
 void add_system_commands(CLI::App& program, session& run) {
@@ -66,6 +75,12 @@ void add_system_commands(CLI::App& program, session& run) {
   on_run(add_verb(system, run, "codes", "Show every result code, its meaning and what to do",
                   "orvctl system codes --json"),
          run, codes);
+
+  const auto given = std::make_shared<processes_arguments>();
+  CLI::App& listing = add_verb(system, run, "processes", "Write the list of processes to a file",
+                               "orvctl system processes /tmp/processes.txt");
+  add_word(listing, "FILE", given->file, "file, which is overwritten");
+  on_run(listing, run, given, processes);
 }
 
 }  // namespace orvctl

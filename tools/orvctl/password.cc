@@ -1,0 +1,64 @@
+#include "tools/orvctl/password.h"
+
+#include <orv/user.h>
+
+#include <istream>
+#include <ostream>
+
+#include "tools/orvctl/arguments.h"
+#include "tools/orvctl/errors.h"
+#include "tools/orvctl/hidden_typing.h"
+
+namespace orvctl {
+namespace {
+
+bool is_typed(const session& run) { return run.io.interactive || run.io.terminal >= 0; }
+
+problem refused(const std::string& meaning, const std::string& advice) {
+  problem result = usage_problem(meaning, advice);
+  result.status = exit_status::failed;
+  result.name = "password";
+  return result;
+}
+
+std::string read_line(const session& run) {
+  std::string line;
+  if (std::getline(run.io.in, line)) return line;
+  throw refused("no password was given", "type it, or write it to standard input as one line");
+}
+
+std::string ask(const session& run, const std::string& prompt) {
+  run.io.err << prompt << std::flush;
+  std::string line;
+  {
+    const hidden_typing hidden(run.io.terminal);
+    line = read_line(run);
+  }
+  run.io.err << '\n';
+  return line;
+}
+
+void must_be_usable(const std::string& password) {
+  if (password.empty()) throw refused("the password is empty", "give one");
+  if (password.find('\0') != std::string::npos) {
+    throw refused("the password holds a NUL character", "give one without it");
+  }
+  must_fit(password, sizeof(tag_user_info::password), "the password");
+}
+
+}  // namespace
+
+std::string read_password(const session& run, const std::string& prompt) {
+  return is_typed(run) ? ask(run, prompt) : read_line(run);
+}
+
+std::string read_new_password(const session& run, const std::string& user) {
+  const std::string password = read_password(run, "New password of " + user + ": ");
+  must_be_usable(password);
+  if (is_typed(run) && ask(run, "The same again: ") != password) {
+    throw refused("the passwords are not the same, and so nothing was changed", "try again");
+  }
+  return password;
+}
+
+}  // namespace orvctl

@@ -1,0 +1,65 @@
+#include "tools/orvctl/arguments.h"
+#include "tools/orvctl/commands.h"
+#include "tools/orvctl/confirm.h"
+#include "tools/orvctl/errors.h"
+#include "tools/orvctl/share_files.h"
+#include "tools/orvctl/share_in_use.h"
+#include "tools/orvctl/share_settings.h"
+
+namespace orvctl {
+namespace {
+
+struct modify_arguments {
+  std::string name;
+  share_settings settings;
+};
+
+struct delete_arguments {
+  std::string name;
+  std::string service;
+};
+
+void modify(session& run, const modify_arguments& given) {
+  must_set_something(given.settings);
+  share_in_use share(given.name);
+  must_suit_service(given.settings, share.service());
+  tag_share_config request = share.record();
+  apply(given.settings, request);
+  share.settle(share_mod(&request), request);
+  report(run, "Changed the share " + given.name + ".",
+         {{"share", given.name}, {"service", share.service()}});
+}
+
+void remove(session& run, const delete_arguments& given) {
+  must_be_answerable(run);
+  share_in_use share(given.name, given.service);
+  confirm(run, "This share is removed; the files in it stay.",
+          [&] { return share_row(share.record()); });
+  share.settle(share_del(given.name.c_str(), share.service().c_str()), share.record());
+  report(run, "Deleted the share " + given.name + ".",
+         {{"share", given.name}, {"service", share.service()}});
+}
+
+}  // namespace
+
+void add_share_change_commands(CLI::App& share, session& run) {
+  const auto changes = std::make_shared<modify_arguments>();
+  CLI::App& modifying = add_verb(share, run, "modify", "Change comment, users or rights of a share",
+                                 "orvctl share modify data --users ann,bob --read-only");
+  add_word(modifying, "NAME", changes->name, "name of the share");
+  add_settings(modifying, changes->settings);
+  on_run(modifying, run, changes, modify);
+
+  const auto doomed = std::make_shared<delete_arguments>();
+  CLI::App& removing = add_destroying_verb(share, run, "delete", "Remove a share; its files stay",
+                                           "orvctl share delete data");
+  add_word(removing, "NAME", doomed->name, "name of the share");
+  removing
+      .add_option("--service", doomed->service,
+                  "service of a share that is not in '/etc/sharefolder.conf'")
+      ->type_name("SERVICE")
+      ->check(service_word);
+  on_run(removing, run, doomed, remove);
+}
+
+}  // namespace orvctl

@@ -1,0 +1,80 @@
+#include "tools/orvctl/share_settings.h"
+
+#include <limits>
+#include <vector>
+
+#include "tools/orvctl/arguments.h"
+#include "tools/orvctl/errors.h"
+
+namespace orvctl {
+namespace {
+
+// Use is counted in units of 10 MiB.
+json used_mib(const tag_share_config& share) {
+  constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max() / 10;
+  return share.used > largest ? json() : json(share.used * 10);
+}
+
+constexpr column<tag_share_config> share_columns[] = {
+    {"NAME", "name", form::text, [](const tag_share_config& s) { return text_value(s.name); }},
+    {"SERVICE", "service", form::text,
+     [](const tag_share_config& s) { return text_value(s.service); }},
+    {"PATH", "path", form::text, [](const tag_share_config& s) { return text_value(s.path); }},
+    {"USERS", "users", form::text,
+     [](const tag_share_config& s) { return text_value(s.valid_users); }},
+    {"READ-ONLY", "read_only", form::text, right_of},
+    {"SIZE", "size_gib", form::gib, [](const tag_share_config& s) { return size_value(s.size); }},
+    {"USED", "used_mib", form::mib, used_mib},
+    {"COMMENT", "comment", form::text,
+     [](const tag_share_config& s) { return text_value(s.comment); }},
+};
+
+constexpr column<tag_share_config> asked_columns[] = {
+    {"NAME", nullptr, form::text, [](const tag_share_config& s) { return text_value(s.name); }},
+    {"SERVICE", nullptr, form::text,
+     [](const tag_share_config& s) { return text_value(s.service); }},
+    {"PATH", nullptr, form::text, [](const tag_share_config& s) { return text_value(s.path); }},
+    {"COMMENT", nullptr, form::text,
+     [](const tag_share_config& s) { return text_value(s.comment); }},
+};
+
+}  // namespace
+
+void add_settings(CLI::App& verb, share_settings& settings) {
+  verb.add_option("--comment", settings.comment, "comment that clients see")->type_name("TEXT");
+  verb.add_option("--users,--clients", settings.users,
+                  "users of the share, separated by commas; of an NFS share its clients")
+      ->type_name("LIST");
+  CLI::Option* read_only =
+      verb.add_flag("--read-only", settings.read_only, "clients may only read");
+  verb.add_flag("--read-write", settings.read_write, "clients may read and write")
+      ->excludes(read_only);
+}
+
+void apply(const share_settings& settings, tag_share_config& request) {
+  if (settings.comment) set_field(request.comment, *settings.comment, "the comment");
+  if (settings.users) set_field(request.valid_users, *settings.users, "the list of users");
+  if (settings.sets_right()) request.writable = settings.read_only ? 0 : 1;
+}
+
+void must_set_something(const share_settings& settings) {
+  if (!settings.empty()) return;
+  throw usage_problem("nothing to change was given",
+                      "give --comment, --users, --read-only or --read-write");
+}
+
+void must_suit_service(const share_settings& settings, const std::string& service) {
+  if (service != "ftp" || (!settings.users && !settings.sets_right())) return;
+  throw usage_problem("an FTP share has no users and rights of its own",
+                      "configure the FTP users in '/etc/vsftpd'");
+}
+
+table share_table(const share_list& shares) { return make_table(share_columns, shares); }
+
+table share_row(const tag_share_config& share) {
+  return make_table(asked_columns, std::vector<tag_share_config>{share});
+}
+
+json right_of(const tag_share_config& share) { return share.writable == 0; }
+
+}  // namespace orvctl

@@ -1,0 +1,45 @@
+#ifndef ORVCTL_SHARE_SETTINGS_H
+#define ORVCTL_SHARE_SETTINGS_H
+
+#include <CLI/CLI.hpp>
+#include <optional>
+#include <string>
+
+#include "tools/orvctl/records.h"
+#include "tools/orvctl/table.h"
+
+namespace orvctl {
+
+/// What a command line says of a share's settings.
+struct share_settings {
+  std::optional<std::string> comment;
+  std::optional<std::string> users;
+  bool read_only = false;
+  bool read_write = false;
+
+  bool sets_right() const { return read_only || read_write; }
+  bool empty() const { return !comment && !users && !sets_right(); }
+};
+
+void add_settings(CLI::App& verb, share_settings& settings);
+
+/// What is not set stays as it is.
+void apply(const share_settings& settings, tag_share_config& request);
+
+/// Ends a command that would change nothing.
+void must_set_something(const share_settings& settings);
+/// Ends a command that sets what an FTP share does not have: its users have configurations of their
+/// own.
+void must_suit_service(const share_settings& settings, const std::string& service);
+
+/// Shares as a table.
+table share_table(const share_list& shares);
+/// One share, which a question is about.
+table share_row(const tag_share_config& share);
+
+/// The columns' value of a share's right: true when it is read-only.
+json right_of(const tag_share_config& share);
+
+}  // namespace orvctl
+
+#endif

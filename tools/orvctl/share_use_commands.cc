@@ -1,0 +1,136 @@
+#include "tools/orvctl/arguments.h"
+#include "tools/orvctl/commands.h"
+#include "tools/orvctl/confirm.h"
+#include "tools/orvctl/errors.h"
+#include "tools/orvctl/share_files.h"
+#include "tools/orvctl/share_in_use.h"
+#include "tools/orvctl/share_settings.h"
+
+namespace orvctl {
+namespace {
+
+struct name_arguments {
+  std::string name;
+};
+
+struct enable_arguments {
+  std::string name;
+  std::string service;
+  share_settings settings;
+};
+
+int take_out_of_use(session& run, tag_share_config& request) {
+  if (request.service != std::string("ftp")) return share_set_use(&request);
+  confirm(run, "The directory of this share is unmounted, and its mount point is removed.",
+          [&] { return share_row(request); });
+  return ftp_set_use(&request);
+}
+
+void disable(session& run, const name_arguments& given) {
+  const share_in_use share(given.name);
+  if (share.service() == "iscsi") {
+    throw usage_problem("nothing keeps the settings of an iSCSI volume that is out of use",
+                        "delete the share, and add it again when it is needed");
+  }
+  tag_share_config request = share.record();
+  share.settle(take_out_of_use(run, request), share.record());
+  report(run, "The share " + given.name + " is out of use.",
+         {{"share", given.name}, {"service", share.service()}});
+}
+
+tag_share_config share_out_of_use(const std::string& name) {
+  share_list listed;
+  read_listed(listed);
+  const tag_share_config* found = find_share(listed, name);
+  if (found == nullptr) throw library_problem(ORV_E_NO_SHARE, name);
+  if (*found->service == '\0') return *found;
+  problem in_use = library_problem(ORV_E_SHARE_EXISTS, name + " is in use");
+  in_use.advice = "take it out of use first, with 'orvctl share disable'";
+  throw in_use;
+}
+
+// The settings that the recycle file of this service keeps, if it has the share.
+bool take_parked_settings(tag_share_config& request) {
+  share_list parked;
+  read_parked(parked);
+  for (const tag_share_config& share : parked) {
+    if (std::string(share.name) != request.name || std::string(share.service) != request.service) {
+      continue;
+    }
+    liborv_strncpy(request.valid_users, sizeof request.valid_users, share.valid_users);
+    request.writable = share.writable;
+    return true;
+  }
+  return false;
+}
+
+// The service's file does not have a share that is out of use: the library adds it and says so.
+void check_added(int result) {
+  if (result != ORV_E_NO_SHARE) check(result);
+}
+
+void enable(session& run, const enable_arguments& given) {
+  must_suit_service(given.settings, given.service);
+  if (given.service == "nfs" && !given.settings.sets_right()) {
+    throw usage_problem("a share of NFS does not keep its right while it is out of use",
+                        "give --read-only or --read-write");
+  }
+  tag_share_config request = share_out_of_use(given.name);
+  set_field(request.service, given.service, "the service");
+  const bool parked = take_parked_settings(request);
+  apply(given.settings, request);
+  share_list before;
+  read_service(before, given.service);
+  check_added(share_mod(&request));
+  if (given.service == "nfs") keep_read_only(before, request);
+  if (parked) check_added(share_recy_del(given.name.c_str()));
+  report(run, "The share " + given.name + " is in use (" + given.service + ").",
+         {{"share", given.name}, {"service", given.service}});
+}
+
+void forget(session& run, const name_arguments& given) {
+  must_be_answerable(run);
+  const tag_share_config share = share_out_of_use(given.name);
+  confirm(run, "This share and the settings kept of it are removed; the files in it stay.",
+          [&] { return share_row(share); });
+  // No share is in both recycle files, and so one always misses it.
+  const int result = forbid_share_del(given.name.c_str());
+  if (result != ORV_E_NO_SHARE) check(result);
+  report(run, "The share " + given.name + " is forgotten.", {{"share", given.name}});
+}
+
+void add_enable_command(CLI::App& share, session& run) {
+  const auto given = std::make_shared<enable_arguments>();
+  CLI::App& verb =
+      add_verb(share, run, "enable", "Take a share into use again, with the settings kept of it",
+               "orvctl share enable data --service samba");
+  add_word(verb, "NAME", given->name, "name of the share");
+  verb.add_option("--service", given->service, "samba, nfs, ftp or iscsi")
+      ->required()
+      ->type_name("SERVICE")
+      ->check(service_word);
+  add_settings(verb, given->settings);
+  on_run(verb, run, given, enable);
+}
+
+}  // namespace
+
+void add_share_use_commands(CLI::App& share, session& run) {
+  const auto parked = std::make_shared<name_arguments>();
+  CLI::App& disabling =
+      add_destroying_verb(share, run, "disable", "Take a share out of use and keep its settings",
+                          "orvctl share disable data");
+  add_word(disabling, "NAME", parked->name, "name of the share");
+  on_run(disabling, run, parked, disable);
+
+  add_enable_command(share, run);
+
+  const auto forgotten = std::make_shared<name_arguments>();
+  CLI::App& forgetting = add_destroying_verb(
+      share, run, "forget", "Remove a share that is out of use, and the settings kept of it",
+      "orvctl share forget data");
+  add_word(forgetting, "NAME", forgotten->name, "name of the share");
+  on_run(forgetting, run, forgotten, forget);
+}
+
+}  // namespace orvctl

@@ -1,0 +1,127 @@
+#include "tools/orvctl/accounts.h"
+#include "tools/orvctl/arguments.h"
+#include "tools/orvctl/commands.h"
+#include "tools/orvctl/confirm.h"
+#include "tools/orvctl/errors.h"
+#include "tools/orvctl/password.h"
+#include "tools/orvctl/quiet_output.h"
+#include "tools/orvctl/records.h"
+
+namespace orvctl {
+namespace {
+
+struct user_arguments {
+  std::string name;
+  std::string new_name;
+};
+
+constexpr column<tag_user_info> user_columns[] = {
+    {"NAME", "name", form::text, [](const tag_user_info& user) { return text_value(user.name); }},
+    {"TYPE", "type", form::text, [](const tag_user_info& user) { return text_value(user.type); }},
+};
+
+void list(session& run) {
+  user_list users;
+  const int result = sys_user_get(users.get());
+  show_list(run, "users", make_table(user_columns, users), result);
+}
+
+tag_user_info request_of(const std::string& name, const std::string& password) {
+  tag_user_info request{};
+  set_field(request.name, name, "the name of the user");
+  set_field(request.password, password, "the password");
+  return request;
+}
+
+void add(session& run, const user_arguments& given) {
+  must_fit(given.name, sizeof(tag_user_info::name), "the name of the user");
+  must_be_free(given.name);
+  const tag_user_info request = request_of(given.name, read_new_password(run, given.name));
+  {
+    const quiet_output quiet;
+    check(sys_user_add(request));
+  }
+  report(run, "Added the user " + given.name + ".", {{"user", given.name}});
+}
+
+// The library deletes the old user before it finds out that the new one cannot be added.
+void modify(session& run, const user_arguments& given) {
+  const std::string name = given.new_name.empty() ? given.name : given.new_name;
+  must_fit(name, sizeof(tag_user_info::name), "the name of the user");
+  must_be_user(given.name);
+  if (name != given.name) must_be_free(name);
+  const tag_user_info request = request_of(name, read_new_password(run, name));
+  {
+    const quiet_output quiet;
+    check(sys_user_modify(given.name.c_str(), request));
+  }
+  report(run, "Changed the user " + name + ".", {{"user", name}});
+}
+
+void remove(session& run, const user_arguments& given) {
+  must_be_answerable(run);
+  must_be_removable(given.name);
+  confirm(run, "This user is removed, with its account and passwords; its files stay.", [&] {
+    table doomed({{"USER", nullptr, form::text}});
+    doomed.add({given.name});
+    return doomed;
+  });
+  {
+    const quiet_output quiet;
+    check(sys_user_delete(given.name.c_str()));
+  }
+  report(run, "Deleted the user " + given.name + ".", {{"user", given.name}});
+}
+
+int check_password(const std::string& name, const std::string& password) {
+  const quiet_output quiet;
+  return sys_user_validpwd(name.c_str(), password.c_str());
+}
+
+void verify(session& run, const user_arguments& given) {
+  const std::string password = read_password(run, "Password of " + given.name + ": ");
+  const int result = check_password(given.name, password);
+  if (result != ORV_E_PASSWORD) check(result);
+  const bool right = result == ORV_OK;
+  answer(run, right,
+         right ? "This is the password of " + given.name + "."
+               : "This is not the password of " + given.name + ".",
+         {{"user", given.name}, {"password_matches", right}});
+}
+
+CLI::App& add_user_verb(CLI::App& verb, session& run, const std::shared_ptr<user_arguments>& given,
+                        void (*action)(session&, const user_arguments&)) {
+  add_word(verb, "NAME", given->name, "login name");
+  on_run(verb, run, given, action);
+  return verb;
+}
+
+}  // namespace
+
+void add_user_commands(CLI::App& program, session& run) {
+  CLI::App& user = add_noun(program, "user",
+                            "Users of the shares. Passwords are asked for at a terminal; elsewhere "
+                            "they are a line of standard input",
+                            "orvctl user add ann");
+  on_run(add_verb(user, run, "list", "Show the users", "orvctl user list"), run, list);
+  add_user_verb(add_verb(user, run, "add", "Add a user; asks for the password",
+                         "orvctl user add ann < password.txt"),
+                run, std::make_shared<user_arguments>(), add);
+
+  const auto changes = std::make_shared<user_arguments>();
+  add_user_verb(add_verb(user, run, "modify", "Change a user's password, and its name if asked to",
+                         "orvctl user modify ann --name anna"),
+                run, changes, modify)
+      .add_option("--name", changes->new_name, "new login name")
+      ->type_name("NAME");
+
+  add_user_verb(add_destroying_verb(user, run, "delete", "Remove a user; its files stay",
+                                    "orvctl user delete ann"),
+                run, std::make_shared<user_arguments>(), remove);
+  add_user_verb(
+      add_verb(user, run, "check", "Say whether a password is the user's (exit status 0 or 3)",
+               "orvctl user check ann"),
+      run, std::make_shared<user_arguments>(), verify);
+}
+
+}  // namespace orvctl
