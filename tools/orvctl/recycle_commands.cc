@@ -84,7 +84,10 @@ void modify(session& run, const modify_arguments& given) {
     must_suit_service(given.settings, share.service);
     take_listed_comment(share);
     apply(given.settings, share);
-    check(share_recy_mod(&share));
+    check(with_patience([&] {
+      tag_share_config request = share;
+      return share_recy_mod(&request);
+    }));
   }
   report(run, "Changed what is kept of the share " + given.name + ".", {{"share", given.name}});
 }
@@ -95,7 +98,7 @@ void remove(session& run, const delete_arguments& given) {
   confirm(run, "The settings kept of this share are removed; the share stays out of use.",
           [&] { return make_table(recycle_columns, doomed); });
   // Of the two recycle files one misses the share.
-  const int result = share_recy_del(given.name.c_str());
+  const int result = with_patience([&] { return share_recy_del(given.name.c_str()); });
   if (result != ORV_E_NO_SHARE) check(result);
   report(run, "Nothing is kept of the share " + given.name + " any more.", {{"share", given.name}});
 }

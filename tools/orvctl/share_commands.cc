@@ -61,7 +61,6 @@ std::string names_of(const std::vector<std::string>& shares) {
   return names;
 }
 
-// The library has changed the service's file also when another process was first to add the share.
 std::vector<std::string> repair_others(const tag_share_config& added, const share_list& before) {
   try {
     std::vector<std::string> restored = give_user_lists_back(added.service, before);
@@ -76,14 +75,36 @@ std::vector<std::string> repair_others(const tag_share_config& added, const shar
   }
 }
 
+// When the service's file is locked, the share is in "/etc/sharefolder.conf" already: adding it
+// once more would only say so and forget its users, and so it is modified.
+int add_with_patience(tag_share_config& request) {
+  bool listed = false;
+  const int result = with_patience([&] {
+    if (listed) return share_mod(&request);
+    const int added = share_add(&request);
+    listed = added == ORV_E_SERVICE_LOCKED;
+    return added;
+  });
+  return listed && result == ORV_E_NO_SHARE ? static_cast<int>(ORV_OK) : result;
+}
+
+// Of a share that another process was first to add the library has changed the service's file.
+void check_added(int result, const add_arguments& given) {
+  if (result == ORV_E_SERVICE_LOCKED) {
+    throw library_problem(result, given.name + " is listed, but " + given.service +
+                                      " does not know it yet; 'orvctl share modify' adds it there");
+  }
+  if (result != ORV_E_SHARE_EXISTS) check(result);
+}
+
 void add(session& run, const add_arguments& given) {
   must_make_sense(given);
   tag_share_config request = request_of(given);
   must_be_new(given.name);
   share_list before;
   read_service(before, given.service);
-  const int result = share_add(&request);
-  if (result != ORV_E_SHARE_EXISTS) check(result);
+  const int result = add_with_patience(request);
+  check_added(result, given);
   const std::vector<std::string> restored = repair_others(request, before);
   check(result);
   std::string sentence = "Added the share " + given.name + " (" + given.service + ").";

@@ -14,11 +14,6 @@ problem out_of_use(const std::string& name) {
   return result;
 }
 
-// FTP shares have no file that could miss them.
-bool is_done(int result, const std::string& service) {
-  return result == ORV_OK || (result == ORV_E_NO_SHARE && service == "ftp");
-}
-
 }  // namespace
 
 share_in_use::share_in_use(const std::string& name, const std::string& service) {
@@ -48,11 +43,10 @@ void share_in_use::take_service_settings() {
 void share_in_use::settle(int result, const tag_share_config& changed) const {
   const bool changed_files = result == ORV_OK || result == ORV_E_NO_SHARE;
   if (changed_files && service() == "nfs") keep_read_only(before_, changed);
-  if (is_done(result, service())) return;
-  throw library_problem(result,
-                        result == ORV_E_NO_SHARE
-                            ? "one of the share's two files did not have it; the other was changed"
-                            : "");
+  if (result == ORV_E_NO_SHARE) {
+    throw library_problem(result, "one of its two files did not have it; the other was changed");
+  }
+  check(result);
 }
 
 }  // namespace orvctl

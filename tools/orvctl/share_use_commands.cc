@@ -19,10 +19,23 @@ struct enable_arguments {
   share_settings settings;
 };
 
-int take_out_of_use(session& run, tag_share_config& request) {
-  if (request.service != std::string("ftp")) return share_set_use(&request);
+// An attempt that meets a lock may have done a part of the work, which the next one then misses.
+int park(const tag_share_config& share) {
+  bool begun = false;
+  const int result = with_patience([&] {
+    tag_share_config request = share;
+    const int parked = share_set_use(&request);
+    begun = begun || parked == ORV_E_SERVICE_LOCKED;
+    return parked;
+  });
+  return begun && result == ORV_E_NO_SHARE ? static_cast<int>(ORV_OK) : result;
+}
+
+int take_out_of_use(session& run, const tag_share_config& share) {
+  if (share.service != std::string("ftp")) return park(share);
   confirm(run, "The directory of this share is unmounted, and its mount point is removed.",
-          [&] { return share_row(request); });
+          [&] { return share_row(share); });
+  tag_share_config request = share;
   return ftp_set_use(&request);
 }
 
@@ -32,8 +45,7 @@ void disable(session& run, const name_arguments& given) {
     throw usage_problem("nothing keeps the settings of an iSCSI volume that is out of use",
                         "delete the share, and add it again when it is needed");
   }
-  tag_share_config request = share.record();
-  share.settle(take_out_of_use(run, request), share.record());
+  share.settle(take_out_of_use(run, share.record()), share.record());
   report(run, "The share " + given.name + " is out of use.",
          {{"share", given.name}, {"service", share.service()}});
 }
@@ -81,9 +93,9 @@ void enable(session& run, const enable_arguments& given) {
   apply(given.settings, request);
   share_list before;
   read_service(before, given.service);
-  check_added(share_mod(&request));
+  check_added(with_patience([&] { return share_mod(&request); }));
   if (given.service == "nfs") keep_read_only(before, request);
-  if (parked) check_added(share_recy_del(given.name.c_str()));
+  if (parked) check_added(with_patience([&] { return share_recy_del(given.name.c_str()); }));
   report(run, "The share " + given.name + " is in use (" + given.service + ").",
          {{"share", given.name}, {"service", given.service}});
 }
@@ -94,7 +106,7 @@ void forget(session& run, const name_arguments& given) {
   confirm(run, "This share and the settings kept of it are removed; the files in it stay.",
           [&] { return share_row(share); });
   // No share is in both recycle files, and so one always misses it.
-  const int result = forbid_share_del(given.name.c_str());
+  const int result = with_patience([&] { return forbid_share_del(given.name.c_str()); });
   if (result != ORV_E_NO_SHARE) check(result);
   report(run, "The share " + given.name + " is forgotten.", {{"share", given.name}});
 }

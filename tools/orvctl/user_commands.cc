@@ -99,12 +99,9 @@ CLI::App& add_user_verb(CLI::App& verb, session& run, const std::shared_ptr<user
 }  // namespace
 
 void add_user_commands(CLI::App& program, session& run) {
-  CLI::App& user = add_noun(program, "user",
-                            "Users of the shares. Passwords are asked for at a terminal; elsewhere "
-                            "they are a line of standard input",
-                            "orvctl user add ann");
+  CLI::App& user = add_noun(program, "user", "Users of the shares", "orvctl user add ann");
   on_run(add_verb(user, run, "list", "Show the users", "orvctl user list"), run, list);
-  add_user_verb(add_verb(user, run, "add", "Add a user; asks for the password",
+  add_user_verb(add_verb(user, run, "add", "Add a user; asks for its password, or reads a line",
                          "orvctl user add ann < password.txt"),
                 run, std::make_shared<user_arguments>(), add);
 
