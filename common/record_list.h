@@ -132,8 +132,7 @@ int list_fini(List* list) {
     std::puts("Can't destory NULL list");
     return -1;
   }
-  list_node* const anchor = node_of<List>(list);
-  while (anchor->next != anchor) release<List>(anchor->next);
+  remove_if(list, [](const auto&) { return true; });
   return 0;
 }
 
