@@ -27,8 +27,6 @@ std::size_t place_in(std::span<const std::string_view> keys, std::string_view ke
   return static_cast<std::size_t>(std::ranges::find(keys, key) - keys.begin());
 }
 
-bool is_comment(std::string_view line) { return line.starts_with('#') || line.starts_with(';'); }
-
 }  // namespace
 
 ini_section::value_type ini_section::value(std::string_view key) const {
@@ -46,7 +44,7 @@ ini_index::ini_index(const char* path, std::span<const std::string_view> keys)
     const std::string_view text = trimmed(line);
     if (text.starts_with('[')) {
       add_section(section_name(text));
-    } else if (is_taking_ && !is_comment(text)) {
+    } else if (is_taking_) {
       add_setting(text);
     }
   }
