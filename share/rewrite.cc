@@ -47,7 +47,9 @@ int rewrite_from(int file, off_t start, const std::string& text, const char* com
   if (lseek(file, start, SEEK_SET) < 0 || ftruncate(file, start) != 0 || !write_all(file, text)) {
     return ORV_E_SHARE_WRITE;
   }
+  const int reason = errno;  // a change that goes on after a failure tells its reason at its end
   conf_save(committed);
+  errno = reason;
   return ORV_OK;
 }
 

@@ -26,8 +26,10 @@ int locked_files::lock(const char* path) {
 }
 
 int share_file::open(int not_locked) {
-  errno = EINVAL;
-  if (row_ == nullptr) return not_locked;
+  if (row_ == nullptr || row_->path == nullptr) {
+    errno = EINVAL;
+    return not_locked;
+  }
   file_ = locks_.lock(row_->path);
   if (file_ < 0) return not_locked;
   return row_->read(file_, shares_.get()) == ORV_OK ? ORV_OK : ORV_E_SHARES_READ;

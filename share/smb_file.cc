@@ -126,7 +126,7 @@ int put_share_to_smb(int fd, tag_shareconf_list* list) {
   const auto kept = find_kept_part(fd);
   if (!kept) return ORV_E_SHARE_READ;
   std::string text = orv::text_of_shares(list, append_live_share);
-  if (!text.empty() && !kept->ends_a_line) text.insert(0, "\n");
+  if (!text.empty() && !kept->ends_a_line) text.insert(text.begin(), '\n');
   return orv::rewrite_from(fd, kept->size, text, orv::smb_path);
 }
 

@@ -273,7 +273,8 @@ ORV_API int get_sizeinfo_from_df(uint64_t* total, uint64_t* used, const char* pa
 ///
 /// A share that the service's file lists already gets path, users and comment of
 /// "/etc/sharefolder.conf". That file holds no users: the user lists of the service's other shares
-/// come out empty, and whoever needs them gives them back with `share_mod`.
+/// come out empty, and whoever needs them gives them back with `share_mod`. In the exports a share
+/// is known by the last part of its path: one of another name is appended there again.
 /// @param share  all fields; `service` names the service
 /// @return ORV_OK; ORV_E_SHARE_EXISTS, and the service's file is brought in line all the same (for
 ///         FTP the result is ORV_OK)

@@ -1,0 +1,120 @@
+#include <sys/stat.h>
+
+#include "tests/share/share_machine.h"
+
+using file_lock = share_test;
+using testing::ElementsAre;
+
+/// What another process is told about a lock on a whole file: the holder.
+static pid_t holder_seen_by_another(const std::string& path) {
+  int answer[2];
+  EXPECT_EQ(pipe(answer), 0);
+  const other_process asks([&] {
+    const pid_t holder = lock_test(open(path.c_str(), O_RDWR), F_WRLCK, 0, SEEK_SET, 0);
+    (void)!write(answer[1], &holder, sizeof holder);
+  });
+  pid_t holder = -2;
+  EXPECT_EQ(read(answer[0], &holder, sizeof holder), static_cast<ssize_t>(sizeof holder));
+  close(answer[0]);
+  close(answer[1]);
+  return holder;
+}
+
+TEST_F(file_lock, opens_and_locks_until_it_is_released) {
+  machine.file("/etc/exports", "text");
+  const int file = lock_sharefile("/etc/exports");
+  ASSERT_GE(file, 0);
+  EXPECT_NE(fcntl(file, F_GETFD) & FD_CLOEXEC, 0);
+  EXPECT_EQ(holder_seen_by_another("/etc/exports"), getpid());
+  EXPECT_EQ(unlock_file(file), 0);
+  EXPECT_EQ(holder_seen_by_another("/etc/exports"), 0);
+  EXPECT_EQ(close(file), 0);
+  EXPECT_EQ(machine.read("/etc/exports"), "text");
+}
+
+TEST_F(file_lock, makes_a_missing_file_for_its_owner_only) {
+  const mode_t mask = umask(0);
+  const int file = lock_sharefile("/etc/exports");
+  umask(mask);
+  EXPECT_GE(file, 0);
+  EXPECT_EQ(machine.read("/etc/exports"), "");
+  EXPECT_EQ(machine.mode("/etc/exports"), 0700U);
+  close(file);
+}
+
+TEST_F(file_lock, does_not_wait_for_another_process) {
+  for (const int type : {F_RDLCK, F_WRLCK}) {
+    const foreign_lock lock("/etc/exports", type);
+    EXPECT_EQ(lock_sharefile("/etc/exports"), -2062);
+    expect_nothing_held();
+  }
+  const int file = lock_sharefile("/etc/exports");
+  EXPECT_GE(file, 0);
+  close(file);
+}
+
+TEST_F(file_lock, of_this_process_excludes_nobody_in_it) {
+  const int first = lock_sharefile("/etc/exports");
+  const int second = lock_sharefile("/etc/exports");
+  EXPECT_GE(first, 0);
+  EXPECT_GE(second, 0);
+  close(first);
+  close(second);
+}
+
+TEST_F(file_lock, needs_a_file_that_can_be_opened) {
+  EXPECT_EQ(lock_sharefile(nullptr), -1);
+  EXPECT_EQ(lock_sharefile("/none/exports"), -10);
+  machine.directory("/etc/exports");
+  EXPECT_EQ(lock_sharefile("/etc/exports"), -10);
+}
+
+TEST_F(file_lock, of_a_mode_locks_the_file_of_its_row) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"samba", smb_path}, {"CIFS", smb_path}, {"NFS", exports_path}, {"iscsi", ietd_path}};
+  for (const auto& [mode, path] : rows) {
+    int file = -5;
+    EXPECT_GE(lock_modefile(file, mode), 0) << mode;
+    EXPECT_THAT(machine.open_descriptors(), ElementsAre(std::to_string(file) + ' ' + path));
+    close(file);
+  }
+}
+
+TEST_F(file_lock, of_a_mode_locks_its_recycle_file) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"Samba", smb_recy_path}, {"cifs", smb_recy_path}, {"nfs", exports_recy_path}};
+  for (const auto& [mode, path] : rows) {
+    int file = -5;
+    EXPECT_GE(lock_mode_recyfile(file, mode), 0) << mode;
+    EXPECT_THAT(machine.open_descriptors(), ElementsAre(std::to_string(file) + ' ' + path));
+    close(file);
+  }
+}
+
+TEST_F(file_lock, of_a_mode_without_a_file_or_row_fails) {
+  int file = -5;
+  EXPECT_EQ(lock_modefile(file, "none"), -2068);
+  EXPECT_EQ(lock_modefile(file, nullptr), -2068);
+  EXPECT_EQ(lock_mode_recyfile(file, "ftp"), -2068);
+  EXPECT_EQ(lock_mode_recyfile(file, "iscsi"), -2068);
+  EXPECT_EQ(file, -5);
+  EXPECT_EQ(lock_modefile(file, "ftp"), -1);
+  EXPECT_EQ(file, -1);
+  const foreign_lock lock(smb_path);
+  EXPECT_EQ(lock_modefile(file, "samba"), -2062);
+  EXPECT_EQ(file, -2062);
+}
+
+TEST_F(file_lock, test_tells_the_holder_of_a_range) {
+  const other_process holder([] {
+    lock_reg(open("/etc/ranges", O_RDWR | O_CREAT, 0644), F_SETLK, F_RDLCK, 10, SEEK_SET, 5);
+  });
+  const open_file file("/etc/ranges");
+  EXPECT_EQ(lock_test(file.number(), F_WRLCK, 0, SEEK_SET, 10), 0);
+  EXPECT_EQ(lock_test(file.number(), F_WRLCK, 0, SEEK_SET, 11), holder.id());
+  EXPECT_EQ(lock_test(file.number(), F_RDLCK, 0, SEEK_SET, 0), 0);
+  EXPECT_EQ(lock_test(-1, F_RDLCK, 0, SEEK_SET, 0), -1);
+  EXPECT_EQ(lock_reg(file.number(), F_SETLK, F_WRLCK, 0, SEEK_SET, 0), -1);
+  EXPECT_EQ(lock_reg(file.number(), F_SETLK, F_WRLCK, 15, SEEK_SET, 0), 0);
+  EXPECT_EQ(unlock_file(-1), -1);
+}

@@ -1,0 +1,132 @@
+#include "tests/share/share_machine.h"
+
+/// Values that would change the shape of a file.
+class odd_values : public share_test {
+ protected:
+  static const sandbox::lines& values() {
+    static const sandbox::lines all = {"a\nb",
+                                       "a\r\n[b]\npath = /etc",
+                                       "x]\n[y",
+                                       "[x",
+                                       "x]",
+                                       "a=b",
+                                       "a = b = c",
+                                       "#a",
+                                       "a#b",
+                                       ";a",
+                                       "a|b",
+                                       "a:b",
+                                       "a(b",
+                                       "a)(b",
+                                       "'a'",
+                                       "\"a b\"",
+                                       " a ",
+                                       "\ta\t",
+                                       "a\\",
+                                       "a\\ \\",
+                                       "a\x1a"
+                                       "b",
+                                       "a\f[b]",
+                                       "\xc3\xa4\xe2\x82\xac",
+                                       "$(reboot)",
+                                       "-a",
+                                       "a,b c",
+                                       "global",
+                                       std::string(300, 'x'),
+                                       std::string(300, '=')};
+    return all;
+  }
+  /// Files of a service in which the share "first" stands.
+  void begin(const std::string& service) {
+    for (const char* path : {shares_path, exports_path, ietd_path}) machine.file(path, "");
+    smb(global);
+    tag_share_config first = a_share("first", service);
+    EXPECT_EQ(share_add(&first), ORV_OK);
+  }
+  /// The share lists hold "first" and one more.
+  void expect_two(const std::string& service) {
+    EXPECT_EQ(names_in(shares_path, get_share_from_conf).size(), 2U);
+    const std::pair<std::string, std::pair<const char*, share_reader>> files[] = {
+        {"samba", {smb_path, get_share_from_smb}},
+        {"nfs", {exports_path, get_share_from_nfs}},
+        {"iscsi", {ietd_path, get_share_from_ietd}}};
+    for (const auto& [word, file] : files) {
+      if (word != service) continue;
+      EXPECT_EQ(names_in(file.first, file.second).size(), 2U);
+    }
+  }
+};
+
+TEST_F(odd_values, of_comments_and_users_add_no_share) {
+  for (const std::string service : {"samba", "nfs", "iscsi"}) {
+    for (const std::string& value : values()) {
+      SCOPED_TRACE(service + ": " + value);
+      begin(service);
+      tag_share_config share = a_share("a", service);
+      set_field(share.comment, value);
+      if (service != "iscsi" || value.size() < 200) set_field(share.valid_users, value);
+      EXPECT_EQ(share_add(&share), ORV_OK);
+      expect_two(service);
+      EXPECT_EQ(share_mod(&share), ORV_OK);
+      expect_two(service);
+      EXPECT_EQ(share_del("a", service.c_str()), ORV_OK);
+    }
+  }
+}
+
+TEST_F(odd_values, of_paths_add_no_share) {
+  for (const std::string service : {"samba", "nfs", "iscsi"}) {
+    for (const std::string& value : values()) {
+      SCOPED_TRACE(service + ": " + value);
+      begin(service);
+      tag_share_config share = a_share("a", service);
+      set_field(share.path, "/mnt/" + value);
+      EXPECT_EQ(share_add(&share), ORV_OK);
+      expect_two(service);
+    }
+  }
+}
+
+TEST_F(odd_values, of_names_mean_the_same_share_to_every_operation) {
+  for (const std::string service : {"samba", "nfs", "iscsi", "ftp"}) {
+    for (const std::string& value : values()) {
+      const bool is_nothing = value.find_first_not_of('=') == std::string::npos;
+      if (is_nothing || (service == "samba" && value == "global")) continue;
+      SCOPED_TRACE(service + ": " + value);
+      begin(service);
+      tag_share_config share = a_share(value, service);
+      set_field(share.path, "/mnt/" + std::string(share.name));
+      EXPECT_EQ(share_add(&share), ORV_OK);
+      expect_two(service);
+      if (service == "nfs") continue;  // an export's name is the last part of its path
+      EXPECT_EQ(share_add(&share), service == "ftp" ? ORV_OK : ORV_E_SHARE_EXISTS);
+      expect_two(service);
+      EXPECT_EQ(share_mod(&share), service == "ftp" ? ORV_E_NO_SHARE : ORV_OK);
+      expect_two(service);
+      EXPECT_EQ(share_del(share.name, service.c_str()), ORV_OK);
+      EXPECT_EQ(names_in(shares_path, get_share_from_conf), sandbox::lines{"first"});
+    }
+  }
+}
+
+TEST_F(odd_values, are_written_with_blanks_where_a_file_cannot_hold_them) {
+  tag_share_config share = a_share("a]\nb=c", "samba");
+  set_field(share.comment, "1\n2=3\t[4]\\");
+  set_field(share.path, "/mnt/\x7f=");
+  EXPECT_EQ(share_add(&share), ORV_OK);
+  EXPECT_EQ(shares(),
+            "[a  b c]\n    sharename = a  b c\n    path = /mnt/  \n    size = 7\n    samba = 1\n"
+            "    nfs = 0\n    ftp = 0\n    iscsi = 0\n    comment = 1 2 3\t[4] \n");
+}
+
+TEST_F(odd_values, of_user_lists_end_at_a_whole_user) {
+  std::string users = "user00";
+  for (int i = 1; users.size() < 248; ++i) users += ",user" + std::to_string(10 + i);
+  tag_share_config share = a_share("a");
+  set_field(share.valid_users, users);
+  EXPECT_EQ(share_add(&share), ORV_OK);
+  const std::string text = smb();
+  const std::string written = text.substr(text.find("valid users = ") + 14);
+  EXPECT_LE(written.size(), 239U);
+  EXPECT_EQ(users.substr(0, written.size()), written.substr(0, written.size() - 1) + ',');
+}

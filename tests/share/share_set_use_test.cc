@@ -1,0 +1,122 @@
+#include "tests/share/share_machine.h"
+
+class share_parking : public share_test {
+ protected:
+  int park(const std::string& name, const std::string& service = "samba") {
+    tag_share_config share = a_share(name, service);
+    const int result = share_set_use(&share);
+    EXPECT_STREQ(share.service, "");
+    return result;
+  }
+  ~share_parking() override { expect_nothing_held(); }
+};
+
+TEST_F(share_parking, moves_a_samba_share_to_the_recycle_file) {
+  shares(listed("a") + listed("b"));
+  smb(global + offered("a") + offered("b"));
+  machine.file(smb_recy_path, parked("z"));
+  EXPECT_EQ(park("a", "Samba"), ORV_OK);
+  EXPECT_EQ(shares(), listed("a", "") + listed("b"));
+  EXPECT_EQ(smb(), global + offered("b"));
+  EXPECT_EQ(machine.read(smb_recy_path), parked("z") + parked("a"));
+  for (const char* path : {shares_path, smb_path, smb_recy_path}) {
+    EXPECT_TRUE(is_committed(path)) << path;
+  }
+  EXPECT_EQ(machine.log(), "");
+}
+
+TEST_F(share_parking, moves_an_nfs_share_to_the_recycle_file) {
+  shares(listed("a", "nfs"));
+  exports(exported("a"));
+  EXPECT_EQ(park("a", "nfs"), ORV_OK);
+  EXPECT_EQ(shares(), listed("a", ""));
+  EXPECT_EQ(exports(), "");
+  EXPECT_EQ(machine.read(exports_recy_path), exported("a"));
+}
+
+TEST_F(share_parking, of_a_service_without_recycle_file_changes_the_live_files) {
+  shares(listed("a", "ftp") + listed("v", "iscsi"));
+  machine.file(ietd_path, "Target x:v.1\n");
+  EXPECT_EQ(park("a", "ftp"), -2061);
+  EXPECT_EQ(park("v", "iscsi"), -2061);
+  EXPECT_EQ(shares(), listed("a", "") + listed("v", ""));
+  EXPECT_EQ(machine.read(ietd_path), "");
+  EXPECT_EQ(park("v", "none"), -2061);
+}
+
+TEST_F(share_parking, tells_when_a_file_did_not_have_the_share) {
+  smb(global + offered("a"));
+  EXPECT_EQ(park("a"), -2067);
+  EXPECT_EQ(shares(),
+            "[a]\n    sharename = a\n    path = /mnt/a\n    size = 0\n    samba = 0\n"
+            "    nfs = 0\n    ftp = 0\n    iscsi = 0\n    comment = of a\n");
+  EXPECT_EQ(smb(), global);
+  EXPECT_EQ(machine.read(smb_recy_path), parked("a"));
+  shares(listed("b"));
+  EXPECT_EQ(park("b"), -2067);
+  EXPECT_EQ(machine.read(smb_recy_path), parked("a") + parked("b"));
+}
+
+TEST_F(share_parking, tells_when_the_share_is_parked_already) {
+  shares(listed("a"));
+  smb(global + offered("a"));
+  machine.file(smb_recy_path, parked("a", "old"));
+  EXPECT_EQ(park("a"), -2066);
+  EXPECT_EQ(smb(), global);
+  EXPECT_EQ(machine.read(smb_recy_path), parked("a", "old"));
+  EXPECT_TRUE(is_committed(smb_recy_path));
+}
+
+TEST_F(share_parking, stops_where_a_file_cannot_be_locked_or_read) {
+  const std::string live = global + offered("a");
+  shares(listed("a"));
+  smb("[ab\n");
+  EXPECT_EQ(park("a"), -2063);
+  EXPECT_EQ(shares(), listed("a", ""));
+  smb(live);
+  {
+    const foreign_lock lock(smb_path);
+    EXPECT_EQ(park("a"), -2061);
+  }
+  EXPECT_EQ(smb(), live);
+  machine.file(smb_recy_path, "[ab\n");
+  EXPECT_EQ(park("a"), -2063);
+  EXPECT_EQ(smb(), global);
+  EXPECT_EQ(machine.read(smb_recy_path), "[ab\n");
+  const foreign_lock lock(smb_recy_path);
+  EXPECT_EQ(park("a"), -2061);
+}
+
+TEST_F(share_parking, stops_where_a_file_cannot_be_written) {
+  shares(listed("a"));
+  {
+    const file_size_limit full(20);
+    EXPECT_EQ(park("a"), -2064);
+  }
+  EXPECT_FALSE(machine.exists(smb_path));
+  shares(listed("a"));
+  smb("[global]\n" + std::string(1000, '#') + "\n" + offered("b") + offered("a"));
+  {
+    const file_size_limit full(1015);
+    EXPECT_EQ(park("a"), -2065);
+  }
+  EXPECT_FALSE(machine.exists(smb_recy_path));
+  smb(global);
+  std::string many;
+  for (const char* name : {"u", "v", "w", "x", "y", "z"}) many += parked(name);
+  machine.file(smb_recy_path, many);
+  const file_size_limit full(static_cast<rlim_t>(many.size()));
+  EXPECT_EQ(park("a"), -2065);
+}
+
+TEST_F(share_parking, changes_nothing_when_the_share_list_cannot_be_locked_or_read) {
+  shares("no sense\n");
+  EXPECT_EQ(park("a"), -2063);
+  const foreign_lock lock(shares_path);
+  EXPECT_EQ(park("a"), -2060);
+  EXPECT_EQ(shares(), "no sense\n");
+  EXPECT_FALSE(machine.exists(smb_path));
+  EXPECT_EQ(share_set_use(nullptr), -1);
+  tag_share_config nameless = a_share("");
+  EXPECT_EQ(share_set_use(&nameless), -1);
+}
