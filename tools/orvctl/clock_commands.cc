@@ -72,7 +72,15 @@ void show(session& run) {
   show_value(run, time);
 }
 
-void set(session& run, const clock_arguments& given) {
+// Date and time may be one word.
+clock_arguments split(const clock_arguments& given) {
+  const std::size_t blank = given.date.find(' ');
+  if (!given.time.empty() || blank == std::string::npos) return given;
+  return {given.date.substr(0, blank), given.date.substr(blank + 1)};
+}
+
+void set(session& run, const clock_arguments& words) {
+  const clock_arguments given = split(words);
   const tag_datetime when = datetime_of(given);
   check(systime_set(&when));
   const std::string time = given.date + " " + given.time;
@@ -90,7 +98,7 @@ void add_clock_commands(CLI::App& program, session& run) {
   CLI::App& setting = add_verb(clock, run, "set", "Set the clock, the hardware's too",
                                "orvctl clock set 2024-05-31 18:30:00");
   add_word(setting, "DATE", given->date, "date, as YYYY-MM-DD");
-  add_word(setting, "TIME", given->time, "time of day, as HH:MM:SS");
+  setting.add_option("TIME", given->time, "time of day, as HH:MM:SS")->type_name("");
   on_run(setting, run, given, set);
 }
 

@@ -20,9 +20,9 @@ struct limit_kind {
 };
 
 constexpr std::array<limit_kind, 3> kinds = {{
-    {"--rate", "Rate of a user (bytes/s)", "rate_bytes_per_second", "local_max_rate"},
+    {"--rate", "Rate of a user (bytes/s)", "rate", "local_max_rate"},
     {"--clients", "Clients", "clients", "max_clients"},
-    {"--per-address", "Clients of one address", "clients_per_address", "max_per_ip"},
+    {"--per-address", "Clients of one address", "per_address", "max_per_ip"},
 }};
 
 // A limit that the file does not have leaves its output as it was, whatever that was.

@@ -12,6 +12,7 @@ namespace {
 
 struct modify_arguments {
   std::string name;
+  std::string service;
   share_settings settings;
 };
 
@@ -21,7 +22,7 @@ struct delete_arguments {
 
 // The exports do not tell a read-only share when they are read back.
 json kept_right(const tag_share_config& share) {
-  return share.service == std::string("samba") ? json(share.writable == 0) : json();
+  return share.service == std::string("samba") ? is_writable(share) : json();
 }
 
 constexpr column<tag_share_config> recycle_columns[] = {
@@ -31,7 +32,7 @@ constexpr column<tag_share_config> recycle_columns[] = {
     {"PATH", "path", form::text, [](const tag_share_config& s) { return text_value(s.path); }},
     {"USERS", "users", form::text,
      [](const tag_share_config& s) { return text_value(s.valid_users); }},
-    {"READ-ONLY", "read_only", form::text, kept_right},
+    {"WRITABLE", "writable", form::text, kept_right},
     {"COMMENT", "comment", form::text,
      [](const tag_share_config& s) { return text_value(s.comment); }},
 };
@@ -50,17 +51,19 @@ std::vector<tag_share_config> shares_out_of_use() {
   return all;
 }
 
-std::vector<tag_share_config> of_name(const std::string& name) {
+std::vector<tag_share_config> of_name(const std::string& name, const std::string& service = "") {
   std::vector<tag_share_config> found;
   for (const tag_share_config& share : shares_out_of_use()) {
-    if (name == share.name) found.push_back(share);
+    if (name == share.name && (service.empty() || service == share.service)) found.push_back(share);
   }
-  if (found.empty()) throw library_problem(ORV_E_NO_SHARE, name + " is not out of use");
+  if (found.empty()) throw library_problem(ORV_E_NO_SHARE, name + " is not kept");
   return found;
 }
 
 void list(session& run) {
-  show_list(run, "shares_out_of_use", make_table(recycle_columns, shares_out_of_use()), ORV_OK);
+  const std::vector<tag_share_config> shares = shares_out_of_use();
+  if (shares.empty() && !run.as_json) return report(run, "No share is out of use.", {});
+  show_list(run, "shares", make_table(recycle_columns, shares), ORV_OK);
 }
 
 // No recycle file keeps an FTP share: only "/etc/sharefolder.conf" has it.
@@ -79,7 +82,7 @@ void take_listed_comment(tag_share_config& share) {
 
 void modify(session& run, const modify_arguments& given) {
   must_set_something(given.settings);
-  for (tag_share_config& share : of_name(given.name)) {
+  for (tag_share_config& share : of_name(given.name, given.service)) {
     name_former_service(share);
     must_suit_service(given.settings, share.service);
     take_listed_comment(share);
@@ -116,6 +119,7 @@ void add_recycle_commands(CLI::App& program, session& run) {
   CLI::App& modifying = add_verb(recycle, run, "modify", "Change what is kept of a share",
                                  "orvctl recycle modify data --users ann");
   add_word(modifying, "NAME", changes->name, "name of the share");
+  add_service(modifying, changes->service, "former service, of a share that several have kept");
   add_settings(modifying, changes->settings);
   on_run(modifying, run, changes, modify);
 

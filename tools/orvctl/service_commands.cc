@@ -27,18 +27,18 @@ struct service_state {
 };
 
 // A service that does not run, and one that cannot be asked for, give the same code.
-json runs(const service_state& state) {
+json is_running(const service_state& state) {
   if (state.result == ORV_OK) return true;
   return state.result == ORV_E_COMMAND ? json(false) : json();
 }
 
 json error_of(const service_state& state) {
-  return runs(state).is_null() ? json(library_problem(state.result).name) : json();
+  return is_running(state).is_null() ? json(library_problem(state.result).name) : json();
 }
 
 constexpr column<service_state> state_columns[] = {
     {"SERVICE", "name", form::text, [](const service_state& state) { return json(state.name); }},
-    {"RUNS", "runs", form::text, runs},
+    {"RUNNING", "running", form::text, is_running},
     {nullptr, "error", form::text, error_of},
 };
 

@@ -11,6 +11,7 @@ namespace {
 
 struct modify_arguments {
   std::string name;
+  std::string service;
   share_settings settings;
 };
 
@@ -22,7 +23,7 @@ struct delete_arguments {
 // An FTP share has no service file: the library always says that something was missing.
 void modify(session& run, const modify_arguments& given) {
   must_set_something(given.settings);
-  share_in_use share(given.name);
+  share_in_use share(given.name, given.service);
   must_suit_service(given.settings, share.service());
   tag_share_config request = share.record();
   apply(given.settings, request);
@@ -46,6 +47,8 @@ void remove(session& run, const delete_arguments& given) {
          {{"share", given.name}, {"service", share.service()}});
 }
 
+constexpr char other_service[] = "service, where it is another than the listed one";
+
 }  // namespace
 
 void add_share_change_commands(CLI::App& share, session& run) {
@@ -53,6 +56,7 @@ void add_share_change_commands(CLI::App& share, session& run) {
   CLI::App& modifying = add_verb(share, run, "modify", "Change comment, users or rights of a share",
                                  "orvctl share modify data --users ann,bob --read-only");
   add_word(modifying, "NAME", changes->name, "name of the share");
+  add_service(modifying, changes->service, other_service);
   add_settings(modifying, changes->settings);
   on_run(modifying, run, changes, modify);
 
@@ -60,11 +64,7 @@ void add_share_change_commands(CLI::App& share, session& run) {
   CLI::App& removing = add_destroying_verb(share, run, "delete", "Remove a share; its files stay",
                                            "orvctl share delete data");
   add_word(removing, "NAME", doomed->name, "name of the share");
-  removing
-      .add_option("--service", doomed->service,
-                  "service of a share that is not in '/etc/sharefolder.conf'")
-      ->type_name("SERVICE")
-      ->check(service_word);
+  add_service(removing, doomed->service, other_service);
   on_run(removing, run, doomed, remove);
 }
 

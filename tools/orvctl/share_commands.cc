@@ -118,10 +118,7 @@ void add_add_command(CLI::App& share, session& run) {
   CLI::App& verb = add_verb(share, run, "add", "Offer a directory or a volume to clients",
                             "orvctl share add data --service samba --path /mnt/data --users ann");
   add_word(verb, "NAME", given->name, "name of the share");
-  verb.add_option("--service", given->service, "samba, nfs, ftp or iscsi")
-      ->required()
-      ->type_name("SERVICE")
-      ->check(service_word);
+  add_service(verb, given->service, "samba, nfs, ftp or iscsi")->required();
   verb.add_option("--path", given->path, "absolute path of the directory or of the volume")
       ->required()
       ->type_name("PATH");

@@ -22,7 +22,7 @@ constexpr column<tag_share_config> share_columns[] = {
     {"PATH", "path", form::text, [](const tag_share_config& s) { return text_value(s.path); }},
     {"USERS", "users", form::text,
      [](const tag_share_config& s) { return text_value(s.valid_users); }},
-    {"READ-ONLY", "read_only", form::text, right_of},
+    {"WRITABLE", "writable", form::text, is_writable},
     {"SIZE", "size_gib", form::gib, [](const tag_share_config& s) { return size_value(s.size); }},
     {"USED", "used_mib", form::mib, used_mib},
     {"COMMENT", "comment", form::text,
@@ -39,6 +39,10 @@ constexpr column<tag_share_config> asked_columns[] = {
 };
 
 }  // namespace
+
+CLI::Option* add_service(CLI::App& verb, std::string& service, const std::string& about) {
+  return verb.add_option("--service", service, about)->type_name("SERVICE")->check(service_word);
+}
 
 void add_settings(CLI::App& verb, share_settings& settings) {
   verb.add_option("--comment", settings.comment, "comment that clients see")->type_name("TEXT");
@@ -75,6 +79,6 @@ table share_row(const tag_share_config& share) {
   return make_table(asked_columns, std::vector<tag_share_config>{share});
 }
 
-json right_of(const tag_share_config& share) { return share.writable == 0; }
+json is_writable(const tag_share_config& share) { return share.writable != 0; }
 
 }  // namespace orvctl

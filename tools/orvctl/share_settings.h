@@ -23,6 +23,9 @@ struct share_settings {
 
 void add_settings(CLI::App& verb, share_settings& settings);
 
+/// "--service SERVICE", for a verb that can do without it.
+CLI::Option* add_service(CLI::App& verb, std::string& service, const std::string& about);
+
 /// What is not set stays as it is.
 void apply(const share_settings& settings, tag_share_config& request);
 
@@ -37,8 +40,8 @@ table share_table(const share_list& shares);
 /// One share, which a question is about.
 table share_row(const tag_share_config& share);
 
-/// The columns' value of a share's right: true when it is read-only.
-json right_of(const tag_share_config& share);
+/// A share's right, as a column shows it.
+json is_writable(const tag_share_config& share);
 
 }  // namespace orvctl
 

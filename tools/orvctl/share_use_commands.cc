@@ -13,7 +13,7 @@ struct name_arguments {
   std::string name;
 };
 
-struct enable_arguments {
+struct use_arguments {
   std::string name;
   std::string service;
   share_settings settings;
@@ -39,13 +39,16 @@ int take_out_of_use(session& run, const tag_share_config& share) {
   return ftp_set_use(&request);
 }
 
-void disable(session& run, const name_arguments& given) {
-  const share_in_use share(given.name);
+void disable(session& run, const use_arguments& given) {
+  const share_in_use share(given.name, given.service);
   if (share.service() == "iscsi") {
     throw usage_problem("nothing keeps the settings of an iSCSI volume that is out of use",
                         "delete the share, and add it again when it is needed");
   }
-  share.settle(take_out_of_use(run, share.record()), share.record());
+  must_suit_service(given.settings, share.service());
+  tag_share_config kept = share.record();
+  apply(given.settings, kept);
+  share.settle(take_out_of_use(run, kept), kept);
   report(run, "The share " + given.name + " is out of use.",
          {{"share", given.name}, {"service", share.service()}});
 }
@@ -81,7 +84,7 @@ void check_added(int result) {
   if (result != ORV_E_NO_SHARE) check(result);
 }
 
-void enable(session& run, const enable_arguments& given) {
+void enable(session& run, const use_arguments& given) {
   must_suit_service(given.settings, given.service);
   if (given.service == "nfs" && !given.settings.sets_right()) {
     throw usage_problem("a share of NFS does not keep its right while it is out of use",
@@ -111,31 +114,28 @@ void forget(session& run, const name_arguments& given) {
   report(run, "The share " + given.name + " is forgotten.", {{"share", given.name}});
 }
 
-void add_enable_command(CLI::App& share, session& run) {
-  const auto given = std::make_shared<enable_arguments>();
-  CLI::App& verb =
-      add_verb(share, run, "enable", "Take a share into use again, with the settings kept of it",
-               "orvctl share enable data --service samba");
+std::shared_ptr<use_arguments> add_words(CLI::App& verb, const std::string& about_service,
+                                         bool needs_service) {
+  const auto given = std::make_shared<use_arguments>();
   add_word(verb, "NAME", given->name, "name of the share");
-  verb.add_option("--service", given->service, "samba, nfs, ftp or iscsi")
-      ->required()
-      ->type_name("SERVICE")
-      ->check(service_word);
+  add_service(verb, given->service, about_service)->required(needs_service);
   add_settings(verb, given->settings);
-  on_run(verb, run, given, enable);
+  return given;
 }
 
 }  // namespace
 
 void add_share_use_commands(CLI::App& share, session& run) {
-  const auto parked = std::make_shared<name_arguments>();
   CLI::App& disabling =
       add_destroying_verb(share, run, "disable", "Take a share out of use and keep its settings",
                           "orvctl share disable data");
-  add_word(disabling, "NAME", parked->name, "name of the share");
-  on_run(disabling, run, parked, disable);
+  on_run(disabling, run,
+         add_words(disabling, "service, where it is another than the listed one", false), disable);
 
-  add_enable_command(share, run);
+  CLI::App& enabling =
+      add_verb(share, run, "enable", "Take a share into use again, with the settings kept of it",
+               "orvctl share enable data --service samba");
+  on_run(enabling, run, add_words(enabling, "samba, nfs, ftp or iscsi", true), enable);
 
   const auto forgotten = std::make_shared<name_arguments>();
   CLI::App& forgetting = add_destroying_verb(
