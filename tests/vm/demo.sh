@@ -5,6 +5,10 @@ set -euo pipefail
 
 sysinfo KTA7120X
 mvsata sda=1 sdb=2 sdc=3 sdd=4
+modprobe dummy numdummies=0
+ip link add lan type dummy
+ip address add 10.1.0.1/16 dev lan
+ip link set lan up
 
 # tell WORDS...: a line between the commands.
 tell() { printf '\n# %s\n' "$*"; }
@@ -43,4 +47,19 @@ show "cat /mnt/data/hello"
 tell "What the system's own tools say"
 show "findmnt /mnt/data"
 show "cat /proc/mdstat"
-[ "$(cat /mnt/data/hello)" = "stored on RAID 5" ]
+
+tell "A user, a share on the pool, and its service"
+show "echo 'rose bush' | orvctl user add alice"
+show "orvctl share add data --service samba --path /mnt/data --users alice --comment 'Files of alice'"
+show "orvctl service start samba"
+show "orvctl service list"
+show "orvctl share list"
+
+tell "A client reads the file through it, and is seen"
+show "smbclient -U 'alice%rose bush' //10.1.0.1/data -c 'get hello -'"
+(sleep 30 | smbclient -U 'alice%rose bush' //10.1.0.1/data >/dev/null 2>&1) &
+until smbstatus --shares | grep -q '^data '; do sleep 0.2; done
+show "orvctl client list"
+
+smbclient -U 'alice%rose bush' //10.1.0.1/data -c 'get hello /tmp/hello' >/dev/null
+[ "$(cat /tmp/hello)" = "stored on RAID 5" ]
