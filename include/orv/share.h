@@ -12,11 +12,12 @@
 ///
 /// Values. Each file is read in lines of at most 256 bytes. A control character in a value, and a
 /// character that would make the line unreadable ("=" in "/etc/sharefolder.conf" and the Samba
-/// files, "]" in a section's name, a parenthesis in a client list), is written as a blank; a list
-/// of users or clients that does not fit its line ends at an item that does. In the exports the
-/// path's blanks, control characters, '"', '#', '(' and '\' are written as exports writes them
-/// ("\040"). The share operations see a name as it will be stored, so that every operation means
-/// the same share by the same name.
+/// files, "]" in a section's name, a parenthesis in a client list), is written as a blank; a
+/// blank in the name of an iSCSI share as "_". In the exports the path's blanks, control characters
+/// and the characters " # ( \ are written as exports writes them ("\040"). A list of users
+/// or clients that does not fit its line ends at an item that does; where a line is still too long
+/// to be read again, the writer fails and changes nothing. The share operations see a name as it
+/// will be stored, so that every operation means the same share by the same name.
 ///
 /// Failures. A file that could not be read is never rewritten. Readers, writers, locks and list
 /// operations log nothing but a missing argument; every other operation logs its failure.
@@ -120,7 +121,8 @@ ORV_API int put_share_to_conf(int fd, tag_shareconf_list* list);
 /// Reads a Samba file; the section "global" is passed over.
 ORV_API int get_share_from_smb(int fd, tag_shareconf_list* list);
 /// Replaces the shares of "/etc/samba/smb.conf": all that stands before the second "[" of the file,
-/// the global settings, is kept byte for byte.
+/// the global settings, is kept byte for byte. A share named "global" (any case) is left out, and
+/// the share operations refuse it for Samba.
 /// @return also ORV_E_SHARE_READ when the file cannot be read; it is unchanged then
 ORV_API int put_share_to_smb(int fd, tag_shareconf_list* list);
 /// Writes "/etc/samba/smb_recy.conf", which has no global settings.
