@@ -118,3 +118,48 @@ refused() {
 
 # random_file FILE MEGABYTES
 random_file() { dd if=/dev/urandom of="$1" bs=1M count="$2" status=none; }
+
+# add_ata_disk: the disk that the scenario asks for with "ata:" gets its driver and the next letter.
+add_ata_disk() {
+  local host
+  modprobe ahci
+  eventually 10 test -e /sys/class/scsi_host/host2
+  for host in /sys/class/scsi_host/host*; do
+    [ "$(cat "$host/proc_name")" != ahci ] || echo "- - -" >"$host/scan"
+  done
+}
+
+# serve_network: an address that clients of this machine reach its services at.
+address=10.1.0.1
+serve_network() {
+  modprobe dummy numdummies=0
+  ip link add lan type dummy
+  ip address add "$address/16" dev lan
+  ip link set lan up
+}
+
+# make_pool NAME...: pools with a file system each, mounted at /mnt/NAME, on an array of the first
+# three disks.
+make_pools() {
+  local name
+  fast_rebuilds
+  sysinfo KTA7120X
+  mvsata sda=1 sdb=2 sdc=3
+  orvctl raid create --level raid5 --disks 1,2,3 --yes
+  orvctl vg create vg1 --pv md0 --yes
+  for name; do
+    orvctl pool create vg1 "$name" 1
+    orvctl pool mkfs vg1 "$name" --yes
+    orvctl fs mkdir "/mnt/$name"
+    orvctl fs mount "/mnt/$name" vg1 "$name"
+    orvctl fs table-add "/mnt/$name" vg1 "$name"
+  done
+}
+
+# share_files: the bytes of every file that the share operations write.
+share_files() {
+  local file
+  for file in /etc/{sharefolder.conf,samba/smb.conf,samba/smb_recy.conf,exports,exports_recy,ietd.conf}; do
+    echo "$file $(sha256sum <"$file" 2>/dev/null)"
+  done
+}

@@ -2,6 +2,7 @@
 # Brings arrays, volumes and file systems into the situations that the library has to read, and saves
 # what the tools and the kernel say about them.
 # disks: 6x200M 4x20G
+# ata: 64M
 # timeout: 400
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
@@ -249,16 +250,28 @@ capture_disks() {
   done
 }
 
+# A disk with SMART and one without, asked as the library asks.
+capture_smart() {
+  local ask=(smartctl -d marvell -T permissive -Hi)
+  add_ata_disk
+  eventually 20 test -b "/dev/$1"
+  save smartctl summary "${ask[@]}" "/dev/$1"
+  save smartctl attributes "${ask[@]}" --attributes "/dev/$1"
+  save smartctl no_smart smartctl -T permissive -Hi /dev/sda
+}
+
 tool_versions() {
   uname -sr
   mdadm --version 2>&1
   lvm version | head -n1
   mkfs.xfs -V
+  smartctl --version | head -n1
 }
 
 mkdir -p "$place"
 tool_versions >"$place/versions.txt"
 capture_disks
+capture_smart sdk
 capture_no_array
 capture_raid5
 capture_raid1

@@ -1,0 +1,41 @@
+#!/bin/bash
+# Two processes add shares at the same time: each succeeds or is told that the file is locked, and no
+# share is lost.
+# disks: 1x300M
+# timeout: 500
+set -euo pipefail
+# shellcheck source=tests/vm/lib.sh
+source "$ORV_VM_LIB"
+
+count=150
+# add_shares LETTER: adds its shares; tells how often it met a lock, and fails on any other answer.
+add_shares() {
+  local i result locked=0
+  for ((i = 1; i <= count; i++)); do
+    while true; do
+      result=0
+      output=$(orvctl share add "$1$i" --service nfs --path "/mnt/$1$i" 2>&1) || result=$?
+      [ "$result" -ne 0 ] || break
+      grep -Eq -- '\(-206[01]\)' <<<"$output" || { echo "$output" && return 1; }
+      # The list was written before the exports were found locked.
+      ! grep -q -- '(-2061)' <<<"$output" || break
+      locked=$((locked + 1))
+    done
+  done
+  echo "$1: $locked refusals because of a lock"
+}
+
+add_shares a &
+first=$!
+add_shares b &
+second=$!
+wait "$first" && result=0 || result=$?
+same "one process adds its shares" 0 "$result"
+wait "$second" && result=0 || result=$?
+same "the other too" 0 "$result"
+same "none is lost" "$((2 * count))" "$(grep -c '^\[' /etc/sharefolder.conf)"
+same "of each process" "$count $count" \
+  "$(grep -c '^\[a[0-9]*\]$' /etc/sharefolder.conf) $(grep -c '^\[b[0-9]*\]$' /etc/sharefolder.conf)"
+same "and every name is there once" "$((2 * count))" "$(grep '^\[' /etc/sharefolder.conf | sort -u | wc -l)"
+check "one more share" orvctl share add last --service nfs --path /mnt/last
+same "brings every export" "$((2 * count + 1))" "$(wc -l </etc/exports)"
