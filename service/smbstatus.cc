@@ -3,6 +3,7 @@
 
 #include "common/captured_output.h"
 #include "common/families.h"
+#include "common/fields.h"
 #include "common/line_reader.h"
 #include "common/log.h"
 #include "common/text.h"

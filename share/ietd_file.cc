@@ -2,6 +2,7 @@
 #include <string>
 
 #include "common/families.h"
+#include "common/fields.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "share/rewrite.h"
@@ -18,15 +19,6 @@ constexpr std::string_view target_prefix = "iqn.2006-05.org.orv:";
 constexpr std::size_t shortest_line = 8;
 constexpr std::size_t longest_password = 12;
 
-/// A line from its field `index`, counted from 0, to its end; fields are separated by blanks.
-std::string_view from_field(std::string_view line, int index) {
-  for (; index > 0 && !line.empty(); --index) {
-    line = orv::after(line, ' ');
-    line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
-  }
-  return line;
-}
-
 std::string_view first_word(std::string_view text) { return orv::before(text, " \t"); }
 
 class reader {
@@ -40,14 +32,14 @@ class reader {
     if (line.starts_with("IncomingUser")) {
       add_user(first_word_of(line, 1));
     } else if (line.starts_with("Lun")) {
-      orv::set_text(share_->path, orv::before(orv::after(from_field(line, 2), '='), ","));
+      orv::set_text(share_->path, orv::before(orv::after(orv::from_field(line, " ", 2), '='), ","));
     }
     return ORV_OK;
   }
 
  private:
-  static std::string_view first_word_of(std::string_view line, int index) {
-    return first_word(from_field(line, index));
+  static std::string_view first_word_of(std::string_view line, std::size_t index) {
+    return first_word(orv::from_field(line, " ", index));
   }
 
   /// Without a name the lines that follow belong to no share.

@@ -1,0 +1,21 @@
+#ifndef ORV_COMMON_FIELDS_H
+#define ORV_COMMON_FIELDS_H
+
+#include <string_view>
+
+#include "common/text.h"
+
+namespace orv {
+
+/// The text from a field, counted from 0, to the end of the line; empty when there are fewer. A run
+/// of separators counts as one.
+inline std::string_view from_field(std::string_view line, std::string_view separators,
+                                   std::size_t index) {
+  const auto fields = split(line, separators);
+  if (index >= fields.size()) return {};
+  return line.substr(static_cast<std::size_t>(fields[index].data() - line.data()));
+}
+
+}  // namespace orv
+
+#endif
