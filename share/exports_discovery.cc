@@ -1,13 +1,13 @@
 #include <orv/share.h>
 #include <sys/stat.h>
 
-#include "common/families.h"
 #include "common/handles.h"
 #include "common/line_reader.h"
 #include "common/log.h"
 #include "common/octal_code.h"
 #include "common/text.h"
 #include "share/share_index.h"
+#include "share/share_list.h"
 #include "share/share_paths.h"
 
 /// Clients and rights of NFS shares.
@@ -17,14 +17,7 @@ namespace {
 /// The number that stands for the line in the log of `get_shareinfo_from_exportfs`.
 constexpr int logged_line = 816;
 
-orv::share_index nfs_shares_by_path(tag_shareconf_list* list) {
-  orv::share_index shares;
-  for (tag_share_config& share : orv::records(list)) {
-    if (!orv::equal_ignoring_case(orv::text_of(share.service), "nfs")) continue;
-    shares.add(orv::text_of(share.path), share);
-  }
-  return shares;
-}
+bool is_nfs(const tag_share_config& share) { return orv::has_service(share, "nfs"); }
 
 /// Takes over a line "PATH CLIENTS(OPTION,...)". A line without a blank says nothing of clients.
 void take(std::string_view line, const orv::share_index& shares) {
@@ -44,7 +37,7 @@ int get_shareinfo_from_exportfs(tag_shareconf_list* list) {
   if (stat(orv::exports_path, &examined) != 0) return ORV_OK;
   const orv::unique_file file(std::fopen(orv::exports_path, "re"));
   if (!file) return orv::log_failure(ORV_E_EXPORTS, "get_shareinfo_from_exportfs", logged_line);
-  const orv::share_index shares = nfs_shares_by_path(list);
+  const orv::share_index shares(list, &tag_share_config::path, is_nfs);
   orv::line_reader reader(file.get());
   while (reader.next()) take(orv::trimmed(reader.line()), shares);
   return ORV_OK;

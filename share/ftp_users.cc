@@ -6,10 +6,11 @@
 #include <cstdio>
 #include <string>
 
-#include "common/families.h"
 #include "common/handles.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "share/share_index.h"
+#include "share/share_list.h"
 
 /// Users of FTP shares: of the directories in a user's home, and by per-user configurations.
 
@@ -23,10 +24,7 @@ bool is_user_name(std::string_view user) {
   return !user.empty() && user != "." && user != ".." && user.find('/') == std::string_view::npos;
 }
 
-bool is_ftp_share(const tag_share_config& share, std::string_view name) {
-  return orv::equal_ignoring_case(orv::text_of(share.service), "ftp") &&
-         orv::text_of(share.name) == name;
-}
+bool is_ftp(const tag_share_config& share) { return orv::has_service(share, "ftp"); }
 
 void give(tag_share_config& share, std::string_view user, int writable) {
   orv::set_text(share.valid_users, user);
@@ -38,24 +36,11 @@ bool is_directory(const std::string& path) {
   return stat(path.c_str(), &examined) == 0 && S_ISDIR(examined.st_mode);
 }
 
-/// Gives the first FTP share of a name to a user. @return 0 less the records passed over before
-int give_first(tag_shareconf_list* list, std::string_view name, std::string_view user) {
-  int result = 0;
-  for (tag_share_config& share : orv::records(list)) {
-    if (is_ftp_share(share, name)) {
-      give(share, user, 1);
-      return result;
-    }
-    --result;
-  }
-  return result;
-}
-
-/// What stands behind the last "=" of the first line with a key; the fallback without such a line.
-std::string last_value(FILE* file, const char* key, const char* fallback) {
+/// The first "KEY=VALUE" line of a key; empty without such a line.
+std::string line_of(FILE* configuration, const char* key) {
   char line[128] = "";
-  if (get_line_from_file(file, key, 0, "=", line, sizeof line) != 0) return fallback;
-  return std::string(orv::after_last(line, '='));
+  get_line_from_file(configuration, key, 0, "=", line, sizeof line);
+  return line;
 }
 
 }  // namespace
@@ -70,11 +55,14 @@ int find_one_user(const char* user, tag_shareconf_list* list) {
     orv::log_failure(logged_code, "find_one_user", logged_line);
     return ORV_E_FTP_USERS;
   }
+  const orv::share_index shares(list, &tag_share_config::name, is_ftp);
   int result = 1;
   while (const dirent* const entry = readdir(directory.get())) {
     const std::string_view folder = entry->d_name;
     if (folder == "." || folder == ".." || !is_directory(home + '/' + entry->d_name)) continue;
-    result = give_first(list, folder, name);
+    const orv::share_index::place found = shares.search(folder);
+    if (found.share != nullptr) give(*found.share, name, 1);
+    result = -static_cast<int>(found.passed_over);
   }
   return result;
 }
@@ -85,12 +73,13 @@ int find_sub_user(const char* user, tag_shareconf_list* list) {
   const std::string path = "/etc/vsftpd/" + name;
   const orv::unique_file file(is_user_name(name) ? std::fopen(path.c_str(), "re") : nullptr);
   if (!file) return ORV_E_FAILED;
-  const int writable = last_value(file.get(), "write_enable", "YES") == "NO" ? 0 : 1;
-  const std::string root = last_value(file.get(), "local_root", "");
-  const std::string_view share_name = orv::after_last(root, '/');
+  const std::string right = line_of(file.get(), "write_enable");
+  const int writable = orv::after_last(right, '=') == "NO" ? 0 : 1;
+  const std::string root = line_of(file.get(), "local_root");
+  const std::string_view share_name = orv::after_last(orv::after(root, '='), '/');
   if (share_name.empty()) return ORV_OK;
   for (tag_share_config& share : orv::records(list)) {
-    if (!is_ftp_share(share, share_name)) continue;
+    if (!is_ftp(share) || orv::text_of(share.name) != share_name) continue;
     give(share, name, writable);
     break;
   }

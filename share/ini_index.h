@@ -39,9 +39,8 @@ class ini_section {
 class ini_index {
  public:
   /// Reads a file; one that cannot be read has no sections.
-  /// @param keys  every key that will be looked up, none of which looks like a comment; they
-  /// outlive
-  ///              the index
+  /// @param keys  every key that will be looked up, none of which looks like a comment; they must
+  ///              outlive the index
   ini_index(const char* path, std::span<const std::string_view> keys);
   ini_index(const ini_index&) = delete;
   ini_index& operator=(const ini_index&) = delete;

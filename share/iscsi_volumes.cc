@@ -1,9 +1,9 @@
 #include <orv/share.h>
-#include <orv/support.h>
 #include <sys/stat.h>
 
 #include "common/captured_output.h"
 #include "common/families.h"
+#include "common/fields.h"
 #include "common/line_reader.h"
 #include "common/log.h"
 #include "common/text.h"
@@ -20,37 +20,28 @@ constexpr char volume_path[] = "/proc/net/iet/volume";
 constexpr int logged_line = 914;
 constexpr int logged_code = 0;
 
-/// A line from its field `index`, counted from 0, to its end; empty when it has fewer.
-std::string_view from_field(const char* line, int index) {
-  char* field = nullptr;
-  const int found = get_substr_from_line(line, orv::line_reader::capacity, " ", index, &field);
-  return found != 0 ? orv::trimmed_right(field) : std::string_view();
-}
-
 /// "data" of "tid:1 name:iqn.2006-05.org.orv:data.20240131235959".
-std::string_view share_name(const char* line) {
-  constexpr int name_field = 1;
-  const std::string_view field = from_field(line, name_field);
+std::string_view share_name(std::string_view line) {
+  constexpr std::size_t name_field = 1;
+  const std::string_view field = orv::from_field(line, " ", name_field);
   if (field.find(':') == std::string_view::npos) return {};
   return orv::trimmed(orv::without_stamp(orv::after_last(field, ':')));
 }
 
 /// "/mnt/data" of "lun:0 state:0 iotype:fileio iomode:wb path:/mnt/data".
-std::string_view volume_file(const char* line) {
-  constexpr int path_field = 4;
-  return orv::after(from_field(line, path_field), ':');
+std::string_view volume_file(std::string_view line) {
+  constexpr std::size_t path_field = 4;
+  return orv::after(orv::from_field(line, " ", path_field), ':');
 }
 
 /// Reads the target's list: below each target its units.
 class reader {
  public:
-  explicit reader(tag_shareconf_list* list) : list_(list) {
-    for (tag_share_config& share : orv::records(list)) shares_.add(orv::text_of(share.name), share);
-  }
+  explicit reader(tag_shareconf_list* list) : list_(list), shares_(list, &tag_share_config::name) {}
 
   /// Takes the next line; false without memory.
-  bool take(const char* line) {
-    const std::string_view kind = orv::trimmed(orv::before(line, ":"));
+  bool take(std::string_view line) {
+    const std::string_view kind = orv::trimmed_right(orv::before(line, ":"));
     if (kind == "tid") return begin_target(share_name(line));
     if (kind == "lun") add_unit(volume_file(line));
     return true;
@@ -95,7 +86,7 @@ bool take_volumes(FILE* file, tag_shareconf_list* list) {
   reader volumes(list);
   orv::line_reader lines(file);
   while (lines.next()) {
-    if (!volumes.take(lines.line())) return false;
+    if (!volumes.take(orv::trimmed(lines.line()))) return false;
   }
   return true;
 }

@@ -52,8 +52,7 @@ int complete_from_recycle_files(tag_shareconf_list* list) {
   int result = read_parked(samba_at(orv::smb_recy_path), parked.get());
   if (result == ORV_OK) result = read_parked(nfs_at(orv::exports_recy_path), parked.get());
   if (result != ORV_OK) return result;
-  orv::share_index by_name;
-  for (tag_share_config& share : parked) by_name.add(orv::text_of(share.name), share);
+  const orv::share_index by_name(parked.get(), &tag_share_config::name);
   for (tag_share_config& share : orv::records(list)) {
     if (!orv::text_of(share.service).empty()) continue;
     const tag_share_config* const match = by_name.find(orv::text_of(share.name));

@@ -15,8 +15,7 @@ class service_shares {
   }
 
   tag_share_config* find(const tag_share_config& share) const {
-    const bool is_iscsi = orv::equal_ignoring_case(orv::text_of(share.service), "iscsi");
-    return (is_iscsi ? by_unstamped_name_ : by_name_).find(orv::text_of(share.name));
+    return (orv::is_iscsi(share) ? by_unstamped_name_ : by_name_).find(orv::text_of(share.name));
   }
 
   /// False without memory.

@@ -49,9 +49,11 @@ tag_share_config* append_copy(tag_shareconf_list* list, const tag_share_config& 
 
 std::string_view without_stamp(std::string_view name) { return before(name, "."); }
 
-bool is_iscsi(const tag_share_config& share) {
-  return equal_ignoring_case(text_of(share.service), "iscsi");
+bool has_service(const tag_share_config& share, std::string_view word) {
+  return equal_ignoring_case(text_of(share.service), word);
 }
+
+bool is_iscsi(const tag_share_config& share) { return has_service(share, "iscsi"); }
 
 }  // namespace orv
 

@@ -16,7 +16,11 @@ tag_share_config* append_copy(tag_shareconf_list* list, const tag_share_config& 
 /// A name as iSCSI shares are compared by: up to the first ".", where the time stamp begins.
 std::string_view without_stamp(std::string_view name);
 
-/// True for an iSCSI volume: its service is "iscsi", in any case.
+/// True when a share's service is this one word, in any case. A share of several services has none
+/// of them in this sense.
+bool has_service(const tag_share_config& share, std::string_view word);
+
+/// True for an iSCSI volume.
 bool is_iscsi(const tag_share_config& share);
 
 }  // namespace orv
