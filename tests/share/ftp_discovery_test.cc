@@ -77,6 +77,13 @@ TEST_F(ftp_users, are_unknown_without_the_folder) {
             "get_ftp_user:1121 return with No such file or directory\n");
 }
 
+TEST_F(ftp_users, are_unknown_where_the_folder_is_none) {
+  char names[room][33] = {};
+  machine.file("/etc/vsftpd", "");
+  EXPECT_EQ(get_ftp_user(names, room), ORV_E_FTP_USERS);
+  EXPECT_EQ(machine.log(), "get_ftp_user:N return with Not a directory\n");
+}
+
 TEST_F(ftp_users, need_room) {
   EXPECT_EQ(get_ftp_user(nullptr, room), ORV_E_FAILED);
   EXPECT_EQ(machine.log(), refusal("get_ftp_user", ORV_E_FAILED, "Invalid argument"));
