@@ -1,14 +1,13 @@
 #include "common/octal_code.h"
 
+#include "common/control_characters.h"
+
 namespace orv {
 namespace {
 
 constexpr std::size_t code_length = 4;  // "\040"
 
-bool needs_code(char c) {
-  const unsigned char value = static_cast<unsigned char>(c);
-  return value <= ' ' || c == '\\' || value == 0x7f;
-}
+bool needs_code(char c) { return is_control(c) || c == ' ' || c == '\\'; }
 
 /// The character whose code a text begins with; 0 when it begins with none.
 char coded_character(std::string_view text) {

@@ -2,27 +2,21 @@
 
 #include <algorithm>
 
+#include "common/control_characters.h"
 #include "common/text.h"
 
 namespace orv {
-namespace {
-
-bool is_control(char c) {
-  const unsigned char value = static_cast<unsigned char>(c);
-  return (value < ' ' && c != '\t') || value == 0x7f;
-}
-
-}  // namespace
 
 std::string fit_value(std::string_view value, std::string_view unfit) {
   std::string text(value);
   for (char& c : text) {
-    if (is_control(c) || unfit.find(c) != std::string_view::npos) c = ' ';
+    const bool is_unfit = unfit.find(c) != std::string_view::npos;
+    if ((is_control(c) && c != '\t') || is_unfit) c = ' ';
   }
   return text;
 }
 
-std::string setting_value(std::string_view value) {
+std::string samba_value(std::string_view value) {
   std::string text = fit_value(value, "=");
   for (std::size_t i = text.size(); i > 0 && (text[i - 1] == '\\' || text[i - 1] == ' '); --i) {
     text[i - 1] = ' ';
@@ -31,7 +25,7 @@ std::string setting_value(std::string_view value) {
 }
 
 std::string stored_name(std::string_view name, std::string_view service) {
-  std::string text(trimmed(setting_value(fit_value(name, "]"))));
+  std::string text(trimmed(samba_value(fit_value(name, "]"))));
   if (equal_ignoring_case(service, "iscsi")) {
     std::replace(text.begin(), text.end(), ' ', '_');
     std::replace(text.begin(), text.end(), '\t', '_');
@@ -53,7 +47,7 @@ void append_section(std::string& text, std::string_view name) {
 }
 
 void append_setting(std::string& text, std::string_view key, std::string_view value) {
-  text.append("    ").append(key).append(" = ").append(setting_value(value)).append("\n");
+  text.append("    ").append(key).append(" = ").append(fit_value(value, "=")).append("\n");
 }
 
 }  // namespace orv

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "common/command.h"
+#include "common/control_characters.h"
 #include "common/families.h"
 #include "common/log.h"
 #include "common/text.h"
@@ -31,7 +32,7 @@ orv::command smbpasswd(std::string_view name, std::string_view password) {
 /// False for a name that would end its field or line in an account file or in the user file.
 bool fits_in_a_field(std::string_view name) {
   for (const char c : name) {
-    if ((c >= '\0' && c < ' ') || c == '\x7f' || c == ':' || c == '|') return false;
+    if (orv::is_control(c) || c == ':' || c == '|') return false;
   }
   return true;
 }

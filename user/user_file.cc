@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <string>
 
+#include "common/control_characters.h"
 #include "common/families.h"
 #include "common/handles.h"
 #include "common/line_reader.h"
@@ -42,10 +43,7 @@ bool read_users(FILE* file, tag_user_info_list* list) {
 
 /// A control character would end the line, or be lost when it is read.
 void append_field(std::string& text, std::string_view value) {
-  for (const char c : value) {
-    const bool is_control = (c >= '\0' && c < ' ' && c != '\t') || c == '\x7f';
-    text += is_control ? ' ' : c;
-  }
+  for (const char c : value) text += is_control(c) && c != '\t' ? ' ' : c;
 }
 
 std::string text_of_users(tag_user_info_list* list) {
