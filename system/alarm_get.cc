@@ -1,11 +1,7 @@
 #include <orv/alarm.h>
-#include <orv/support.h>
-
 #include <sys/socket.h>
 
 #include <cerrno>
-#include <cstring>
-#include <ctime>
 #include <string>
 
 #include "common/families.h"
@@ -14,13 +10,10 @@
 #include "common/text.h"
 #include "system/alarm_socket.h"
 #include "system/alarm_unit.h"
+#include "system/local_time.h"
+#include "system/reason_log.h"
 
 namespace {
-
-int log_exchange(const char* form, int code) {
-  liborv_log_error(form, orv::alarm_daemon_path, std::strerror(errno));
-  return code;
-}
 
 /// Sends or receives a unit in as many pieces as it takes. The unit is moved whole, or the result
 /// is false and `errno` says why; that the daemon closed the connection is reported as ENODATA.
@@ -50,19 +43,13 @@ bool receive_unit(int socket, orv::alarm_unit& unit) {
       [&](std::size_t from, std::size_t size) { return recv(socket, bytes + from, size, 0); });
 }
 
-void set_local_time(char (&field)[20], std::time_t seconds) {
-  std::tm local{};
-  if (localtime_r(&seconds, &local) == nullptr) return;
-  std::strftime(field, sizeof field, "%Y-%m-%d %T", &local);
-}
-
 /// False without memory.
 bool add_alarm(tag_alarm_list* list, const orv::alarm_unit& unit) {
   tag_alarm_info* const alarm = orv::append(list);
   if (alarm == nullptr) return false;
   orv::set_text(alarm->id, std::to_string(unit.id));
   orv::set_text(alarm->name, orv::text_of(unit.name));
-  set_local_time(alarm->time, unit.time);
+  orv::set_text(alarm->time, orv::local_time_text(unit.time).value_or(""));
   orv::set_text(alarm->text, orv::text_of(unit.text));
   return true;
 }
@@ -74,14 +61,17 @@ int alarm_socket_get(tag_alarm_list* list, int socket) {
   orv::alarm_unit unit{};
   unit.command = orv::alarm_unit::get_alarms;
   if (!send_unit(socket, unit)) {
-    return log_exchange("Could not send pdu '%s' for '%s'", ORV_E_ALARM_SEND);
+    return orv::log_reason(ORV_E_ALARM_SEND, "Could not send pdu '%s' for '%s'",
+                           orv::alarm_daemon_path);
   }
   if (!receive_unit(socket, unit)) {
-    return log_exchange("Could not recv pdu '%s' for '%s'", ORV_E_ALARM_REPLY);
+    return orv::log_reason(ORV_E_ALARM_REPLY, "Could not recv pdu '%s' for '%s'",
+                           orv::alarm_daemon_path);
   }
   for (unsigned left = unit.count(); left > 0; --left) {
     if (!receive_unit(socket, unit) || !add_alarm(list, unit)) {
-      return log_exchange("Could not recv item '%s' for '%s'", ORV_E_ALARM_ITEM);
+      return orv::log_reason(ORV_E_ALARM_ITEM, "Could not recv item '%s' for '%s'",
+                             orv::alarm_daemon_path);
     }
     if (unit.ends_the_list()) break;
   }

@@ -1,18 +1,17 @@
 #include "system/alarm_socket.h"
 
 #include <orv/alarm.h>
-#include <orv/support.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
-#include <cstring>
 #include <string>
 #include <string_view>
 
 #include "common/handles.h"
+#include "system/reason_log.h"
 
 namespace {
 
@@ -45,22 +44,18 @@ bool connect_to(int socket, const char* path) {
   return result == 0;
 }
 
-int log_socket(const char* form, const char* path, int code) {
-  liborv_log_error(form, path, std::strerror(errno));
-  return code;
-}
-
 }  // namespace
 
 int alarm_socket_open() {
   const std::string own_path = std::string(orv::alarm_daemon_path) + '.' + std::to_string(getpid());
   orv::unique_descriptor client(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   if (!client || !bind_to(client.get(), own_path)) {
-    return log_socket("Could not bind to socket %s for '%s'", own_path.c_str(), ORV_E_ALARM_BIND);
+    return orv::log_reason(ORV_E_ALARM_BIND, "Could not bind to socket %s for '%s'",
+                           own_path.c_str());
   }
   if (!connect_to(client.get(), orv::alarm_daemon_path)) {
-    return log_socket("Could not connect to socket %s for '%s'", orv::alarm_daemon_path,
-                      ORV_E_ALARM_CONNECT);
+    return orv::log_reason(ORV_E_ALARM_CONNECT, "Could not connect to socket %s for '%s'",
+                           orv::alarm_daemon_path);
   }
   return client.release();
 }

@@ -1,14 +1,13 @@
-#include <orv/support.h>
 #include <orv/system.h>
 #include <sys/time.h>
 
 #include <cerrno>
-#include <cstring>
 #include <ctime>
 #include <optional>
 
 #include "common/command.h"
 #include "common/log.h"
+#include "system/reason_log.h"
 
 namespace {
 
@@ -33,11 +32,6 @@ std::optional<std::time_t> seconds_of(const tag_datetime& time) {
   return seconds;
 }
 
-int log_clock(const char* form, int code) {
-  liborv_log_error(form, std::strerror(errno));
-  return code;
-}
-
 }  // namespace
 
 int systime_set(const tag_datetime* time) {
@@ -45,13 +39,13 @@ int systime_set(const tag_datetime* time) {
   timeval now{};
   struct timezone zone {};
   if (gettimeofday(&now, &zone) != 0) {
-    return log_clock("execute 'gettimeofday' error for '%s'\n", ORV_E_CLOCK_ZONE);
+    return orv::log_reason(ORV_E_CLOCK_ZONE, "execute 'gettimeofday' error for '%s'\n");
   }
   const auto seconds = seconds_of(*time);
   // The zone stays as it is: the system takes a time or a zone, never both at once.
   const timeval wanted{.tv_sec = seconds.value_or(0), .tv_usec = 0};
   if (!seconds || settimeofday(&wanted, nullptr) != 0) {
-    return log_clock("execute 'Settimeofday' error for '%s'\n", ORV_E_CLOCK_SET);
+    return orv::log_reason(ORV_E_CLOCK_SET, "execute 'Settimeofday' error for '%s'\n");
   }
   orv::status_of(orv::command("hwclock -u -w"));
   return ORV_OK;

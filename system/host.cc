@@ -6,6 +6,7 @@
 #include "common/handles.h"
 #include "common/log.h"
 #include "system/buffer.h"
+#include "system/local_time.h"
 
 namespace {
 
@@ -30,14 +31,10 @@ int starttime_get(char* buffer, int size) {
 
 int systime_get(char* buffer, int size) {
   if (!orv::is_usable(buffer, size)) return orv::log_failure(ORV_E_CLOCK);
-  tzset();  // localtime_r alone goes on with the time zone that it has first seen
   const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  if (now == static_cast<std::time_t>(-1) || localtime_r(&now, &local) == nullptr) {
-    return orv::log_failure(ORV_E_CLOCK);
-  }
-  char text[64] = "";
-  std::strftime(text, sizeof text, "%Y-%m-%d %T", &local);
-  liborv_strncpy(buffer, size, text);
+  if (now == static_cast<std::time_t>(-1)) return orv::log_failure(ORV_E_CLOCK);
+  const auto text = orv::local_time_text(now);
+  if (!text) return orv::log_failure(ORV_E_CLOCK);
+  liborv_strncpy(buffer, size, text->c_str());
   return ORV_OK;
 }

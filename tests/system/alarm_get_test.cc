@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -10,6 +11,7 @@
 #include <ctime>
 
 #include "tests/system/alarm_daemon.h"
+#include "tests/system/no_more_descriptors.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -81,9 +83,16 @@ TEST_F(alarm_get_test, a_process_can_ask_again_and_again_and_its_path_stays) {
 
 TEST_F(alarm_get_test, time_is_local) {
   setenv("TZ", "JST-9", 1);
-  tzset();
   alarm_daemon daemon(machine);
   daemon.has("7|1267430400|disk|x\n");
+  EXPECT_THAT(ask().second, ElementsAre("7|2010-03-01 17:00:00|disk|x"));
+}
+
+TEST_F(alarm_get_test, time_follows_a_change_of_the_time_zone) {
+  alarm_daemon daemon(machine);
+  daemon.has("7|1267430400|disk|x\n");
+  EXPECT_THAT(ask().second, ElementsAre("7|2010-03-01 08:00:00|disk|x"));
+  setenv("TZ", "JST-9", 1);
   EXPECT_THAT(ask().second, ElementsAre("7|2010-03-01 17:00:00|disk|x"));
 }
 
@@ -223,6 +232,31 @@ TEST_F(alarm_get_test, opens_a_connection_from_the_path_of_the_process) {
   EXPECT_EQ(std::string(name.sun_path), "/dev/" + own_path());
   EXPECT_EQ(fcntl(socket, F_GETFD), FD_CLOEXEC);
   close(socket);
+}
+
+TEST_F(alarm_get_test, two_processes_can_be_connected_at_once) {
+  const alarm_daemon daemon(machine);
+  const int socket = alarm_socket_open();
+  ASSERT_GE(socket, 0);
+  const pid_t other = fork();
+  if (other == 0) _exit(alarm_socket_open() >= 0 ? 0 : 1);
+  int status = -1;
+  ASSERT_EQ(waitpid(other, &status, 0), other);
+  EXPECT_EQ(status, 0);
+  EXPECT_THAT(machine.list("/dev"),
+              testing::IsSupersetOf({own_path(), "alarm.socket." + std::to_string(other)}));
+  close(socket);
+}
+
+TEST_F(alarm_get_test, socket_that_cannot_be_made_is_reported) {
+  EXPECT_EQ(alarm_socket_open(), -1080);  // which opens the log
+  machine.forget();
+  {
+    const no_more_descriptors left;
+    EXPECT_EQ(alarm_get(&list), -1081);
+  }
+  EXPECT_EQ(machine.log(),
+            "Could not bind to socket /dev/" + own_path() + " for 'Too many open files'");
 }
 
 TEST_F(alarm_get_test, list_that_is_missing_asks_nothing) {

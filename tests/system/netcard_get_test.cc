@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "tests/system/netcard_list.h"
+#include "tests/system/no_more_descriptors.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -104,6 +105,15 @@ TEST_F(netcard_get_test, alias_without_its_base_is_left_out_and_told) {
 
 TEST_F(netcard_get_test, machine_without_a_network_has_no_cards) {
   EXPECT_THAT(listed(), IsEmpty());
+}
+
+TEST_F(netcard_get_test, socket_that_cannot_be_made_is_told) {
+  {
+    const no_more_descriptors left;
+    EXPECT_EQ(netcard_get(&list), -1);
+  }
+  EXPECT_EQ(machine.output(), "ioctl error: 24\n");
+  EXPECT_THAT(cards(), IsEmpty());
 }
 
 TEST_F(netcard_get_test, missing_interfaces_file_is_told_for_every_card) {
