@@ -25,7 +25,7 @@ int sys_user_delete(const char* name) {
   orv::run(orv::command("smbpasswd -x %s", name));
   const int deleted = orv::run(orv::command("userdel %s", name));
   const int result = delete_from_user_file(orv::text_or_empty(name));
-  if (result != ORV_OK) return result;
+  // Whatever failed: an account that is gone stays gone.
   orv::save_account_files();
-  return deleted;
+  return result == ORV_OK ? deleted : result;
 }

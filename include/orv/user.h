@@ -108,11 +108,10 @@ ORV_API int set_users_to_conf(tag_user_info_list* list);
 ORV_API int sys_user_add(tag_user_info user);
 
 /// Deletes a user: its SMB user, its system account, and every record of its name in the user file;
-/// then commits the files that `sys_user_add` names. A failed command does not keep the others from
-/// being run.
-/// @return ORV_OK; ORV_E_COMMAND when "userdel" failed, everything else being done; ORV_E_USER_FILE
-///         when the user file cannot be read or written: it stays as it was and nothing is
-///         committed
+/// then commits the files that `sys_user_add` names. What fails does not keep the rest from being
+/// done.
+/// @return ORV_OK; ORV_E_USER_FILE when the user file cannot be read or written, and it stays as it
+///         was; else ORV_E_COMMAND when "userdel" failed
 ORV_API int sys_user_delete(const char* name);
 
 /// Deletes the user `oldname` as `sys_user_delete` does and adds the user given, with one commit at

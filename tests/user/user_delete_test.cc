@@ -81,8 +81,19 @@ TEST_F(user_delete, leaves_a_user_file_that_cannot_be_read) {
   machine.directory(user_file);
   EXPECT_EQ(sys_user_delete("bob"), ORV_E_USER_FILE);
   EXPECT_EQ(machine.commands().size(), 2U);
-  EXPECT_THAT(committed(), IsEmpty());
   EXPECT_EQ(machine.log(), "read_users_to_change:N return -2006 with Is a directory\n");
+}
+
+TEST_F(user_delete, commits_that_the_account_is_gone_whatever_the_user_file_says) {
+  machine.remove(user_file);
+  machine.directory(user_file);
+  machine.tool("userdel").on("eve").fails(6);
+  for (const char* const name : {"bob", "eve"}) {
+    EXPECT_EQ(sys_user_delete(name), ORV_E_USER_FILE);
+    EXPECT_THAT(committed(), ElementsAre("/etc/passwd", "/etc/shadow", "/etc/group", smb_file));
+    EXPECT_EQ(machine.read("/var/lib/orv/kept/etc/passwd"), machine.read("/etc/passwd"));
+    machine.remove("/var/lib/orv");
+  }
 }
 
 TEST_F(user_delete, makes_a_missing_user_file) {
