@@ -45,6 +45,19 @@ TEST_F(user_modify, saves_once_and_at_the_end) {
   EXPECT_THAT(committed(), ElementsAreArray(all_files()));
 }
 
+class user_modify_saving : public user_modify, public testing::WithParamInterface<int> {};
+
+// The copy that cannot be made would be there if its file were committed a second time.
+TEST_P(user_modify_saving, saves_each_of_the_five_files_exactly_once) {
+  sandbox::lines others = all_files();
+  if (GetParam() <= 5) others.erase(others.begin() + GetParam() - 1);
+  machine.fail("mkstemp", EMFILE, GetParam());
+  EXPECT_EQ(sys_user_modify("bob", request("ann", "secret")), ORV_OK);
+  EXPECT_THAT(committed(), ElementsAreArray(others));
+}
+
+INSTANTIATE_TEST_SUITE_P(of, user_modify_saving, testing::Range(1, 7));
+
 TEST_F(user_modify, gives_the_result_of_adding) {
   machine.tool("userdel").on("bob").fails(1);
   errno = 0;
