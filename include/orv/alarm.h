@@ -60,9 +60,8 @@ ORV_API int alarm_get(tag_alarm_list* list);
 ORV_API int get_alarminfo_from_socket(tag_alarm_list* list);
 
 /// Connects to the daemon.
-/// @return a descriptor that the caller closes; ORV_E_ALARM_BIND when the client's own socket
-/// cannot
-///         be made, ORV_E_ALARM_CONNECT when nothing listens; then nothing stays open
+/// @return a descriptor that the caller closes; ORV_E_ALARM_BIND when the client's own socket or
+///         path cannot be made, ORV_E_ALARM_CONNECT when nothing listens; then nothing stays open
 ORV_API int alarm_socket_open();
 
 /// Asks for the alarms on an open connection and appends them. The connection stays open; it serves

@@ -83,18 +83,16 @@ ORV_API int procinfo_get(const char* path);
 /// Sets the system clock, and then the hardware clock from it, to universal time. Fields out of
 /// range count on: February 30 is a day of March. Whether daylight saving time is in force is
 /// decided by the time zone. A hardware clock that cannot be set does not matter.
-/// @return ORV_OK; ORV_E_CLOCK_ZONE when the clock cannot be asked; ORV_E_CLOCK_SET when the time
-/// is
-///         beyond any calendar or the system does not take it; ORV_E_FAILED for NULL. The clocks
-///         are unchanged on failure.
+/// @return ORV_OK; ORV_E_CLOCK_ZONE when the clock cannot be asked; ORV_E_CLOCK_SET when the
+///         time is beyond any calendar or the system does not take it; ORV_E_FAILED for NULL. The
+///         clocks are unchanged on failure.
 ORV_API int systime_set(const tag_datetime* time);
 
 /// Stores the host name in "/etc/hostname", without a line end, and applies it. A control character
 /// in it becomes a blank.
-/// @return ORV_OK; ORV_E_HOSTNAME_OPEN, and nothing is changed; ORV_E_HOSTNAME_WRITE, and the file
-/// is
-///         empty or cut; ORV_E_HOSTNAME_SET when the system does not take the name, which is in the
-///         file already: a name longer than 64 bytes, for one
+/// @return ORV_OK; ORV_E_HOSTNAME_OPEN, and nothing is changed; ORV_E_HOSTNAME_WRITE, and the
+///         file is empty or cut; ORV_E_HOSTNAME_SET when the system does not take the name, which
+///         is in the file already: a name longer than 64 bytes, for one
 ORV_API int hostname_set(const char* name);
 
 #endif
