@@ -53,6 +53,18 @@ TEST_F(smart_detail, is_seven_attributes_of_the_table) {
   EXPECT_THAT(machine.open_descriptors(), IsEmpty());
 }
 
+TEST_F(smart_detail, is_read_from_the_present_smartctl) {
+  machine.tool(smartctl).on("...").prints(fixture("smartctl/attributes.txt")).times(1);
+  EXPECT_EQ(get_smart_detail(&disk), ORV_OK);
+  EXPECT_THAT(attributes_of(disk),
+              ElementsAre("1|Raw_Read_Error_Rate|100|100|6|0|-", "3|Spin_Up_Time|100|100|0|16|-",
+                          "5|Reallocated_Sector_Ct|100|100|36|0|-"));
+  machine.tool(smartctl).on("...").prints(fixture("smartctl/no_smart.txt"));
+  EXPECT_EQ(get_smart_detail(&disk), ORV_OK);
+  EXPECT_EQ(attributes_of(disk).size(), 3U);
+  EXPECT_EQ(machine.log(), "");
+}
+
 TEST_F(smart_detail, begins_with_line_18_of_the_output) {
   const std::string line = smartctl_line("1", "Spin_Up_Time");
   machine.tool(smartctl).on("...").prints(other_lines(17) + line).times(1);

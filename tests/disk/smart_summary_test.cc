@@ -37,6 +37,21 @@ TEST_F(smart_summary, is_what_smartctl_prints) {
   EXPECT_THAT(machine.open_descriptors(), IsEmpty());
 }
 
+// The present smartctl says nothing of an ATA standard.
+TEST_F(smart_summary, is_read_from_the_present_smartctl) {
+  EXPECT_EQ(read(fixture("smartctl/summary.txt")), ORV_OK);
+  EXPECT_THAT(texts(),
+              ElementsAre("QEMU HARDDISK", "ata", "2.5+", "67,108,864 bytes [67.1 MB]", "ATA/ATA",
+                          "NaN", "Available - device has SMART capability.", "Enabled", "PASSED"));
+  EXPECT_EQ(machine.log_lines().size(), 1U);
+}
+
+TEST_F(smart_summary, of_a_real_disk_without_smart_has_no_health) {
+  EXPECT_EQ(read(fixture("smartctl/no_smart.txt")), -1);
+  EXPECT_THAT(texts(), ElementsAre("NaN", "NaN", "NaN", "209,715,200 bytes [209 MB]", "NaN", "NaN",
+                                   "Unavailable - device lacks SMART capability.", "NaN", "NaN"));
+}
+
 TEST_F(smart_summary, status_of_the_tool_does_not_count) {
   machine.tool(smartctl).prints(summary_output).fails(8);
   EXPECT_EQ(get_smart(&disk), ORV_OK);
