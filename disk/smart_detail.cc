@@ -1,14 +1,12 @@
 #include <orv/disk.h>
-#include <orv/support.h>
 
 #include <string>
+#include <vector>
 
-#include "common/families.h"
-#include "common/line_reader.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "disk/smart_attributes.h"
 #include "disk/smart_names.h"
-#include "disk/smart_output.h"
 
 // A line of smartctl's attribute table:
 //
@@ -27,9 +25,6 @@ enum column : std::size_t {
   raw_column,
 };
 
-/// The output line, counted from 0, from which the table is looked for.
-constexpr int first_line = 18;
-
 /// The words of a line; one that the line does not have is empty.
 class table_row {
  public:
@@ -38,18 +33,18 @@ class table_row {
   std::string_view word(column place) const {
     return place < words_.size() ? words_[place] : std::string_view();
   }
-
-  /// The number in the word's first 4 characters: a larger one loses its last digits, as on every
-  /// device so far.
-  uint32_t number(column place) const {
-    return static_cast<uint32_t>(orv::leading_number(word(place).substr(0, 4)));
-  }
+  uint32_t number(column place) const { return orv::short_number(word(place)); }
 
  private:
   std::vector<std::string_view> words_;
 };
 
-void fill_attribute(tag_disksmart_info& attribute, const table_row& row) {
+bool is_reported(std::string_view line) {
+  return orv::is_reported(table_row(line).word(name_column), &orv::smart_name::smartctl);
+}
+
+void fill(tag_disksmart_info& attribute, std::string_view line, int /*number*/) {
+  const table_row row(line);
   orv::set_text(attribute.id, row.word(id_column));
   orv::set_text(attribute.attr_name, row.word(name_column));
   attribute.value = row.number(value_column);
@@ -59,31 +54,13 @@ void fill_attribute(tag_disksmart_info& attribute, const table_row& row) {
   attribute.raw = row.number(raw_column);
 }
 
-/// Appends the attributes of the table; false without memory.
-bool add_attributes(tag_disksmart_list* attributes, FILE* file) {
-  orv::line_reader reader(file);
-  std::size_t found = 0;
-  for (int line = 0; found < orv::most_attributes && reader.next(); ++line) {
-    if (line < first_line) continue;
-    const table_row row(reader.line());
-    if (!orv::is_reported(row.word(name_column), &orv::smart_name::smartctl)) continue;
-    tag_disksmart_info* const attribute = orv::append(attributes);
-    if (attribute == nullptr) return false;
-    fill_attribute(*attribute, row);
-    ++found;
-  }
-  return true;
-}
+/// The table is looked for behind the disk's identity and health.
+constexpr orv::smart_format table = {.first_line = 18, .is_reported = is_reported, .fill = fill};
 
 }  // namespace
 
 int get_smart_detail_value(FILE* fp, int line, tag_disksmart_info* rec) {
-  if (rec == nullptr) return orv::log_missing_argument();
-  char text[orv::line_reader::capacity] = "";
-  const int result = get_line_from_file(fp, nullptr, line, nullptr, text, sizeof text);
-  if (result != 0) return orv::log_failure(result);
-  fill_attribute(*rec, table_row(text));
-  return ORV_OK;
+  return orv::fill_attribute(rec, fp, line, table);
 }
 
 int get_smart_detail(tag_disk_info* disk) {
@@ -93,10 +70,5 @@ int get_smart_detail(tag_disk_info* disk) {
   const orv::command ask(
       "/usr/local/sbin/smartctl -d marvell -T permissive -Hi --attributes /dev/%s > %s", name,
       output.path());
-  const int result = output.read(ask, ORV_E_SMART_DETAIL);
-  if (result != ORV_OK) return result;
-  if (!add_attributes(&disk->smart_list, output.file())) {
-    return orv::log_failure(ORV_E_SMART_DETAIL);
-  }
-  return ORV_OK;
+  return orv::append_attributes(&disk->smart_list, output, ask, table);
 }
