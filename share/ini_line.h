@@ -26,6 +26,9 @@ inline bool has_two_equals(std::string_view line) {
   return after(line, '=').find('=') != std::string_view::npos;
 }
 
+/// The section of a Samba file that is no share.
+inline constexpr std::string_view global_section = "global";
+
 struct ini_setting {
   std::string_view key;
   std::string_view value;

@@ -28,9 +28,11 @@ int read_parked(const orv::share_mode& file, tag_shareconf_list* list) {
 
 /// The file is rewritten also when the share is not there.
 int remove_parked(const orv::share_mode& file, const char* name) {
-  errno = EINVAL;
   const std::string stored = orv::stored_name(orv::text_or_empty(name));
-  if (stored.empty()) return ORV_E_FAILED;
+  if (stored.empty()) {
+    errno = EINVAL;
+    return ORV_E_FAILED;
+  }
   orv::locked_files locks;
   orv::share_file parked(&file, locks);
   const int opened = parked.open(ORV_E_SERVICE_LOCKED);
@@ -52,6 +54,7 @@ int complete_from_recycle_files(tag_shareconf_list* list) {
   int result = read_parked(samba_at(orv::smb_recy_path), parked.get());
   if (result == ORV_OK) result = read_parked(nfs_at(orv::exports_recy_path), parked.get());
   if (result != ORV_OK) return result;
+  orv::store_names(parked.get());
   const orv::share_index by_name(parked.get(), &tag_share_config::name);
   for (tag_share_config& share : orv::records(list)) {
     if (!orv::text_of(share.service).empty()) continue;

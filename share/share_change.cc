@@ -6,9 +6,17 @@
 
 #include "common/log.h"
 #include "common/text.h"
+#include "share/ini_line.h"
 #include "share/share_text.h"
 
 namespace orv {
+namespace {
+
+void store_name(tag_share_config& share) {
+  set_text(share.name, stored_name(text_of(share.name), text_of(share.service)));
+}
+
+}  // namespace
 
 locked_files::~locked_files() {
   const int reason = errno;
@@ -32,7 +40,9 @@ int share_file::open(int not_locked) {
   }
   file_ = locks_.lock(row_->path);
   if (file_ < 0) return not_locked;
-  return row_->read(file_, shares_.get()) == ORV_OK ? ORV_OK : ORV_E_SHARES_READ;
+  if (row_->read(file_, shares_.get()) != ORV_OK) return ORV_E_SHARES_READ;
+  store_names(shares_.get());
+  return ORV_OK;
 }
 
 bool is_request(const tag_share_config* share) {
@@ -40,13 +50,17 @@ bool is_request(const tag_share_config* share) {
   const std::string name = stored_name(text_of(share->name));
   const share_mode* const row = find_mode(share_mode_table, text_of(share->service));
   const bool is_for_samba = row != nullptr && row->read == get_share_from_smb;
-  return !name.empty() && !(is_for_samba && equal_ignoring_case(name, "global"));
+  return !name.empty() && !(is_for_samba && equal_ignoring_case(name, global_section));
 }
 
 tag_share_config as_stored(const tag_share_config& share) {
   tag_share_config request = share;
-  set_text(request.name, stored_name(text_of(share.name), text_of(share.service)));
+  store_name(request);
   return request;
+}
+
+void store_names(tag_shareconf_list* list) {
+  for (tag_share_config& share : records(list)) store_name(share);
 }
 
 std::string take_service(tag_share_config& share) {

@@ -72,6 +72,10 @@ bool is_request(const tag_share_config* share);
 /// A request under the name by which the share files know the share.
 tag_share_config as_stored(const tag_share_config& share);
 
+/// Gives the shares of a list the names by which the share files know them: what was exported as
+/// "/mnt/a=b" is the share "a b" of "/etc/sharefolder.conf".
+void store_names(tag_shareconf_list* list);
+
 /// Clears a request's service. @return the service word that it had
 std::string take_service(tag_share_config& share);
 

@@ -12,9 +12,9 @@ namespace orv {
 /// A value with blanks for its control characters but tab, and for the characters of `unfit`.
 std::string fit_value(std::string_view value, std::string_view unfit = "");
 
-/// A value of a "key = value" line. "\" at its end, with which Samba would go on in the next line,
-/// becomes a blank too.
-std::string setting_value(std::string_view value);
+/// A value of a "key = value" line of a Samba file. "\" at its end, with which Samba would go on in
+/// the next line, becomes a blank too.
+std::string samba_value(std::string_view value);
 
 /// A share's name as "/etc/sharefolder.conf" and the Samba files hold it. The name of an iSCSI
 /// target, which is one word, has "_" for blanks.
@@ -28,7 +28,7 @@ std::string_view whole_items(std::string_view list, std::size_t room);
 /// Appends "[NAME]" as a line. A section without a name is still one: "[ ]".
 void append_section(std::string& text, std::string_view name);
 
-/// Appends an indented "key = value" line.
+/// Appends an indented "key = value" line, of which the key has the only "=".
 void append_setting(std::string& text, std::string_view key, std::string_view value);
 
 }  // namespace orv

@@ -17,8 +17,6 @@
 
 namespace {
 
-constexpr std::string_view global_section = "global";
-
 void apply(tag_share_config& share, const orv::ini_setting& setting) {
   if (setting.key == "comment") {
     orv::fill_once(share.comment, setting.value);
@@ -49,7 +47,7 @@ class reader {
   int begin_section(std::string_view line) {
     const auto name = orv::section_name(line);
     if (!name) return orv::senseless_line();
-    in_global_section_ = *name == global_section;
+    in_global_section_ = *name == orv::global_section;
     if (in_global_section_) return ORV_OK;
     share_ = orv::append(list_);
     if (share_ == nullptr) return ORV_E_SHARE_READ;
@@ -68,16 +66,17 @@ class reader {
 void append_share(std::string& text, const tag_share_config& share, std::string_view right_key) {
   constexpr std::string_view users_key = "valid users";
   constexpr std::size_t users_room = orv::longest_share_line - 7 - users_key.size();
-  if (orv::equal_ignoring_case(orv::stored_name(orv::text_of(share.name)), global_section)) return;
-  orv::append_section(text, orv::text_of(share.name));
-  orv::append_setting(text, "comment", orv::text_of(share.comment));
-  orv::append_setting(text, "path", orv::text_of(share.path));
+  const std::string name = orv::stored_name(orv::text_of(share.name));
+  if (orv::equal_ignoring_case(name, orv::global_section)) return;
+  orv::append_section(text, name);
+  orv::append_setting(text, "comment", orv::samba_value(orv::text_of(share.comment)));
+  orv::append_setting(text, "path", orv::samba_value(orv::text_of(share.path)));
   orv::append_setting(text, "public", "yes");
   orv::append_setting(text, right_key, share.writable == 1 ? "yes" : "no");
   orv::append_setting(text, "printable", "no");
   orv::append_setting(text, "create mask", "0777");
-  orv::append_setting(text, users_key,
-                      orv::whole_items(orv::text_of(share.valid_users), users_room));
+  const std::string_view users = orv::whole_items(orv::text_of(share.valid_users), users_room);
+  orv::append_setting(text, users_key, orv::samba_value(users));
 }
 
 void append_live_share(std::string& text, const tag_share_config& share) {

@@ -98,7 +98,9 @@ TEST_F(odd_values, of_names_mean_the_same_share_to_every_operation) {
       set_field(share.path, "/mnt/" + std::string(share.name));
       EXPECT_EQ(share_add(&share), ORV_OK);
       expect_two(service);
-      if (service == "nfs") continue;  // an export's name is the last part of its path
+      if (service == "nfs" && value.find('/') != std::string::npos) {
+        continue;  // an export's name is the last part of its path
+      }
       EXPECT_EQ(share_add(&share), service == "ftp" ? ORV_OK : ORV_E_SHARE_EXISTS);
       expect_two(service);
       EXPECT_EQ(share_mod(&share), service == "ftp" ? ORV_E_NO_SHARE : ORV_OK);
@@ -116,7 +118,48 @@ TEST_F(odd_values, are_written_with_blanks_where_a_file_cannot_hold_them) {
   EXPECT_EQ(share_add(&share), ORV_OK);
   EXPECT_EQ(shares(),
             "[a  b c]\n    sharename = a  b c\n    path = /mnt/  \n    size = 7\n    samba = 1\n"
-            "    nfs = 0\n    ftp = 0\n    iscsi = 0\n    comment = 1 2 3\t[4] \n");
+            "    nfs = 0\n    ftp = 0\n    iscsi = 0\n    comment = 1 2 3\t[4]\\\n");
+  EXPECT_THAT(smb(),
+              testing::HasSubstr("[a  b c]\n    comment = 1 2 3\t[4] \n    path = /mnt/  \n"));
+}
+
+TEST_F(odd_values, in_recycle_files_add_no_share_and_name_the_same_one) {
+  for (const std::string service : {"samba", "nfs"}) {
+    const char* const path = service == "nfs" ? exports_recy_path : smb_recy_path;
+    const share_reader reader = service == "nfs" ? get_share_from_nfs : get_share_from_smb;
+    for (const std::string& value : values()) {
+      const bool is_nothing = value.find_first_not_of('=') == std::string::npos;
+      if (is_nothing || value.find('/') != std::string::npos || value == "global") continue;
+      SCOPED_TRACE(service + ": " + value);
+      begin(service);
+      machine.file(path, "");
+      const auto request = [&] {
+        tag_share_config share = a_share(value, service);
+        set_field(share.path, "/mnt/" + std::string(share.name));
+        set_field(share.comment, value);
+        set_field(share.valid_users, value);
+        return share;
+      };
+      tag_share_config share = request();
+      EXPECT_EQ(share_add(&share), ORV_OK);
+      EXPECT_EQ(share_set_use(&share), ORV_OK);
+      EXPECT_EQ(names_in(path, reader).size(), 1U);
+      share = request();
+      EXPECT_EQ(share_recy_mod(&share), ORV_OK);
+      EXPECT_EQ(names_in(path, reader).size(), 1U);
+      EXPECT_EQ(names_in(shares_path, get_share_from_conf).size(), 2U);
+      share_list listed;
+      const open_file file(shares_path);
+      EXPECT_EQ(get_share_from_conf(file.number(), listed.get()), ORV_OK);
+      listed.records().at(1)->writable = 7;
+      EXPECT_EQ(get_shareinfo_from_recy(listed.get()), ORV_OK);
+      EXPECT_EQ(listed.records().at(1)->writable, 1);
+      EXPECT_EQ(share_recy_del(share.name), service == "nfs" ? ORV_OK : ORV_E_NO_SHARE);
+      EXPECT_THAT(names_in(path, reader), testing::IsEmpty());
+      EXPECT_EQ(forbid_share_del(share.name), ORV_E_NO_SHARE);
+      EXPECT_EQ(names_in(shares_path, get_share_from_conf), sandbox::lines{"first"});
+    }
+  }
 }
 
 TEST_F(odd_values, of_user_lists_end_at_a_whole_user) {

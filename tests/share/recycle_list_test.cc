@@ -124,6 +124,16 @@ TEST_F(recycle_list, of_nfs_stays_when_that_of_samba_fails) {
   EXPECT_EQ(nfs(), exported("a"));
 }
 
+TEST_F(recycle_list, of_an_export_is_known_by_the_name_in_the_share_list) {
+  nfs("/mnt/a=b 10.0.0.1(rw)\n");
+  share_list list;
+  list.add(a_share("a b", ""));
+  EXPECT_EQ(get_shareinfo_from_recy(list.get()), ORV_OK);
+  EXPECT_STREQ(list.only().valid_users, "10.0.0.1");
+  EXPECT_EQ(share_recy_del("a b"), ORV_OK);
+  EXPECT_EQ(nfs(), "");
+}
+
 // --- Completion of records -----------------------------------------------------------------------
 
 TEST_F(recycle_list, completes_shares_out_of_use) {

@@ -24,6 +24,15 @@ TEST_F(share_removal, takes_a_stamped_target_by_its_plain_name) {
   EXPECT_THAT(machine.read(ietd_path), testing::StartsWith("Target iqn.2006-05.org.orv:w.1\n"));
 }
 
+TEST_F(share_removal, leaves_no_export_whose_path_the_share_list_cannot_hold) {
+  tag_share_config share = a_share("a=b", "nfs");
+  EXPECT_EQ(share_add(&share), ORV_OK);
+  EXPECT_EQ(exports(), exported("a=b"));
+  EXPECT_EQ(share_del("a=b", "nfs"), ORV_OK);
+  EXPECT_EQ(shares(), "");
+  EXPECT_EQ(exports(), "");
+}
+
 TEST_F(share_removal, of_an_ftp_share_changes_the_share_list_only) {
   shares(listed("a", "ftp"));
   EXPECT_EQ(share_del("unknown", "Ftp"), ORV_OK);
