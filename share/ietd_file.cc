@@ -1,12 +1,12 @@
 #include <ctime>
 #include <string>
 
-#include "common/families.h"
 #include "common/fields.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "share/rewrite.h"
 #include "share/share_lines.h"
+#include "share/share_list.h"
 #include "share/share_paths.h"
 #include "share/share_text.h"
 #include "share/user_passwords.h"
@@ -30,9 +30,9 @@ class reader {
     if (line.starts_with("Target")) return begin_target(orv::after(first_word_of(line, 1), ':'));
     if (share_ == nullptr) return ORV_OK;
     if (line.starts_with("IncomingUser")) {
-      add_user(first_word_of(line, 1));
+      orv::append_user(*share_, first_word_of(line, 1));
     } else if (line.starts_with("Lun")) {
-      orv::set_text(share_->path, orv::before(orv::after(orv::from_field(line, " ", 2), '='), ","));
+      take_path(orv::from_field(line, " ", 2));
     }
     return ORV_OK;
   }
@@ -53,10 +53,10 @@ class reader {
     return ORV_OK;
   }
 
-  void add_user(std::string_view user) {
-    std::string users(orv::text_of(share_->valid_users));
-    if (!users.empty()) users += ',';
-    orv::set_text(share_->valid_users, users.append(user));
+  /// The path in "Path=/mnt/a,Type=fileio,IOMode=wb".
+  void take_path(std::string_view options) {
+    if (options.find('=') == std::string_view::npos) return;
+    orv::set_text(share_->path, orv::before(orv::after(options, '='), ","));
   }
 
   tag_shareconf_list* list_;

@@ -1,10 +1,8 @@
 #include <orv/share.h>
 
-#include <string>
 #include <unordered_map>
 
 #include "common/captured_output.h"
-#include "common/families.h"
 #include "common/line_reader.h"
 #include "common/log.h"
 #include "common/text.h"
@@ -24,14 +22,6 @@ std::string_view share_name(std::string_view line) {
   return parts.size() < 2 ? std::string_view() : orv::trimmed(orv::without_stamp(parts[1]));
 }
 
-/// Appends a user to the share's list, unless it would have to be cut: half a name is another user.
-void add_user(tag_share_config& share, std::string_view user) {
-  std::string users(orv::text_of(share.valid_users));
-  if (!users.empty()) users += ',';
-  users += user;
-  if (users.size() < sizeof share.valid_users) orv::set_text(share.valid_users, users);
-}
-
 /// Reads the target's configuration: below each target its users.
 class reader {
  public:
@@ -45,7 +35,7 @@ class reader {
     if (words[0] == "Target") {
       begin_target(share_name(line));
     } else if (words[0] == "IncomingUser" && words.size() > 1 && share_ != nullptr) {
-      add_user(*share_, words[1]);
+      orv::append_user(*share_, words[1]);
     }
   }
 

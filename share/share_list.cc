@@ -1,6 +1,7 @@
 #include "share/share_list.h"
 
 #include <cstring>
+#include <string>
 
 #include "common/log.h"
 #include "common/text.h"
@@ -45,6 +46,14 @@ tag_share_config* append_copy(tag_shareconf_list* list, const tag_share_config& 
   set_text(copy->service, text_of(share.service));
   take_settings(*copy, share);
   return copy;
+}
+
+void append_user(tag_share_config& share, std::string_view user) {
+  if (user.empty()) return;
+  std::string users(text_of(share.valid_users));
+  if (!users.empty()) users += ',';
+  users += user;
+  if (users.size() < sizeof share.valid_users) set_text(share.valid_users, users);
 }
 
 std::string_view without_stamp(std::string_view name) { return before(name, "."); }

@@ -13,6 +13,9 @@ namespace orv {
 /// @return the new record, or NULL without memory
 tag_share_config* append_copy(tag_shareconf_list* list, const tag_share_config& share);
 
+/// Appends a user to a share's list, unless it would have to be cut: half a name is another user.
+void append_user(tag_share_config& share, std::string_view user);
+
 /// A name as iSCSI shares are compared by: up to the first ".", where the time stamp begins.
 std::string_view without_stamp(std::string_view name);
 

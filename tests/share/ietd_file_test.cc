@@ -81,6 +81,18 @@ TEST_F(ietd_file, passes_over_what_belongs_to_no_target) {
               ElementsAre("v||/b|iscsi||rw"));
 }
 
+TEST_F(ietd_file, keeps_what_it_has_when_a_line_says_nothing) {
+  EXPECT_THAT(read_back("Target iqn.x:v\nIncomingUser ann pw\nIncomingUser\nLun 0 Path=/a\n"
+                        "Lun 1 Type\nLun 2\tPath=/b\n"),
+              ElementsAre("v||/a|iscsi|ann|rw"));
+}
+
+TEST_F(ietd_file, cuts_the_stamp_of_a_long_name_when_it_is_read) {
+  const std::string name(20, 'n');
+  EXPECT_THAT(read_back("Target iqn.x:" + name + ".20240102030405\n"),
+              ElementsAre(name + ".20240102030|||iscsi||rw"));
+}
+
 TEST_F(ietd_file, takes_key_words_as_prefixes_and_ignores_short_lines) {
   EXPECT_THAT(read_back("TargetX iqn.x:v\nLunar 0 Path=/a\nIncomingUsers ann\nTarget:\nLun 0 x\n"),
               ElementsAre("v||/a|iscsi|ann|rw"));
@@ -92,7 +104,8 @@ TEST_F(ietd_file, cuts_names_paths_and_users_to_their_fields) {
   for (int i = 0; i < 20; ++i) text += "IncomingUser " + std::string(20, 'u') + "\n";
   const auto found = read_back(text);
   ASSERT_EQ(found.size(), 1U);
-  EXPECT_EQ(found[0].size(), 32U + 2 + 127 + 1 + 5 + 1 + 255 + 3);
+  const std::size_t twelve_whole_users = 12 * 20 + 11;
+  EXPECT_EQ(found[0].size(), 32U + 2 + 127 + 1 + 5 + 1 + twelve_whole_users + 3);
 }
 
 TEST_F(ietd_file, has_names_of_one_word) {
