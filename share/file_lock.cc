@@ -11,9 +11,11 @@ constexpr off_t from_start = 0;
 constexpr off_t to_end = 0;
 
 bool could_lock(int file, int type) {
-  const pid_t holder = lock_test(file, type, from_start, SEEK_SET, to_end);
-  if (holder != 0 && holder != -1) errno = EAGAIN;
-  return holder == 0;
+  const int reason = errno;
+  errno = EAGAIN;  // of a lock that has a holder; a failure gives its own
+  if (lock_test(file, type, from_start, SEEK_SET, to_end) != 0) return false;
+  errno = reason;
+  return true;
 }
 
 bool lock_whole(int file) {
@@ -24,7 +26,10 @@ bool lock_whole(int file) {
 }  // namespace
 
 int lock_sharefile(const char* path) {
-  if (path == nullptr) return ORV_E_FAILED;
+  if (path == nullptr) {
+    errno = EINVAL;
+    return ORV_E_FAILED;
+  }
   const int file = open(path, O_RDWR | O_CREAT | O_CLOEXEC, S_IRWXU);
   if (file < 0) return ORV_E_SHARE_OPEN;
   if (lock_whole(file)) return file;

@@ -1,5 +1,7 @@
 #include <sys/stat.h>
 
+#include <cerrno>
+
 #include "tests/share/share_machine.h"
 
 using file_lock = share_test;
@@ -51,6 +53,16 @@ TEST_F(file_lock, does_not_wait_for_another_process) {
   const int file = lock_sharefile("/etc/exports");
   EXPECT_GE(file, 0);
   close(file);
+}
+
+TEST_F(file_lock, gives_way_to_a_lock_that_no_process_holds) {
+  const open_file file("/etc/exports");
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  ASSERT_EQ(fcntl(file.number(), F_OFD_SETLK, &lock), 0);
+  errno = 0;
+  EXPECT_EQ(lock_sharefile("/etc/exports"), -2062);
+  EXPECT_EQ(errno, EAGAIN);
 }
 
 TEST_F(file_lock, of_this_process_excludes_nobody_in_it) {
