@@ -23,33 +23,41 @@ TEST_F(many_shares, take_one_more_without_delay) {
   EXPECT_EQ(names_in(shares_path, get_share_from_conf).back(), "new");
 }
 
-/// Adds shares until so many were added. @return how often it was told that a file was locked
-static int add_many(const std::string& prefix, int count) {
-  int refused = 0;
+/// Adds shares until so many were added. What is locked is asked for again; a share that was listed
+/// while its service was locked exists then.
+/// @return false when anything else went wrong
+static bool add_many(const std::string& prefix, const std::string& service, int count) {
   for (int i = 0; i < count;) {
-    tag_share_config share = a_share(prefix + std::to_string(i), "ftp");
+    tag_share_config share = a_share(prefix + std::to_string(i), service);
     const int result = share_add(&share);
-    if (result == ORV_OK) {
+    if (result == ORV_OK || result == ORV_E_SHARE_EXISTS) {
       ++i;
-    } else if (result == ORV_E_SHARES_LOCKED) {
-      ++refused;
-    } else {
-      _exit(1);
+    } else if (result != ORV_E_SHARES_LOCKED && result != ORV_E_SERVICE_LOCKED) {
+      return false;
     }
   }
-  return refused;
+  return true;
 }
 
-TEST_F(many_shares, of_two_processes_are_all_kept) {
-  constexpr int count = 100;
+/// Two processes add so many shares each at the same time.
+static void add_from_two_processes(const std::string& service, int count) {
   const pid_t other = fork();
-  if (other == 0) {
-    add_many("b", count);
-    _exit(0);
-  }
-  add_many("a", count);
+  if (other == 0) _exit(add_many("b", service, count) ? 0 : 1);
+  EXPECT_TRUE(add_many("a", service, count));
   int status = -1;
   EXPECT_EQ(waitpid(other, &status, 0), other);
   EXPECT_EQ(status, 0);
-  EXPECT_EQ(names_in(shares_path, get_share_from_conf).size(), 2U * count);
+}
+
+TEST_F(many_shares, of_two_processes_are_all_kept) {
+  add_from_two_processes("ftp", 100);
+  EXPECT_EQ(names_in(shares_path, get_share_from_conf).size(), 200U);
+}
+
+TEST_F(many_shares, of_two_processes_all_reach_their_service) {
+  add_from_two_processes("nfs", 50);
+  const auto listed = names_in(shares_path, get_share_from_conf);
+  EXPECT_EQ(listed.size(), 100U);
+  EXPECT_THAT(names_in(exports_path, get_share_from_nfs),
+              testing::UnorderedElementsAreArray(listed));
 }

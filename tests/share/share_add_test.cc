@@ -109,6 +109,12 @@ TEST_F(share_addition, changes_nothing_while_the_share_list_is_locked) {
   EXPECT_EQ(machine.log(), refusal("share_add", -2060, "Resource temporarily unavailable"));
 }
 
+TEST_F(share_addition, locks_the_share_list_first) {
+  const foreign_lock service(smb_path);
+  const foreign_lock list(shares_path);
+  EXPECT_EQ(add(a_share("a")), -2060);
+}
+
 TEST_F(share_addition, keeps_the_share_listed_while_the_service_is_locked) {
   const foreign_lock lock(exports_path, F_RDLCK);
   EXPECT_EQ(add(a_share("a", "nfs")), -2061);

@@ -87,6 +87,14 @@ TEST_F(share_parking, stops_where_a_file_cannot_be_locked_or_read) {
   EXPECT_EQ(park("a"), -2061);
 }
 
+TEST_F(share_parking, locks_the_live_file_before_the_recycle_file) {
+  shares(listed("a"));
+  machine.file(smb_recy_path, "[ab\n");
+  const foreign_lock live(smb_path);
+  EXPECT_EQ(park("a"), -2061);
+  EXPECT_EQ(machine.read(smb_recy_path), "[ab\n");
+}
+
 TEST_F(share_parking, stops_where_a_file_cannot_be_written) {
   shares(listed("a"));
   {

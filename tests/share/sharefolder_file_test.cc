@@ -61,6 +61,16 @@ TEST_F(sharefolder_file, is_read_as_it_was_written) {
                                            "c|of c|/mnt/c|||rw"));
 }
 
+TEST_F(sharefolder_file, of_a_share_out_of_use_is_all_zero_again) {
+  const std::string text = listed("a", "");
+  machine.file("/etc/read", text);
+  const open_file file("/etc/read");
+  share_list list;
+  EXPECT_EQ(get_share_from_conf(file.number(), list.get()), ORV_OK);
+  EXPECT_STREQ(list.only().service, "");
+  EXPECT_EQ(written(list), text);
+}
+
 TEST_F(sharefolder_file, takes_the_name_from_the_setting_not_from_the_section) {
   EXPECT_THAT(read_back("[x]\nsharename = a\n"), ElementsAre("a|||||rw"));
   EXPECT_THAT(read_back("[x]\n"), ElementsAre("|||||rw"));
