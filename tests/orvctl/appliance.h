@@ -2,19 +2,11 @@
 #define ORV_TESTS_ORVCTL_APPLIANCE_H
 
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "tests/orvctl/command_line.h"
 #include "tests/sandbox/sandbox.h"
-#include "tools/orvctl/run.h"
-
-/// What one command line of orvctl came to.
-struct outcome {
-  int status;
-  std::string out;
-  std::string err;
-};
 
 /// An appliance with four disks in the channels 1 to 4 of enclosure 1, which orvctl manages:
 ///  - sda, sdb and sdc are the raid5 md0, which carries the volume group vg1 with the pool "data"
@@ -40,18 +32,6 @@ class appliance : public sandbox_test {
   /// The same at a terminal, where the user types an answer.
   static outcome at_terminal(const std::string& words, const std::string& typed) {
     return run(split(words), typed, true);
-  }
-
-  static outcome run(const std::vector<std::string>& words, const std::string& typed,
-                     bool interactive) {
-    std::vector<const char*> arguments = {"orvctl"};
-    for (const std::string& word : words) arguments.push_back(word.c_str());
-    std::istringstream in(typed);
-    std::ostringstream out;
-    std::ostringstream err;
-    const int status = orvctl::run(static_cast<int>(arguments.size()), arguments.data(),
-                                   {in, out, err, interactive});
-    return {status, out.str(), err.str()};
   }
 
   /// What the shell was given besides questions.
@@ -84,13 +64,6 @@ class appliance : public sandbox_test {
   void changer(const char* path) { machine.tool(path).succeeds(); }
 
  private:
-  static std::vector<std::string> split(const std::string& words) {
-    std::istringstream rest(words);
-    std::vector<std::string> all;
-    for (std::string word; rest >> word;) all.push_back(word);
-    return all;
-  }
-
   void put_disks() {
     std::string driver = "Marvell SATA host adapter driver\nPCI location: bus 2, slot 1\n";
     for (int line = 2; line < 9; ++line) driver += "-\n";

@@ -28,11 +28,29 @@ constexpr const char* destroying[] = {
     "pool destroy vg1 data",
     "pool mkfs vg1 data",
     "fs rmdir /mnt/new",
+    "share delete data",
+    "share disable pub",
+    "share forget old",
+    "recycle delete kept",
+    "user delete ann",
 };
 
 }  // namespace
 
-using questions = appliance;
+class questions : public appliance {
+ protected:
+  questions() {
+    const std::string share = "    path = /mnt/x\n    ";
+    machine.file("/etc/sharefolder.conf", "[data]\n    sharename = data\n" + share +
+                                              "samba = 1\n[pub]\n    sharename = pub\n" + share +
+                                              "ftp = 1\n[old]\n    sharename = old\n" + share +
+                                              "nfs = 0\n");
+    machine.file("/etc/samba/smb.conf", "[global]\n[data]\n    path = /mnt/x\n");
+    machine.file("/etc/exports_recy", "/mnt/kept *(rw,sync,no_root_squash)\n");
+    machine.file("/etc/nas_userfile.conf", "ann||secret\n");
+    machine.file("/etc/passwd", "ann:x:1000:1000::/:/bin/nologin\n");
+  }
+};
 
 TEST_F(questions, without_a_terminal_need_yes_and_run_nothing) {
   for (const std::string words : destroying) {
@@ -121,6 +139,23 @@ TEST_F(questions, are_not_asked_when_the_losses_cannot_be_told) {
   EXPECT_EQ(got.status, 1);
   EXPECT_THAT(got.err, HasSubstr("ORV_E_COMMAND (-11000)"));
   EXPECT_THAT(changes(), IsEmpty());
+}
+
+TEST_F(questions, are_asked_before_the_machine_goes_down) {
+  machine.tool("halt").succeeds();
+  machine.tool("reboot").succeeds();
+  for (const std::string words : {"power off", "power reboot"}) {
+    const outcome got = orvctl(words);
+    EXPECT_EQ(got.status, 2);
+    EXPECT_THAT(got.err, HasSubstr("this ends the service of every client, and there is no "
+                                   "terminal to ask on\n"));
+    EXPECT_EQ(at_terminal(words, "n\n").status, 1);
+  }
+  EXPECT_THAT(machine.commands(), IsEmpty());
+  EXPECT_EQ(at_terminal("power off", "y\n").err,
+            "The machine is powered off.\nContinue? [y/N] The machine goes down.\n");
+  EXPECT_EQ(orvctl("power reboot --yes").err, "The machine goes down and starts again.\n");
+  EXPECT_THAT(machine.commands(), ElementsAre("halt", "reboot"));
 }
 
 TEST_F(questions, keep_standard_output_for_the_json_document) {

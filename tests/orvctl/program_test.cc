@@ -65,3 +65,20 @@ TEST(program, asks_nobody_without_a_terminal) {
   EXPECT_EQ(got.status, 2);
   EXPECT_THAT(got.text, HasSubstr("there is no terminal to ask on"));
 }
+
+TEST(program, reads_a_password_from_a_pipe) {
+  const std::string question = orvctl + " user check no-such-user-of-orv 2>&1";
+  const ended got = run("echo 'hidden rose' | " + question);
+  EXPECT_EQ(got.status, 3);
+  EXPECT_THAT(got.text, HasSubstr("ORV_E_NO_USER (-12001)"));
+  EXPECT_THAT(got.text, testing::Not(HasSubstr("rose")));
+  EXPECT_THAT(run(question + " < /dev/null").text, HasSubstr("no password was given"));
+}
+
+TEST(program, does_not_go_down_without_a_terminal) {
+  for (const std::string verb : {"off", "reboot"}) {
+    const ended got = run("yes | PATH=/none " + orvctl + " power " + verb + " 2>&1");
+    EXPECT_EQ(got.status, 2);
+    EXPECT_THAT(got.text, HasSubstr("there is no terminal to ask on"));
+  }
+}

@@ -23,7 +23,19 @@ const grammar nouns[] = {
     {"fs",
      {"list", "mount", "umount", "mounted", "mkdir", "rmdir", "table", "table-add", "table-remove",
       "check"}},
-    {"system", {"info", "codes"}},
+    {"share", {"list", "add", "modify", "delete", "disable", "enable", "forget"}},
+    {"recycle", {"list", "modify", "delete"}},
+    {"service", {"list", "start", "stop", "restart"}},
+    {"client", {"list"}},
+    {"ftp-limit", {"show", "set"}},
+    {"user", {"list", "add", "modify", "delete", "check"}},
+    {"smart", {"list", "show"}},
+    {"alarm", {"list"}},
+    {"net", {"list"}},
+    {"host", {"show", "set"}},
+    {"clock", {"show", "set"}},
+    {"power", {"off", "reboot"}},
+    {"system", {"info", "codes", "processes"}},
 };
 
 }  // namespace
@@ -65,10 +77,12 @@ TEST_F(usage, has_a_version) {
 }
 
 TEST_F(usage, names_the_commands_there_are) {
-  expect_refused({}, "a command is missing: one of disk, spare, raid, vg, pool, fs, system");
+  const std::string all =
+      "disk, spare, raid, vg, pool, fs, share, recycle, service, client, ftp-limit, user, smart, "
+      "alarm, net, host, clock, power, system";
+  expect_refused({}, "a command is missing: one of " + all);
   expect_refused({"spare"}, "spare: a command is missing: one of list, add, remove");
-  expect_refused({"sparse", "list"},
-                 "there is no command 'sparse' but disk, spare, raid, vg, pool, fs, system");
+  expect_refused({"sparse", "list"}, "there is no command 'sparse' but " + all);
   expect_refused({"spare", "delete", "1"},
                  "spare: there is no command 'delete' but list, add, remove");
 }

@@ -1,5 +1,6 @@
 #include <array>
 #include <optional>
+#include <ostream>
 
 #include "tools/orvctl/arguments.h"
 #include "tools/orvctl/commands.h"
@@ -58,7 +59,7 @@ void show(session& run) {
     shown.add({kinds[i].title, shown_value(limits[i])});
   }
   run.document["ftp_limits"] = fields_of(limits);
-  show_value(run, shown.text());
+  if (!run.as_json) run.io.out << shown.text();
 }
 
 // A limit that is not in the file would silently not be set.

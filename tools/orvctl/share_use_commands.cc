@@ -39,6 +39,13 @@ int take_out_of_use(session& run, const tag_share_config& share) {
   return ftp_set_use(&request);
 }
 
+// The share may be gone from its service by then: this is the last place that knows its users.
+void must_be_kept(int result, const tag_share_config& kept) {
+  if (result == ORV_OK || result == ORV_E_NO_SHARE || *kept.valid_users == '\0') return;
+  throw library_problem(result,
+                        std::string("the users of ") + kept.name + " were " + kept.valid_users);
+}
+
 void disable(session& run, const use_arguments& given) {
   const share_in_use share(given.name, given.service);
   if (share.service() == "iscsi") {
@@ -48,7 +55,9 @@ void disable(session& run, const use_arguments& given) {
   must_suit_service(given.settings, share.service());
   tag_share_config kept = share.record();
   apply(given.settings, kept);
-  share.settle(take_out_of_use(run, kept), kept);
+  const int result = take_out_of_use(run, kept);
+  must_be_kept(result, kept);
+  share.settle(result, kept);
   report(run, "The share " + given.name + " is out of use.",
          {{"share", given.name}, {"service", share.service()}});
 }
