@@ -2,6 +2,7 @@
 #include <string>
 
 #include "common/fields.h"
+#include "common/local_time.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "share/rewrite.h"
@@ -63,15 +64,6 @@ class reader {
   tag_share_config* share_ = nullptr;
 };
 
-std::string time_stamp() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  char stamp[32] = "";
-  if (localtime_r(&now, &local) == nullptr) return stamp;
-  std::strftime(stamp, sizeof stamp, ".%Y%m%d%H%M%S", &local);
-  return stamp;
-}
-
 /// Appends targets to the text of the file. A target keeps the stamp of the time when it was first
 /// written.
 class writer {
@@ -96,7 +88,7 @@ class writer {
     text += '\n';
   }
 
-  std::string stamp_ = time_stamp();
+  std::string stamp_ = orv::local_time_text(std::time(nullptr), ".%Y%m%d%H%M%S").value_or("");
   std::optional<orv::user_passwords> known_users_ = orv::user_passwords::read();
 };
 

@@ -10,7 +10,7 @@
 #include "common/text.h"
 #include "system/alarm_socket.h"
 #include "system/alarm_unit.h"
-#include "system/local_time.h"
+#include "common/local_time.h"
 #include "system/reason_log.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include "common/handles.h"
 #include "common/log.h"
 #include "system/buffer.h"
-#include "system/local_time.h"
+#include "common/local_time.h"
 
 namespace {
 

@@ -51,6 +51,18 @@ TEST_F(ietd_file, stamps_a_new_target_with_the_local_time) {
   EXPECT_LE(std::mktime(&stamp), after);
 }
 
+TEST_F(ietd_file, stamps_by_the_time_zone_as_it_is_now) {
+  share_list list;
+  list.add(a_share("vol", "iscsi"));
+  written(list);
+  setenv("TZ", "FAR-9", 1);
+  const std::time_t before = std::time(nullptr) + 9 * 3600;
+  const std::string text = written(list);
+  std::tm stamp{};
+  strptime(text.substr(text.find("vol.") + 4, 14).c_str(), "%Y%m%d%H%M%S", &stamp);
+  EXPECT_GE(timegm(&stamp), before);
+}
+
 TEST_F(ietd_file, keeps_the_stamp_of_a_target) {
   share_list list;
   list.add(a_share("vol", "iscsi"));
