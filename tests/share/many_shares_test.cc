@@ -23,39 +23,65 @@ TEST_F(many_shares, take_one_more_without_delay) {
   EXPECT_EQ(names_in(shares_path, get_share_from_conf).back(), "new");
 }
 
-/// Adds shares until so many were added. What is locked is asked for again; a share that was listed
-/// while its service was locked exists then.
+/// Repeats a change until it is made: what is locked is asked for again.
+/// @param made_before  what it ends with when it was half made while a second file was locked
 /// @return false when anything else went wrong
+template <class Change>
+static bool insist(Change change, int made_before) {
+  for (;;) {
+    const int result = change();
+    if (result == ORV_OK || result == made_before) return true;
+    if (result != ORV_E_SHARES_LOCKED && result != ORV_E_SERVICE_LOCKED) return false;
+  }
+}
+
+static bool add(const std::string& name, const std::string& service) {
+  tag_share_config share = a_share(name, service);
+  return insist([&] { return share_add(&share); }, ORV_E_SHARE_EXISTS);
+}
+
 static bool add_many(const std::string& prefix, const std::string& service, int count) {
-  for (int i = 0; i < count;) {
-    tag_share_config share = a_share(prefix + std::to_string(i), service);
-    const int result = share_add(&share);
-    if (result == ORV_OK || result == ORV_E_SHARE_EXISTS) {
-      ++i;
-    } else if (result != ORV_E_SHARES_LOCKED && result != ORV_E_SERVICE_LOCKED) {
-      return false;
-    }
+  for (int i = 0; i < count; ++i) {
+    if (!add(prefix + std::to_string(i), service)) return false;
   }
   return true;
 }
 
-/// Two processes add so many shares each at the same time.
-static void add_from_two_processes(const std::string& service, int count) {
+/// Adds shares and deletes all of them again but every fiftieth.
+static bool add_and_delete_many(const std::string& prefix, int count) {
+  for (int i = 0; i < count; ++i) {
+    const std::string name = prefix + std::to_string(i);
+    if (!add(name, "ftp")) return false;
+    if (i % 50 == 0) continue;
+    if (!insist([&] { return share_del(name.c_str(), "ftp"); }, ORV_OK)) return false;
+  }
+  return true;
+}
+
+/// Two processes do the same at the same time, with shares "a0", "a1", ... and "b0", "b1", ...
+template <class Work>
+static void in_two_processes(Work work) {
   const pid_t other = fork();
-  if (other == 0) _exit(add_many("b", service, count) ? 0 : 1);
-  EXPECT_TRUE(add_many("a", service, count));
+  if (other == 0) _exit(work("b") ? 0 : 1);
+  EXPECT_TRUE(work("a"));
   int status = -1;
   EXPECT_EQ(waitpid(other, &status, 0), other);
   EXPECT_EQ(status, 0);
 }
 
-TEST_F(many_shares, of_two_processes_are_all_kept) {
-  add_from_two_processes("ftp", 100);
-  EXPECT_EQ(names_in(shares_path, get_share_from_conf).size(), 200U);
+TEST_F(many_shares, of_two_processes_are_all_kept_and_none_comes_back) {
+  constexpr int count = 1500;
+  in_two_processes([](const std::string& prefix) { return add_and_delete_many(prefix, count); });
+  std::vector<std::string> kept;
+  for (int i = 0; i < count; i += 50) {
+    kept.push_back("a" + std::to_string(i));
+    kept.push_back("b" + std::to_string(i));
+  }
+  EXPECT_THAT(names_in(shares_path, get_share_from_conf), testing::UnorderedElementsAreArray(kept));
 }
 
 TEST_F(many_shares, of_two_processes_all_reach_their_service) {
-  add_from_two_processes("nfs", 50);
+  in_two_processes([](const std::string& prefix) { return add_many(prefix, "nfs", 50); });
   const auto listed = names_in(shares_path, get_share_from_conf);
   EXPECT_EQ(listed.size(), 100U);
   EXPECT_THAT(names_in(exports_path, get_share_from_nfs),
