@@ -95,12 +95,8 @@ examine_all() {
 }
 
 examine_once() {
-  local disk
-  for disk in /dev/sd[a-z]; do
-    echo "$disk"
-    mdadm --examine "$disk" 2>&1 || true
-    wipefs "$disk"
-  done
+  mdadm --examine /dev/sd[a-z] 2>&1 || true
+  wipefs /dev/sd[a-z]
 }
 
 # refused NAME CODE COMMAND...: the command ends with this code and no disk changes.

@@ -31,7 +31,7 @@ check "for the kernel too" eventually 5 grep -q faulty /sys/block/md0/md/dev-sdb
 same "it is listed with its mark" "sda,sdb(F),sdc" "$(members)"
 check "data can be read meanwhile" bash -c "sha256sum </mnt/data/file | grep -q '${sum%% *}'"
 check "the failed member is removed" eventually 10 orvctl raid remove md0 2
-check_not "from the array" test -e /sys/block/md0/md/dev-sdb
+check "from the array" eventually 10 test ! -e /sys/block/md0/md/dev-sdb
 same "its place is listed as missing" "*(M),sda,sdc" "$(members)"
 
 slow_rebuilds

@@ -21,7 +21,7 @@ level() {
     "$(listed '"\(.level) \(.size_gib) \([.members[].name] | sort | join(","))"')"
   check "$1 is not listed as inactive" bash -c "orvctl raid list | grep md0 | grep -qv inactive"
   check "$1 is taken apart" orvctl raid destroy md0 --yes
-  check_not "$1 is gone" test -d /sys/block/md0/md
+  check "$1 is gone" eventually 10 test ! -d /sys/block/md0/md
 }
 
 # Levels without redundancy have no sync_action.

@@ -20,7 +20,7 @@ check "its first rebuild ends" eventually 150 is_idle md0
 mdadm -q /dev/md0 -f /dev/sdb
 eventually 5 test ! -e /sys/block/md0/md/rd1
 check "a failed member can be removed with -r" mdadm --manage /dev/md0 -r /dev/sdb
-check_not "and is no member any more" test -e /sys/block/md0/md/dev-sdb
+check "and is no member any more" eventually 10 test ! -e /sys/block/md0/md/dev-sdb
 pvcreate -q /dev/md0
 vgcreate -q vg1 /dev/md0
 check "a volume is made" lvcreate -q -L 500M -n data vg1
@@ -38,11 +38,11 @@ check "an empty folder can be made immutable" chattr +i /mnt/data
 check_not "and refuses a file then" touch /mnt/data/file
 
 lvremove -qf vg1/data
-check_not "the node of a removed volume is gone" test -e /dev/vg1/data
+check "the node of a removed volume goes" eventually 10 test ! -e /dev/vg1/data
 vgremove -qf vg1
 pvremove -q /dev/md0
 mdadm -S /dev/md0
-check_not "the node of a stopped array is gone" test -e /dev/md0
+check "the node of a stopped array goes" eventually 10 test ! -e /dev/md0
 
 modprobe brd
 check "a lost physical volume can be made anew on a RAM disk" \

@@ -61,5 +61,5 @@ same "for LVM too" "" "$(lvs --noheadings)"
 check "the group destroyed" orvctl vg destroy vg1 --yes
 same "with its physical volume" "" "$(pvs --noheadings)"
 check "the array stopped" orvctl raid destroy md0 --yes
-check_not "for the kernel too" test -d /sys/block/md0/md
+check "for the kernel too" eventually 10 test ! -d /sys/block/md0/md
 same "nothing is left in /tmp" "" "$(find /tmp -mindepth 1 ! -name nas_state.conf ! -name 'mdfstab.*')"
