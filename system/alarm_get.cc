@@ -6,11 +6,11 @@
 
 #include "common/families.h"
 #include "common/handles.h"
+#include "common/local_time.h"
 #include "common/log.h"
 #include "common/text.h"
 #include "system/alarm_socket.h"
 #include "system/alarm_unit.h"
-#include "common/local_time.h"
 #include "system/reason_log.h"
 
 namespace {

@@ -4,9 +4,9 @@
 #include <ctime>
 
 #include "common/handles.h"
+#include "common/local_time.h"
 #include "common/log.h"
 #include "system/buffer.h"
-#include "common/local_time.h"
 
 namespace {
 
