@@ -1,6 +1,6 @@
 #!/bin/bash
 # The walk of ./demo: every command is shown before its answer.
-# timeout: 180
+# timeout: 400
 set -euo pipefail
 
 sysinfo KTA7120X

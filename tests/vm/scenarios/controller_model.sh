@@ -1,6 +1,7 @@
 #!/bin/bash
 # On the model with a hardware RAID controller the same questions are answered by its tool.
 # disks: 2x1G
+# timeout: 300
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"

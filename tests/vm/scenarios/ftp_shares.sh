@@ -1,7 +1,7 @@
 #!/bin/bash
 # A pool is served over FTP; clients are listed, and the limits hold.
 # disks: 3x1200M
-# timeout: 300
+# timeout: 500
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"

@@ -2,7 +2,7 @@
 # A group that lost its array is whole again on a RAM disk, and the pool on its other disk still has
 # its data.
 # disks: 2x1G 1x2G
-# timeout: 300
+# timeout: 500
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"

@@ -2,7 +2,7 @@
 # The machine itself: SMART of an ATA disk, alarms, host name, clock and network interfaces.
 # disks: 1x300M
 # ata: 64M
-# timeout: 300
+# timeout: 500
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"

@@ -1,7 +1,7 @@
 #!/bin/bash
 # A pool is exported over NFS: mounted by a client, written, and read-only when it is to be.
 # disks: 3x1200M
-# timeout: 300
+# timeout: 500
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"

@@ -1,7 +1,7 @@
 #!/bin/bash
 # Shares go out of use and come back, over all services; files are compared byte for byte.
 # disks: 3x1200M
-# timeout: 300
+# timeout: 500
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"

@@ -1,7 +1,7 @@
 #!/bin/bash
 # Arrays of every level are made, listed and taken apart; a refusal leaves every disk as it was.
 # disks: 6x1G
-# timeout: 500
+# timeout: 850
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"

@@ -2,6 +2,7 @@
 # The machine itself is fit for the other scenarios: disks in their order, real arrays, volumes and
 # both file systems, and the simulators. Nothing of the product is used.
 # disks: 4x300M 2x200M
+# timeout: 300
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"

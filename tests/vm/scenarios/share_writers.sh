@@ -2,7 +2,7 @@
 # Two processes add shares at the same time: each succeeds or is told that the file is locked, and no
 # share is lost.
 # disks: 1x300M
-# timeout: 500
+# timeout: 850
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"

@@ -1,7 +1,7 @@
 #!/bin/bash
 # Users come, log in, change and go, in every account file at once.
 # disks: 1x300M
-# timeout: 300
+# timeout: 500
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"

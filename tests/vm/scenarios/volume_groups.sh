@@ -1,7 +1,7 @@
 #!/bin/bash
 # Groups and pools grow and go in order; out of order they are refused.
 # disks: 6x1G
-# timeout: 500
+# timeout: 850
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"
