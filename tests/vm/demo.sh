@@ -61,5 +61,5 @@ show "smbclient -U 'alice%rose bush' //10.1.0.1/data -c 'get hello -'"
 until smbstatus --shares | grep -q '^data '; do sleep 0.2; done
 show "orvctl client list"
 
-smbclient -U 'alice%rose bush' //10.1.0.1/data -c 'get hello /tmp/hello' >/dev/null
+smbclient -U 'alice%rose bush' //10.1.0.1/data -c 'get hello /tmp/hello' >/dev/null 2>&1
 [ "$(cat /tmp/hello)" = "stored on RAID 5" ]
