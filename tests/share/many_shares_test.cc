@@ -70,7 +70,7 @@ static void in_two_processes(Work work) {
 }
 
 TEST_F(many_shares, of_two_processes_are_all_kept_and_none_comes_back) {
-  constexpr int count = 1500;
+  constexpr int count = 1000;
   in_two_processes([](const std::string& prefix) { return add_and_delete_many(prefix, count); });
   std::vector<std::string> kept;
   for (int i = 0; i < count; i += 50) {
