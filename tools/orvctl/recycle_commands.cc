@@ -10,12 +10,6 @@
 namespace orvctl {
 namespace {
 
-struct modify_arguments {
-  std::string name;
-  std::string service;
-  share_settings settings;
-};
-
 struct delete_arguments {
   std::string name;
 };
@@ -80,7 +74,7 @@ void take_listed_comment(tag_share_config& share) {
   }
 }
 
-void modify(session& run, const modify_arguments& given) {
+void modify(session& run, const share_arguments& given) {
   must_set_something(given.settings);
   for (tag_share_config& share : of_name(given.name, given.service)) {
     name_former_service(share);
@@ -115,13 +109,11 @@ void add_recycle_commands(CLI::App& program, session& run) {
       add_verb(recycle, run, "list", "Show the shares that are out of use", "orvctl recycle list"),
       run, list);
 
-  const auto changes = std::make_shared<modify_arguments>();
   CLI::App& modifying = add_verb(recycle, run, "modify", "Change what is kept of a share",
                                  "orvctl recycle modify data --users ann");
-  add_word(modifying, "NAME", changes->name, "name of the share");
-  add_service(modifying, changes->service, "former service, of a share that several have kept");
-  add_settings(modifying, changes->settings);
-  on_run(modifying, run, changes, modify);
+  on_run(modifying, run,
+         add_share_arguments(modifying, "former service, of a share that several have kept"),
+         modify);
 
   const auto doomed = std::make_shared<delete_arguments>();
   CLI::App& removing = add_destroying_verb(recycle, run, "delete", "Remove what is kept of a share",

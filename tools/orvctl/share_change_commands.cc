@@ -9,19 +9,13 @@
 namespace orvctl {
 namespace {
 
-struct modify_arguments {
-  std::string name;
-  std::string service;
-  share_settings settings;
-};
-
 struct delete_arguments {
   std::string name;
   std::string service;
 };
 
 // An FTP share has no service file: the library always says that something was missing.
-void modify(session& run, const modify_arguments& given) {
+void modify(session& run, const share_arguments& given) {
   must_set_something(given.settings);
   share_in_use share(given.name, given.service);
   must_suit_service(given.settings, share.service());
@@ -47,18 +41,12 @@ void remove(session& run, const delete_arguments& given) {
          {{"share", given.name}, {"service", share.service()}});
 }
 
-constexpr char other_service[] = "service, where it is another than the listed one";
-
 }  // namespace
 
 void add_share_change_commands(CLI::App& share, session& run) {
-  const auto changes = std::make_shared<modify_arguments>();
   CLI::App& modifying = add_verb(share, run, "modify", "Change comment, users or rights of a share",
                                  "orvctl share modify data --users ann,bob --read-only");
-  add_word(modifying, "NAME", changes->name, "name of the share");
-  add_service(modifying, changes->service, other_service);
-  add_settings(modifying, changes->settings);
-  on_run(modifying, run, changes, modify);
+  on_run(modifying, run, add_share_arguments(modifying, other_service), modify);
 
   const auto doomed = std::make_shared<delete_arguments>();
   CLI::App& removing = add_destroying_verb(share, run, "delete", "Remove a share; its files stay",

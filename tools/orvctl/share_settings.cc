@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "tools/orvctl/arguments.h"
+#include "tools/orvctl/commands.h"
 #include "tools/orvctl/errors.h"
 
 namespace orvctl {
@@ -53,6 +54,16 @@ void add_settings(CLI::App& verb, share_settings& settings) {
       verb.add_flag("--read-only", settings.read_only, "clients may only read");
   verb.add_flag("--read-write", settings.read_write, "clients may read and write")
       ->excludes(read_only);
+}
+
+std::shared_ptr<share_arguments> add_share_arguments(CLI::App& verb,
+                                                     const std::string& about_service,
+                                                     bool needs_service) {
+  const auto given = std::make_shared<share_arguments>();
+  add_word(verb, "NAME", given->name, "name of the share");
+  add_service(verb, given->service, about_service)->required(needs_service);
+  add_settings(verb, given->settings);
+  return given;
 }
 
 void apply(const share_settings& settings, tag_share_config& request) {

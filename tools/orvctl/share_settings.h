@@ -2,6 +2,7 @@
 #define ORVCTL_SHARE_SETTINGS_H
 
 #include <CLI/CLI.hpp>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -21,10 +22,25 @@ struct share_settings {
   bool empty() const { return !comment && !users && !sets_right(); }
 };
 
+/// A command line that names a share and says something of its settings.
+struct share_arguments {
+  std::string name;
+  std::string service;
+  share_settings settings;
+};
+
+/// What a verb says of `--service` where it takes the share's listed one.
+constexpr char other_service[] = "service, where it is another than the listed one";
+
 void add_settings(CLI::App& verb, share_settings& settings);
 
 /// "--service SERVICE", for a verb that can do without it.
 CLI::Option* add_service(CLI::App& verb, std::string& service, const std::string& about);
+
+/// NAME, "--service" and the settings.
+std::shared_ptr<share_arguments> add_share_arguments(CLI::App& verb,
+                                                     const std::string& about_service,
+                                                     bool needs_service = false);
 
 /// What is not set stays as it is.
 void apply(const share_settings& settings, tag_share_config& request);

@@ -13,12 +13,6 @@ struct name_arguments {
   std::string name;
 };
 
-struct use_arguments {
-  std::string name;
-  std::string service;
-  share_settings settings;
-};
-
 // An attempt that meets a lock may have done a part of the work, which the next one then misses.
 int park(const tag_share_config& share) {
   bool begun = false;
@@ -46,7 +40,7 @@ void must_be_kept(int result, const tag_share_config& kept) {
                         std::string("the users of ") + kept.name + " were " + kept.valid_users);
 }
 
-void disable(session& run, const use_arguments& given) {
+void disable(session& run, const share_arguments& given) {
   const share_in_use share(given.name, given.service);
   if (share.service() == "iscsi") {
     throw usage_problem("nothing keeps the settings of an iSCSI volume that is out of use",
@@ -93,7 +87,7 @@ void check_added(int result) {
   if (result != ORV_E_NO_SHARE) check(result);
 }
 
-void enable(session& run, const use_arguments& given) {
+void enable(session& run, const share_arguments& given) {
   must_suit_service(given.settings, given.service);
   if (given.service == "nfs" && !given.settings.sets_right()) {
     throw usage_problem("a share of NFS does not keep its right while it is out of use",
@@ -123,28 +117,18 @@ void forget(session& run, const name_arguments& given) {
   report(run, "The share " + given.name + " is forgotten.", {{"share", given.name}});
 }
 
-std::shared_ptr<use_arguments> add_words(CLI::App& verb, const std::string& about_service,
-                                         bool needs_service) {
-  const auto given = std::make_shared<use_arguments>();
-  add_word(verb, "NAME", given->name, "name of the share");
-  add_service(verb, given->service, about_service)->required(needs_service);
-  add_settings(verb, given->settings);
-  return given;
-}
-
 }  // namespace
 
 void add_share_use_commands(CLI::App& share, session& run) {
   CLI::App& disabling =
       add_destroying_verb(share, run, "disable", "Take a share out of use and keep its settings",
                           "orvctl share disable data");
-  on_run(disabling, run,
-         add_words(disabling, "service, where it is another than the listed one", false), disable);
+  on_run(disabling, run, add_share_arguments(disabling, other_service), disable);
 
   CLI::App& enabling =
       add_verb(share, run, "enable", "Take a share into use again, with the settings kept of it",
                "orvctl share enable data --service samba");
-  on_run(enabling, run, add_words(enabling, "samba, nfs, ftp or iscsi", true), enable);
+  on_run(enabling, run, add_share_arguments(enabling, "samba, nfs, ftp or iscsi", true), enable);
 
   const auto forgotten = std::make_shared<name_arguments>();
   CLI::App& forgetting = add_destroying_verb(
