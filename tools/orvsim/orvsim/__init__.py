@@ -1,0 +1,1 @@
+"""A simulated storage appliance: one state behind every tool and kernel file."""
