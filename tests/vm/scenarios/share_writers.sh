@@ -7,27 +7,10 @@ set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"
 
-count=150
-# add_shares LETTER: adds its shares; tells how often it met a lock, and fails on any other answer.
-add_shares() {
-  local i result locked=0
-  for ((i = 1; i <= count; i++)); do
-    while true; do
-      result=0
-      output=$(orvctl share add "$1$i" --service nfs --path "/mnt/$1$i" 2>&1) || result=$?
-      [ "$result" -ne 0 ] || break
-      grep -Eq -- '\(-206[01]\)' <<<"$output" || { echo "$output" && return 1; }
-      # The list was written before the exports were found locked.
-      ! grep -q -- '(-2061)' <<<"$output" || break
-      locked=$((locked + 1))
-    done
-  done
-  echo "$1: $locked refusals because of a lock"
-}
-
-add_shares a &
+count=1000
+share_writer a "$count" &
 first=$!
-add_shares b &
+share_writer b "$count" &
 second=$!
 wait "$first" && result=0 || result=$?
 same "one process adds its shares" 0 "$result"
