@@ -6,6 +6,8 @@ build_packages=(g++ cmake ninja-build pkg-config libcrypt-dev libcli11-dev libsm
   nlohmann-json3-dev)
 # shellcheck disable=SC2034
 test_packages=(libgtest-dev libgmock-dev bash-static busybox-static binutils)
+# shellcheck disable=SC2034  # packaging/build, the reference, and their tests
+packaging_packages=(debhelper dpkg-dev mandoc doxygen lintian mmdebstrap)
 # shellcheck disable=SC2034
 lint_packages=(clang clang-format clang-tidy shellcheck)
 
