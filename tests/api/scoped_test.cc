@@ -199,9 +199,8 @@ TEST(scoped_list, can_be_used_with_algorithms) {
 
 TEST(scoped_list, reads_what_a_getter_gives) {
   machine here;
-  here.file(
-      "/etc/mdfstab",
-      "/dev/vg1/data /mnt/data xfs defaults 0 0\n/dev/vg1/home /mnt/home xfs defaults 0 0\n");
+  here.file("/etc/mdfstab",
+            "/dev/vg1/data /mnt/data xfs defaults 0 0\n/dev/vg1/home /mnt/home xfs defaults 0 0\n");
   orv::file_system_list entries;
   EXPECT_TRUE(entries.read(mdfstab_get));
   EXPECT_EQ(entries.size(), 2U);
