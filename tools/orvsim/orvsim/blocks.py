@@ -1,0 +1,49 @@
+"""Block devices: what stands on them, their numbers, their names."""
+
+from __future__ import annotations
+
+import uuid
+from dataclasses import dataclass, field
+
+SECTOR = 512
+
+
+@dataclass
+class Superblock:
+    """What md wrote on a member about its array, and when the member last heard of it."""
+
+    array: str = ""
+    device: str = ""
+    role: int = -1
+    number: int = 0
+    events: int = 0
+    updated: float = 0.0
+
+
+@dataclass
+class FileSystem:
+    """A file system on a block device; its files are in the folder `volumes/IDENTIFIER`."""
+
+    kind: str = ""
+    identifier: str = ""
+    size: int = 0
+    filled: int = 0
+
+
+@dataclass
+class Contents:
+    """What a block device holds: a member's superblock, a physical volume, or a file system."""
+
+    superblock: Superblock | None = None
+    volume: str = ""
+    file_system: FileSystem | None = None
+    events: list[str] = field(default_factory=list)
+
+    def wipe(self) -> None:
+        """As if it had been written over."""
+        self.superblock, self.volume, self.file_system = None, "", None
+
+
+def new_identifier() -> str:
+    """A random identifier of 32 hexadecimal digits."""
+    return uuid.uuid4().hex
