@@ -21,7 +21,7 @@ struct tag_alarm_info {
   char name[64];   ///< what raised it
   char time[20];   ///< when it was raised, local time as "YYYY-MM-DD HH:MM:SS"
   char text[256];  ///< description
-  list_node node;
+  list_node node;  ///< link of its list
 };
 
 /// List of alarms.

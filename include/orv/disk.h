@@ -18,15 +18,15 @@
 
 /// SMART summary of a disk. Every text starts as "NaN".
 struct tag_smart_info {
-  char device_model[32];
-  char serial_number[32];
-  char firmware_version[16];
-  char user_capacity[32];
-  char ata_version[8];
-  char ata_standard[64];
-  char smart_support[64];
-  char smart_enabled[16];  ///< in the anchor of a disk list, "detail" asks for attributes
-  char health[16];
+  char device_model[32];      ///< disk model
+  char serial_number[32];     ///< serial number
+  char firmware_version[16];  ///< version of the firmware
+  char user_capacity[32];     ///< capacity as smartctl prints it
+  char ata_version[8];        ///< version of the ATA standard
+  char ata_standard[64];      ///< draft of the ATA standard
+  char smart_support[64];     ///< whether the disk has SMART
+  char smart_enabled[16];     ///< "Enabled" or not; of a list object, "detail" asks for attributes
+  char health[16];            ///< overall verdict, such as "PASSED"
 };
 
 /// One SMART attribute of a disk.
@@ -38,7 +38,7 @@ struct tag_disksmart_info {
   uint32_t thresh;     ///< threshold
   uint32_t raw;        ///< raw value
   char status[16];     ///< when the attribute failed, or the controller's status word
-  list_node list;
+  list_node list;      ///< link of its list
 };
 
 /// List of SMART attributes.
@@ -46,17 +46,17 @@ struct tag_disksmart_list : tag_disksmart_info {};
 
 /// One physical disk.
 struct tag_disk_info {
-  char name[8];        ///< kernel device name such as sda; empty on model KTA7120U
-  int32_t ch;          ///< channel number: bay within the enclosure, from 1
-  uint64_t size;       ///< GiB, rounded to nearest; on model KTA7120U the controller's number
-  char state[32];      ///< state word of the kernel or the controller
-  char model[32];      ///< disk model
-  char usage[32];      ///< the controller's usage word; only on model KTA7120U
-  char enclosure[10];  ///< enclosure number as text, "0" to "4"
-  int32_t hotspare;    ///< 1 for a global hot spare, else 0
-  tag_smart_info smart;
+  char name[8];          ///< kernel device name such as sda; empty on model KTA7120U
+  int32_t ch;            ///< channel number: bay within the enclosure, from 1
+  uint64_t size;         ///< GiB, rounded to nearest; on model KTA7120U the controller's number
+  char state[32];        ///< state word of the kernel or the controller
+  char model[32];        ///< disk model
+  char usage[32];        ///< the controller's usage word; only on model KTA7120U
+  char enclosure[10];    ///< enclosure number as text, "0" to "4"
+  int32_t hotspare;      ///< 1 for a global hot spare, else 0
+  tag_smart_info smart;  ///< SMART summary
   tag_disksmart_list smart_list;  ///< owned by the record
-  list_node list;
+  list_node list;                 ///< link of its list
 };
 
 /// List of disks.

@@ -109,7 +109,7 @@
   X(ORV_E_LOGIN_USED, -12004, "a user of this name exists already")                               \
   X(ORV_E_NO_UID, -12005, "the user number is not allowed, or no number is left")                 \
   X(ORV_E_GROUP_USED, -12006, "a group of this name exists already")
-
+/// The result codes by their names.
 enum orv_result_code : int {
 #define ORV_RESULT_CODE(name, value, meaning) name = value,
   ORV_RESULT_CODES(ORV_RESULT_CODE)

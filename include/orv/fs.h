@@ -20,7 +20,7 @@ struct tag_fs_info {
   uint64_t used;         ///< MiB
   char vgname[33];       ///< volume group of the pool
   char enclosure[8];     ///< enclosure of the volume group
-  list_node list;
+  list_node list;        ///< link of its list
 };
 
 /// List of file systems.

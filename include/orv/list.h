@@ -8,8 +8,8 @@
 /// link's offset. A list type derives from its record and adds no member, so the anchor of a list
 /// lies where the link of a record lies.
 struct list_node {
-  list_node* next;
-  list_node* prev;
+  list_node* next;  ///< the record behind, or the anchor
+  list_node* prev;  ///< the record before, or the anchor
 };
 
 #endif

@@ -28,7 +28,7 @@ struct tag_pv_info {
   uint64_t size;      ///< GiB, rounded to nearest
   uint64_t used;      ///< allocated GiB, rounded to nearest
   char vgname[32];    ///< group that the volume belongs to
-  list_node list;
+  list_node list;     ///< link of its list
 };
 
 /// List of physical volumes.
@@ -36,13 +36,13 @@ struct tag_pvinfo_list : tag_pv_info {};
 
 /// One volume group; also the request that `vg_create` takes.
 struct tag_vg_info {
-  char vgname[33];
+  char vgname[33];      ///< name of the group
   char attr[32];        ///< such as "resizable", "not resizable", "exported/resizable"
   char enclosure[8];    ///< enclosure of the last physical volume listed
   uint64_t size;        ///< GiB, truncated
   uint64_t used;        ///< allocated GiB, truncated; not 0 while the group holds pools
   tag_pvinfo_list pvs;  ///< owned by the record
-  list_node list;
+  list_node list;       ///< link of its list
 };
 
 /// List of volume groups.
@@ -54,9 +54,9 @@ struct tag_pool_info {
   char state[32];      ///< "available" or "not available"
   uint64_t size;       ///< GiB, rounded to nearest
   uint64_t used;       ///< never filled; see the file system records
-  char vgname[33];
-  char enclosure[8];  ///< enclosure of the volume group
-  list_node list;
+  char vgname[33];     ///< volume group of the pool
+  char enclosure[8];   ///< enclosure of the volume group
+  list_node list;      ///< link of its list
 };
 
 /// List of pools.

@@ -17,7 +17,7 @@ struct tag_netcard {
   char gateway[16];  ///< dotted; empty when none is configured
   char mac[24];      ///< six hexadecimal bytes in lower case, as in 00:1b:21:0a:0b:0c
   int state;         ///< 1 in a new record, 0 in a released one; not used otherwise
-  list_node node;
+  list_node node;    ///< link of its list
 };
 
 /// List of network interfaces.

@@ -32,7 +32,7 @@ struct tag_md_info {
                       ///< numbers on model KTA7120U and in a request
   char spares[32];    ///< spares given at creation, comma-separated
   char enclosure[8];  ///< enclosure of the members; on model KTA7120U the controller's device
-  list_node list;
+  list_node list;     ///< link of its list
 };
 
 /// List of arrays.

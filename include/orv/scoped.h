@@ -370,9 +370,11 @@ using network_interface_list = scoped_list<tag_netcard_list>;  ///< network inte
 
 }  // namespace orv
 
+namespace std {
 /// Lets a code's name become a `std::error_code`: `std::error_code failure = ORV_E_NO_RAID;`
 template <>
-struct std::is_error_code_enum<orv_result_code> : std::true_type {};
+struct is_error_code_enum<orv_result_code> : true_type {};
+}  // namespace std
 
 /// The code in `orv::category()`, as `orv::result` makes it; `std::error_code` calls it.
 inline std::error_code make_error_code(orv_result_code code) noexcept { return orv::result(code); }

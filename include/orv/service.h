@@ -16,7 +16,7 @@ struct tag_share_conn {
   char ip[16];       ///< the client's IPv4 address; empty when not known
   char user[128];    ///< FTP: client port and state as netstat prints them; SMB: user name;
                      ///< iSCSI: the initiator's name
-  list_node node;
+  list_node node;    ///< link of its list
 };
 
 /// List of connections.

@@ -50,7 +50,7 @@ struct tag_share_config {
   int writable;           ///< 1 read-write, 0 read-only
   uint64_t size;          ///< GB
   uint64_t used;          ///< units of 10 MiB
-  list_node list;
+  list_node list;         ///< link of its list
 };
 
 /// List of shares.

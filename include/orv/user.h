@@ -34,7 +34,7 @@ struct tag_user_info {
   char name[24];      ///< login name
   char password[24];  ///< in clear text
   char type[4];       ///< "NAS" for a password of less than 12 characters, else "SAN"
-  list_node node;
+  list_node node;     ///< link of its list
 };
 
 /// List of users.
