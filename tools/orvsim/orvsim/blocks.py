@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import uuid
-from dataclasses import dataclass, field
+from dataclasses import dataclass
 
 SECTOR = 512
 
@@ -16,8 +16,19 @@ class Superblock:
     device: str = ""
     role: int = -1
     number: int = 0
+    in_sync: bool = False
     events: int = 0
     updated: float = 0.0
+    name: str = ""
+    level: str = ""
+    raid_disks: int = 0
+    chunk: int = 0
+    used: int = 0
+    size: int = 0
+    data_offset: int = 0
+    bitmap_chunk: int = 0
+    created: float = 0.0
+    letters: str = ""
 
 
 @dataclass
@@ -37,7 +48,6 @@ class Contents:
     superblock: Superblock | None = None
     volume: str = ""
     file_system: FileSystem | None = None
-    events: list[str] = field(default_factory=list)
 
     def wipe(self) -> None:
         """As if it had been written over."""

@@ -100,6 +100,7 @@ KERNEL_FILES: list[Callable[["Appliance", "KernelFiles"], None]] = []
 ON_NEW: list[Callable[["Appliance"], None]] = []
 ON_START: list[Callable[["Appliance"], None]] = []
 ON_TICK: list[Callable[["Appliance"], None]] = []
+ON_EVENT: list[Callable[["Appliance", str, str], None]] = []
 STATUS: list[Callable[["Appliance"], list[str]]] = []
 
 
@@ -172,3 +173,19 @@ def status_lines(function: Callable[[Appliance], list[str]]) -> Callable:
     """Registers lines for `orvsim status`."""
     STATUS.append(function)
     return function
+
+
+def on_event(function: Callable[[Appliance, str, str], None]) -> Callable:
+    """Registers who wants to know what happens: the kind of event, and what it happened to.
+
+    Kinds: disk-failed, disk-pulled, disk-inserted, array-degraded, array-failed, rebuild-started,
+    rebuild-finished, spare-used.
+    """
+    ON_EVENT.append(function)
+    return function
+
+
+def tell_event(appliance: Appliance, kind: str, subject: str) -> None:
+    """Something has happened to a disk (sdb) or an array (md0)."""
+    for function in ON_EVENT:
+        function(appliance, kind, subject)
