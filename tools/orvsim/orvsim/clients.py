@@ -75,6 +75,7 @@ def of_service(appliance: Appliance, service: str) -> list[Client]:
     return [each for each in appliance.get(Clients).connected if each.service == service]
 
 
+@services.has_processes
 def client_processes(appliance: Appliance) -> list[Process]:
     """The processes that serve clients."""
     return [process for each in appliance.get(Clients).connected for process in each.processes]

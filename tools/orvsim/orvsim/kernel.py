@@ -9,6 +9,7 @@ CLONE_NEWNS = 0x00020000
 CLONE_NEWUTS = 0x04000000
 CLONE_NEWUSER = 0x10000000
 CLONE_NEWPID = 0x20000000
+CLONE_NEWNET = 0x40000000
 
 MS_RDONLY = 1
 MS_NOSUID = 2
@@ -43,9 +44,7 @@ def setns(descriptor: int) -> None:
     _check(_libc.setns(descriptor, 0), "setns")
 
 
-def mount(
-    source: str, target: str, kind: str = "", flags: int = 0, options: str = ""
-) -> None:
+def mount(source: str, target: str, kind: str = "", flags: int = 0, options: str = "") -> None:
     """mount(2)."""
     arguments = [os.fsencode(text) if text else None for text in (source, target, kind)]
     data = options.encode() if options else None

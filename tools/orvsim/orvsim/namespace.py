@@ -19,7 +19,7 @@ _PROC_LINKS = (
     "interrupts vmstat modules cmdline key-users sysrq-trigger"
 ).split()
 
-NAMESPACES = ("user", "mnt", "uts", "pid")
+NAMESPACES = ("user", "mnt", "uts", "net", "pid")
 
 
 def enter_new() -> None:
@@ -36,7 +36,7 @@ def enter_new() -> None:
         os.read(ready, 1)
         _map_numbers(process, "0 0 65536", "0 0 65536")
         os._exit(0)
-    flags = kernel.CLONE_NEWNS | kernel.CLONE_NEWPID | kernel.CLONE_NEWUTS
+    flags = kernel.CLONE_NEWNS | kernel.CLONE_NEWPID | kernel.CLONE_NEWUTS | kernel.CLONE_NEWNET
     kernel.unshare(flags | kernel.CLONE_NEWUSER)
     os.close(tell)
     os.close(ready)
@@ -156,7 +156,9 @@ def _make_proc(root: str) -> None:
         if os.path.lexists(f"{real}/{name}"):
             os.symlink(f"/run/orvsim/proc/{name}", f"{proc}/{name}")
     for folder, real_folder in (("net", "self/net"), ("sys", "sys"), ("sys/dev", "sys/dev")):
-        _link_entries(f"/run/orvsim/proc/{real_folder}", real + "/" + real_folder, proc + "/" + folder)
+        _link_entries(
+            f"/run/orvsim/proc/{real_folder}", real + "/" + real_folder, proc + "/" + folder
+        )
 
 
 def _link_entries(target: str, real: str, folder: str) -> None:

@@ -60,5 +60,7 @@ def netstat(appliance: Appliance, call: Call) -> int:
     call.out(_HEAD)
     for client in appliance.get(Clients).connected:
         own = server_address(appliance, client.address)
-        call.out(row(client, names.get(own, own), names.get(client.address, client.address), numeric))
+        call.out(
+            row(client, names.get(own, own), names.get(client.address, client.address), numeric)
+        )
     return 0

@@ -13,7 +13,7 @@ import socket
 import struct
 from dataclasses import dataclass
 
-from orvsim.appliance import Appliance, Machine
+from orvsim.appliance import Appliance
 from orvsim.tools import on_new, on_start
 
 INTERFACES = "/etc/network/interfaces"
@@ -29,7 +29,6 @@ iface eth0 inet static
     netmask 255.255.0.0
     gateway 10.1.0.254
 """
-_HOSTS = "127.0.0.1\tlocalhost\n::1\tlocalhost ip6-localhost ip6-loopback\n"
 
 # Ethernet interfaces that every kernel may make without hardware; the first that it knows is taken.
 _KINDS = ("dummy", "bridge", "veth")
@@ -40,13 +39,10 @@ _ETHERNET = 1
 
 
 @on_new
-def _put_network_files(appliance: Appliance) -> None:
-    """One interface, and the names that every machine knows."""
+def _put_interfaces(appliance: Appliance) -> None:
+    """One interface."""
     appliance.path(INTERFACES).parent.mkdir(parents=True, exist_ok=True)
     appliance.path(INTERFACES).write_text(_INTERFACES, encoding="utf-8")
-    appliance.path("/etc/hosts").write_text(_HOSTS, encoding="utf-8")
-    name = appliance.get(Machine).name
-    appliance.path("/etc/hostname").write_text(name + "\n", encoding="utf-8")
 
 
 def server_address(appliance: Appliance, client: str) -> str:
@@ -76,6 +72,9 @@ class Interface:
     name: str
     address: str = ""
     netmask: str = "255.255.255.0"
+
+
+_LOOPBACK = Interface("lo", "127.0.0.1", "255.0.0.0")
 
 
 def configured(text: str) -> list[Interface]:
@@ -153,7 +152,7 @@ def _bring_up(interface: Interface) -> None:
         def tell(request: int, name: str, data: bytes) -> None:
             fcntl.ioctl(any_socket, request, _request(name, data))
 
-        if base == interface.name:
+        if base == interface.name and interface is not _LOOPBACK:
             mac = struct.pack("=H6s", _ETHERNET, _mac_address(base))
             tell(_SIOCSIFHWADDR, base, mac)
         tell(_SIOCSIFADDR, interface.name, _socket_address(interface.address))
@@ -164,13 +163,10 @@ def _bring_up(interface: Interface) -> None:
 @on_start
 def _bring_up_interfaces(appliance: Appliance) -> None:
     """Brings the interfaces up that the file has; one that makes no sense stays down."""
-    for interface in interfaces(appliance):
+    for interface in [_LOOPBACK, *interfaces(appliance)]:
         try:
-            if ":" not in interface.name:
+            if interface.name == interface.name.split(":")[0]:
                 any(_make_link(interface.name, kind) for kind in _KINDS)
             _bring_up(interface)
         except (OSError, ValueError) as error:
             print(f"{interface.name} stays down: {error}")
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as any_socket:
-        up = struct.pack("=H", _UP_AND_RUNNING)
-        fcntl.ioctl(any_socket, _SIOCSIFFLAGS, _request("lo", up))

@@ -5,13 +5,11 @@ from __future__ import annotations
 import argparse
 import os
 import re
-import subprocess
 import time
 from pathlib import Path
 
-from orvsim import places
 from orvsim.alarms import clear_alarms, raise_alarm
-from orvsim.appliance import Appliance, Machine
+from orvsim.appliance import Appliance
 from orvsim.tools import ControlError, control, on_new, simulator
 
 START_TIME_FILE = "/etc/nas_start_time.conf"
@@ -23,14 +21,6 @@ simulator("/usr/local/bin/pwstate", "pwstate")
 
 
 @on_new
-def _put_platform_files(appliance: Appliance) -> None:
-    """The script that the sandbox and the virtual machine use writes them."""
-    environment = {**os.environ, "ORV_SIM_ROOT": str(appliance.path("/")).rstrip("/")}
-    script = str(places.simulators() / "sysinfo")
-    subprocess.run([script, appliance.get(Machine).model], env=environment, check=True)
-    put_start_time(appliance)
-
-
 def put_start_time(appliance: Appliance) -> None:
     """Writes down that the appliance starts now."""
     text = time.strftime("%Y-%m-%d %H:%M:%S\n", time.localtime(appliance.now()))

@@ -98,10 +98,23 @@ def stop(appliance: Appliance, service: str) -> bool:
     return True
 
 
+ProcessSource = Callable[[Appliance], list[Process]]
+_FURTHER_PROCESSES: list[ProcessSource] = []
+
+
+def has_processes(source: ProcessSource) -> ProcessSource:
+    """Registers what else has processes: those that serve clients."""
+    _FURTHER_PROCESSES.append(source)
+    return source
+
+
 def processes(appliance: Appliance) -> list[Process]:
     """The processes of all services, by number."""
     running = appliance.get(Services).processes
-    return sorted((each for group in running.values() for each in group), key=lambda p: p.pid)
+    found = [each for group in running.values() for each in group]
+    for source in _FURTHER_PROCESSES:
+        found += source(appliance)
+    return sorted(found, key=lambda process: process.pid)
 
 
 # --- init scripts --------------------------------------------------------------------------------

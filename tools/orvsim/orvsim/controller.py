@@ -1,0 +1,284 @@
+"""The RAID controller of model KTA7120U: its disks, its arrays, and what arcadm tells of them.
+
+The controller's disks have no device names; each of its arrays is one disk for the kernel.
+"""
+
+from __future__ import annotations
+
+import argparse
+import re
+from dataclasses import dataclass, field
+
+from orvsim.alarms import clear_alarms, raise_alarm
+from orvsim.appliance import Appliance
+from orvsim.disks import BAYS, Disk, Disks, attach, find_disk, has_controller, name_of
+from orvsim.kernel_files import KernelFiles
+from orvsim.sections import section
+from orvsim.smart import disk_attributes
+from orvsim.tools import (
+    ControlError,
+    control,
+    kernel_files,
+    on_new,
+    on_tick,
+    simulator,
+    status_lines,
+)
+
+simulator("/usr/local/bin/arcadm", "arcadm")
+
+_DESCRIPTION = "/var/lib/orv-sim/arcadm.conf"
+_GIB = 1 << 30
+_REBUILD_BYTES_PER_SECOND = 100e6
+_STRIPE = "64K"
+
+# How many members each level needs, how many may be lost, and what share of them holds data.
+_LEVELS = {"0": (2, 0), "1": (2, 1), "5": (3, 1), "6": (4, 2)}
+
+# The names under which its disks are kept here; no kernel file shows them.
+_FIRST_HIDDEN = 10000
+
+
+@dataclass
+class Volume:
+    """An array of the controller, and the disk that it is for the kernel."""
+
+    name: str
+    level: str
+    device: str
+    members: list[int] = field(default_factory=list)
+    rebuilt: int = 0
+    rebuild_ends: float = 0.0
+
+
+@section("controller")
+@dataclass
+class Controller:
+    """The controller's arrays and hot spares; disks are meant by their channels, from 1."""
+
+    volumes: list[Volume] = field(default_factory=list)
+    spares: list[int] = field(default_factory=list)
+
+
+@on_new
+def _hide_disks(appliance: Appliance) -> None:
+    """The names sda and so on are those of arrays."""
+    if has_controller(appliance):
+        for index, disk in enumerate(appliance.get(Disks).present):
+            disk.name = name_of(_FIRST_HIDDEN + index)
+
+
+def channel_of(disk: Disk) -> int:
+    """Every enclosure has the channels behind those of the one before."""
+    return disk.enclosure * BAYS + disk.bay
+
+
+def disks_by_channel(appliance: Appliance) -> dict[int, Disk]:
+    """The controller's disks."""
+    return {channel_of(disk): disk for disk in appliance.get(Disks).present if disk.bay}
+
+
+def _is_well(disks: dict[int, Disk], channel: int) -> bool:
+    return channel in disks and not disks[channel].failed
+
+
+def _lost(appliance: Appliance, volume: Volume) -> list[int]:
+    disks = disks_by_channel(appliance)
+    return [channel for channel in volume.members if not _is_well(disks, channel)]
+
+
+def state_of(appliance: Appliance, volume: Volume) -> str:
+    """What the controller says of an array."""
+    lost = len(_lost(appliance, volume)) + (1 if volume.rebuilt else 0)
+    if lost > _LEVELS[volume.level][1]:
+        return "Failed"
+    if volume.rebuilt:
+        return "Rebuilding"
+    return "Degraded" if lost else "Normal"
+
+
+def _size(level: str, members: list[Disk]) -> int:
+    smallest = min(disk.size for disk in members)
+    count = {"0": len(members), "1": 1, "5": len(members) - 1, "6": len(members) - 2}[level]
+    return smallest * count // _GIB * _GIB
+
+
+# --- what arcadm reads ---------------------------------------------------------------------------
+
+
+def _usage(controller: Controller, channel: int) -> str:
+    if channel in controller.spares:
+        return "Hot Spare"
+    if any(channel in volume.members for volume in controller.volumes):
+        return "Array Disk"
+    return "Free"
+
+
+def _disk_line(controller: Controller, channel: int, disk: Disk | None) -> str:
+    if disk is None:
+        return f"disk|{channel - 1}\n"
+    state = "Failed" if disk.failed else "Normal"
+    usage = _usage(controller, channel)
+    return f"disk|{channel - 1}|{disk.model}|{disk.size // _GIB}|{state}|{usage}\n"
+
+
+def _volume_line(appliance: Appliance, volume: Volume) -> str:
+    drive = find_disk(appliance, volume.device)
+    size = drive.size // _GIB if drive else 0
+    state = state_of(appliance, volume)
+    channels = " ".join(map(str, volume.members))
+    parts = (volume.name, volume.level, _STRIPE, state, size, volume.device, channels)
+    return "raid|" + "|".join(map(str, parts)) + "\n"
+
+
+def _smart_lines(appliance: Appliance, channel: int, disk: Disk) -> str:
+    lines = ""
+    for attribute in disk_attributes(appliance, disk):
+        name = attribute.name.replace("_", " ")
+        status = "FAILED" if attribute.is_failing else "OK"
+        lines += f"smart|{channel - 1}|{name}|{attribute.worst}|{attribute.threshold}|{status}\n"
+    return lines
+
+
+@kernel_files
+def _describe(appliance: Appliance, files: KernelFiles) -> None:
+    """The description that arcadm shows; its disks have no files, its arrays are disks."""
+    if not has_controller(appliance):
+        return
+    controller = appliance.get(Controller)
+    disks = disks_by_channel(appliance)
+    last = max([BAYS, *disks])
+    text = "".join(_disk_line(controller, n, disks.get(n)) for n in range(1, last + 1))
+    text += "".join(_volume_line(appliance, volume) for volume in controller.volumes)
+    text += "".join(_smart_lines(appliance, n, disk) for n, disk in disks.items())
+    files.put(_DESCRIPTION, text)
+
+
+# --- what goes on by itself ----------------------------------------------------------------------
+
+
+@on_tick
+def _watch_arrays(appliance: Appliance) -> None:
+    """Takes a hot spare for a lost member, and ends rebuilds."""
+    if not has_controller(appliance):
+        return
+    for volume in appliance.get(Controller).volumes:
+        if volume.rebuilt and appliance.now() >= volume.rebuild_ends:
+            volume.rebuilt = 0
+        lost = _lost(appliance, volume)
+        _tell_alarm(appliance, volume)
+        if lost and not volume.rebuilt and state_of(appliance, volume) == "Degraded":
+            _take_spare(appliance, volume, lost[0])
+
+
+def _take_spare(appliance: Appliance, volume: Volume, lost: int) -> None:
+    controller, disks = appliance.get(Controller), disks_by_channel(appliance)
+    spares = [channel for channel in controller.spares if _is_well(disks, channel)]
+    if not spares:
+        return
+    controller.spares.remove(spares[0])
+    volume.members[volume.members.index(lost)] = spares[0]
+    volume.rebuilt = spares[0]
+    seconds = disks[spares[0]].size / _REBUILD_BYTES_PER_SECOND
+    volume.rebuild_ends = appliance.now() + seconds
+
+
+def _tell_alarm(appliance: Appliance, volume: Volume) -> None:
+    state = state_of(appliance, volume)
+    for each in ("Degraded", "Failed"):
+        cause = f"controller {volume.name} {each}"
+        if each == state:
+            raise_alarm(appliance, "RAID", f"array {volume.name} is {state.lower()}", cause)
+        else:
+            clear_alarms(appliance, cause)
+
+
+# --- control -------------------------------------------------------------------------------------
+
+
+def _controller(appliance: Appliance) -> Controller:
+    if not has_controller(appliance):
+        raise ControlError("only the model KTA7120U has a RAID controller")
+    return appliance.get(Controller)
+
+
+def _free_disks(appliance: Appliance, channels: list[int]) -> list[Disk]:
+    controller, disks = _controller(appliance), disks_by_channel(appliance)
+    for channel in channels:
+        if not _is_well(disks, channel):
+            raise ControlError(f"there is no working disk in channel {channel}")
+        if _usage(controller, channel) != "Free" or channels.count(channel) > 1:
+            raise ControlError(f"the disk in channel {channel} is in use")
+    return [disks[channel] for channel in channels]
+
+
+def _channels(text: str) -> list[int]:
+    if not re.fullmatch(r"[0-9]{1,4}(,[0-9]{1,4})*", text):
+        raise argparse.ArgumentTypeError(f"'{text}' is no list of channels such as 1,2,3")
+    return [int(word) for word in text.split(",")]
+
+
+def _create_arguments(parser: argparse.ArgumentParser) -> None:
+    parser.add_argument("level", choices=sorted(_LEVELS))
+    parser.add_argument("channels", type=_channels, help="such as 1,2,3")
+
+
+@control("controller", "create", help="make an array (KTA7120U)", arguments=_create_arguments)
+def _create(appliance: Appliance, given: argparse.Namespace) -> str:
+    controller = _controller(appliance)
+    disks = _free_disks(appliance, given.channels)
+    fewest = _LEVELS[given.level][0]
+    if len(disks) < fewest or (given.level == "1" and len(disks) != 2):
+        raise ControlError(f"level {given.level} wants {fewest} disks or more, level 1 two")
+    taken = {volume.name for volume in controller.volumes}
+    name = next(name for name in (f"md{n}" for n in range(len(taken) + 1)) if name not in taken)
+    drive = Disk(f"ARC{name}", "Arc RAID Volume", _size(given.level, disks))
+    attach(appliance, drive, 0, 0)
+    controller.volumes.append(Volume(name, given.level, drive.name, list(given.channels)))
+    return f"Made {name} of level {given.level}, the disk {drive.name}.\n"
+
+
+def _delete_arguments(parser: argparse.ArgumentParser) -> None:
+    parser.add_argument("name", help="such as md0")
+
+
+@control("controller", "delete", help="remove an array (KTA7120U)", arguments=_delete_arguments)
+def _delete(appliance: Appliance, given: argparse.Namespace) -> str:
+    controller = _controller(appliance)
+    found = [volume for volume in controller.volumes if volume.name == given.name]
+    if not found:
+        raise ControlError(f"the controller has no array '{given.name}'")
+    drive = find_disk(appliance, found[0].device)
+    if drive and drive.contents.volume:
+        raise ControlError(f"{given.name} is a physical volume; take its group apart first")
+    controller.volumes.remove(found[0])
+    if drive:
+        appliance.get(Disks).present.remove(drive)
+    return f"Removed {given.name}.\n"
+
+
+def _spare_arguments(parser: argparse.ArgumentParser) -> None:
+    parser.add_argument("channel", type=_channels, help="such as 4")
+    parser.add_argument("--remove", action="store_true", help="make it an ordinary disk again")
+
+
+@control("controller", "spare", help="make disks hot spares (KTA7120U)", arguments=_spare_arguments)
+def _set_spare(appliance: Appliance, given: argparse.Namespace) -> str:
+    controller = _controller(appliance)
+    if given.remove:
+        strangers = set(given.channel) - set(controller.spares)
+        if strangers:
+            raise ControlError(f"the disk in channel {min(strangers)} is no hot spare")
+        controller.spares = [each for each in controller.spares if each not in given.channel]
+        return "They are ordinary disks.\n"
+    _free_disks(appliance, given.channel)
+    controller.spares += given.channel
+    return "They are hot spares.\n"
+
+
+@status_lines
+def _status(appliance: Appliance) -> list[str]:
+    if not has_controller(appliance):
+        return []
+    volumes = appliance.get(Controller).volumes
+    return [f"             {each.name}: {state_of(appliance, each)}" for each in volumes]
