@@ -19,6 +19,9 @@ _PROC_LINKS = (
     "interrupts vmstat modules cmdline key-users sysrq-trigger"
 ).split()
 
+# The appliance's shell knows "echo -e", and its users have a shell of their own.
+_LINKS_IN_USR = {"bin/sh": "bash", "bin/nologin": "../sbin/nologin"}
+
 NAMESPACES = ("user", "mnt", "uts", "net", "pid")
 
 
@@ -122,6 +125,9 @@ def _make_usr(root: str) -> None:
         place = layer + "/" + tool.path.removeprefix("/").removeprefix("usr/")
         os.makedirs(os.path.dirname(place), exist_ok=True)
         os.symlink("/run/orvsim/programs/client", place)
+    for place, target in _LINKS_IN_USR.items():
+        os.makedirs(os.path.dirname(f"{layer}/{place}"), exist_ok=True)
+        os.symlink(target, f"{layer}/{place}")
     os.mkdir(root + "/usr")
     options = f"lowerdir={layer}:/usr"
     kernel.mount("usr", root + "/usr", "overlay", kernel.MS_RDONLY, options)
