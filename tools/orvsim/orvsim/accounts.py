@@ -54,6 +54,7 @@ def _put_account_files(appliance: Appliance) -> None:
         "/etc/shadow": ("".join(f"{u[0]}:*:{day}:0:99999:7:::\n" for u in _SYSTEM_USERS), 0o640),
         "/etc/gshadow": ("".join(f"{name}:*::\n" for name in _SYSTEM_GROUPS), 0o640),
         "/etc/nas_userfile.conf": ("", 0o600),
+        "/etc/samba/private/smbpasswd": ("", 0o600),
         "/etc/shells": ("/bin/sh\n/bin/bash\n/bin/nologin\n", 0o644),
     }
     for path, (text, mode) in texts.items():

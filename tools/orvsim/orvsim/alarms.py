@@ -171,15 +171,15 @@ def _list(appliance: Appliance, _given: argparse.Namespace) -> str:
 
 
 def _daemon_arguments(parser: argparse.ArgumentParser) -> None:
-    parser.add_argument("state", choices=("on", "off"))
+    parser.add_argument("switch", choices=("on", "off"))
 
 
 @control("alarm", "daemon", help="end or start the alarm daemon", arguments=_daemon_arguments)
 def _set_daemon(appliance: Appliance, given: argparse.Namespace) -> str:
-    appliance.get(Alarms).daemon_runs = given.state == "on"
+    appliance.get(Alarms).daemon_runs = given.switch == "on"
     if appliance.running:
         _DAEMON_OF_SERVER.follow(appliance)
-    return f"The alarm daemon is {given.state}.\n"
+    return f"The alarm daemon is {given.switch}.\n"
 
 
 @status_lines

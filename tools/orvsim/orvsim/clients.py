@@ -155,7 +155,7 @@ def _connect_arguments(parser: argparse.ArgumentParser) -> None:
     parser.add_argument("service", choices=SERVICES)
     parser.add_argument("share", nargs="?", default="", help="not of ftp: there all are one")
     parser.add_argument("--user", default="", help="who logs in")
-    parser.add_argument("--address", type=_address, default="", help="10.1.0.7 and so on")
+    parser.add_argument("--address", type=_address, help="an IP address; the next free one without")
     parser.add_argument("--count", type=_count, default=1, help="so many at once, 1 to 1000")
 
 
@@ -163,7 +163,7 @@ def _connect_arguments(parser: argparse.ArgumentParser) -> None:
 def _connect(appliance: Appliance, given: argparse.Namespace) -> str:
     lines = []
     for _ in range(given.count):
-        request = Request(given.service, given.share, given.user, given.address)
+        request = Request(given.service, given.share, given.user, given.address or "")
         lines.append("Connected " + line_of(connect(appliance, request)) + ".\n")
     return "".join(lines)
 

@@ -52,10 +52,13 @@ def control(state: Path, arguments: str) -> tuple[str, str]:
     while time.monotonic() < end:
         connection = _connect(state)
         if connection:
-            with connection:
-                protocol.send(connection, ["control", arguments])
-                fields, _ = protocol.receive(connection)
-                return fields[0], fields[1]
+            try:
+                with connection:
+                    protocol.send(connection, ["control", arguments])
+                    fields, _ = protocol.receive(connection)
+                    return fields[0], fields[1]
+            except ConnectionError:  # the server was about to end, and has not heard it
+                pass
         lock = _lock(state, wait=False)
         if lock is not None:
             return _control_at_rest(state, arguments, lock)
