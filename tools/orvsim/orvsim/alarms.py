@@ -185,5 +185,6 @@ def _set_daemon(appliance: Appliance, given: argparse.Namespace) -> str:
 @status_lines
 def _alarm_lines(appliance: Appliance) -> list[str]:
     alarms = appliance.get(Alarms)
-    lines = [f"alarms: {len(alarms.current)}"]
-    return lines if alarms.daemon_runs else [*lines, "alarm daemon: off"]
+    silent = "" if alarms.daemon_runs else ", the daemon is off"
+    lines = [f"{'alarms':<12} {len(alarms.current)}{silent}"]
+    return lines + [f"{'':<12} {alarm.name}: {alarm.text}" for alarm in alarms.current]

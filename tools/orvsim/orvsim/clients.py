@@ -161,11 +161,16 @@ def _connect_arguments(parser: argparse.ArgumentParser) -> None:
 
 @control("client", "connect", help="connect a client to a share", arguments=_connect_arguments)
 def _connect(appliance: Appliance, given: argparse.Namespace) -> str:
-    lines = []
-    for _ in range(given.count):
-        request = Request(given.service, given.share, given.user, given.address or "")
-        lines.append("Connected " + line_of(connect(appliance, request)) + ".\n")
-    return "".join(lines)
+    let_in: list[Client] = []
+    try:
+        for _ in range(given.count):
+            request = Request(given.service, given.share, given.user, given.address or "")
+            let_in.append(connect(appliance, request))
+    except ControlError:
+        numbers = {client.number for client in let_in}
+        disconnect(appliance, lambda client: client.number in numbers)
+        raise
+    return "".join(f"Connected {line_of(client)}.\n" for client in let_in)
 
 
 def _disconnect_arguments(parser: argparse.ArgumentParser) -> None:
@@ -196,4 +201,4 @@ def _list(appliance: Appliance, _given: argparse.Namespace) -> str:
 
 @status_lines
 def _clients_line(appliance: Appliance) -> list[str]:
-    return [f"clients: {len(appliance.get(Clients).connected)}"]
+    return [f"{'clients':<12} {len(appliance.get(Clients).connected)}"]

@@ -199,10 +199,9 @@ def show_disks(appliance: Appliance, files: KernelFiles) -> None:
     """sysfs, /dev and the disk driver's files."""
     os.makedirs("/proc/scsi", exist_ok=True)
     _show_driver(appliance)
-    if has_controller(appliance):
-        return
     for disk in appliance.get(Disks).present:
-        _show_disk(files, disk)
+        if not (has_controller(appliance) and disk.bay):
+            _show_disk(files, disk)
 
 
 @status_lines

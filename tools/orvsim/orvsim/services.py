@@ -329,4 +329,4 @@ def busybox(appliance: Appliance, call: Call) -> int:
 @status_lines
 def _services_line(appliance: Appliance) -> list[str]:
     running = [name for name in SERVICES if is_running(appliance, name)]
-    return [f"services: {', '.join(running) or 'none'}"]
+    return [f"{'services':<12} {', '.join(running) or 'none'}"]
