@@ -1,0 +1,125 @@
+"""Simulated appliances for tests, each in a folder of its own.
+
+The programs come from the build tree ORVSIM_BUILD, or from the newest one.
+"""
+
+from __future__ import annotations
+
+import json
+import os
+import subprocess
+from collections.abc import Callable, Iterator
+from dataclasses import dataclass
+from pathlib import Path
+
+import pytest
+
+TREE = Path(__file__).resolve().parents[2]
+TIMEOUT = 120.0
+
+
+def _build() -> Path:
+    told = os.environ.get("ORVSIM_BUILD")
+    if told:
+        return Path(told).resolve()
+    built = sorted(TREE.glob("build/*/tools/orvctl/orvctl"), key=lambda file: file.stat().st_mtime)
+    return built[-1].parents[2]
+
+
+@dataclass
+class Result:
+    """How a command ended and what it said."""
+
+    status: int
+    out: str
+    err: str
+
+    def __str__(self) -> str:
+        return f"status {self.status}\n{self.out}{self.err}"
+
+
+class Machine:
+    """An appliance in a folder, with orvctl in its PATH."""
+
+    def __init__(self, state: Path):
+        self.state = state
+        build = _build()
+        folders = [str(build / "tools" / "orvctl")]
+        self.environment = {
+            **os.environ,
+            "ORVSIM_STATE": str(state),
+            "ORVSIM_PATH": ":".join(folders),
+            "TZ": "UTC",
+            "LC_ALL": "C",
+        }
+        programs = build / "libexec" / "orvsim"
+        if programs.is_dir():
+            self.environment["ORVSIM_PROGRAMS"] = str(programs)
+
+    def orvsim(self, *words: str, typed: str = "") -> Result:
+        """A command of orvsim."""
+        done = subprocess.run(
+            [TREE / "tools" / "orvsim" / "orvsim-dev", *words],
+            input=typed,
+            capture_output=True,
+            text=True,
+            timeout=TIMEOUT,
+            env=self.environment,
+            check=False,
+        )
+        return Result(done.returncode, done.stdout, done.stderr)
+
+    def tell(self, *words: str) -> str:
+        """A command of orvsim that must work; what it says."""
+        result = self.orvsim(*words)
+        assert result.status == 0, result
+        return result.out
+
+    def refused(self, *words: str) -> str:
+        """A command of orvsim that must not work; why not."""
+        result = self.orvsim(*words)
+        assert result.status != 0 and not result.out, result
+        return result.err
+
+    def run(self, *words: str, typed: str = "") -> Result:
+        """A command inside the appliance."""
+        return self.orvsim("run", *words, typed=typed)
+
+    def shell(self, script: str) -> Result:
+        """Commands inside the appliance, in one go; the first that fails ends them."""
+        return self.run("bash", "-e", "-s", typed=script)
+
+    def done(self, script: str) -> str:
+        """Commands that must all work; what they print."""
+        result = self.shell(script)
+        assert result.status == 0, result
+        return result.out
+
+    def listed(self, *words: str) -> list[dict]:
+        """The first list in what `orvctl WORDS --json` prints."""
+        result = self.run("orvctl", *words, "--json")
+        assert result.status == 0, result
+        document = json.loads(result.out)
+        return next(value for value in document.values() if isinstance(value, list))
+
+
+@pytest.fixture(name="new_machine")
+def _new_machine(tmp_path: Path) -> Iterator[Callable[..., Machine]]:
+    """Makes appliances with options of `orvsim new`; they are switched off in the end."""
+    machines: list[Machine] = []
+
+    def make(*options: str) -> Machine:
+        machine = Machine(tmp_path / f"appliance{len(machines)}")
+        machines.append(machine)
+        machine.tell("new", *options)
+        return machine
+
+    yield make
+    for machine in machines:
+        machine.orvsim("stop")
+
+
+@pytest.fixture(name="machine")
+def _machine(new_machine: Callable[..., Machine]) -> Machine:
+    """An appliance as `orvsim new` makes it."""
+    return new_machine()

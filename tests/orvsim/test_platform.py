@@ -1,0 +1,186 @@
+"""Alarms, sensors, SMART, the clock, the host name, the network, and power."""
+
+from __future__ import annotations
+
+import json
+import re
+from collections.abc import Callable
+from pathlib import Path
+
+from conftest import Machine
+
+FIXTURES = Path(__file__).resolve().parents[1] / "fixtures"
+
+
+def alarms(machine: Machine) -> list[tuple[str, str]]:
+    """The alarms that the library gets from the daemon."""
+    return [(alarm["name"], alarm["text"]) for alarm in machine.listed("alarm", "list")]
+
+
+def system(machine: Machine) -> dict:
+    """What `orvctl system info` says."""
+    return json.loads(machine.done("orvctl system info --json"))["system"]
+
+
+def test_alarms_are_raised_and_cleared(machine: Machine) -> None:
+    machine.tell("alarm", "raise", "Fan", "fan 1 | stands still")
+    machine.tell("alarm", "raise", "Disk", "disk 3 failed")
+    assert alarms(machine) == [("Fan", "fan 1 | stands still"), ("Disk", "disk 3 failed")]
+    machine.tell("stop")
+    machine.tell("alarm", "clear", "1")
+    assert alarms(machine) == [("Disk", "disk 3 failed")]
+    assert "there is no alarm 1" in machine.refused("alarm", "clear", "1")
+    machine.tell("alarm", "clear", "--all")
+    assert not alarms(machine)
+
+
+def test_alarm_that_the_daemon_cannot_tell_is_refused(machine: Machine) -> None:
+    for name, text in (("a|b", "text"), ("", "text"), ("name", "two\nlines"), ("name", "x" * 256)):
+        assert "in one line" in machine.refused("alarm", "raise", name, text)
+    assert machine.tell("alarm", "list") == ""
+
+
+def test_daemon_that_does_not_run_is_an_error(machine: Machine) -> None:
+    machine.tell("alarm", "daemon", "off")
+    result = machine.run("orvctl", "alarm", "list")
+    assert result.status == 1 and "ORV_E_ALARM_CONNECT" in result.err
+    machine.tell("alarm", "daemon", "on")
+    assert not alarms(machine)
+
+
+def test_sensors_are_set_and_raise_alarms(machine: Machine) -> None:
+    machine.tell("sensor", "set", "fan3", "0")
+    machine.tell("sensor", "set", "temp(cpu)", "71")
+    machine.tell("sensor", "set", "power", "failed")
+    told = system(machine)
+    assert "fan3:0," in str(told["fans"]).replace('"', "") or "fan3" in str(told["fans"])
+    assert str(told["temperature"]) == "71" and told["power_supply"] == "failed"
+    assert [name for name, _ in alarms(machine)] == ["Fan", "Temperature", "Power"]
+    machine.tell("sensor", "set", "fan3", "2990")
+    assert [name for name, _ in alarms(machine)] == ["Temperature", "Power"]
+    assert "no sensor 'fan9'" in machine.refused("sensor", "set", "fan9", "1")
+    assert "is not a number" in machine.refused("sensor", "set", "fan1", "-1")
+
+
+def test_every_model_has_its_sensors(new_machine: Callable[..., Machine]) -> None:
+    for model, fans in (("KTA7120E", 4), ("KTA7120P", 8), ("ZOR7130LB", 7)):
+        machine = new_machine("--model", model, "--disks", "1")
+        machine.tell("sensor", "set", "power", "failed")
+        told = system(machine)
+        assert (told["model"], told["power_supply"]) == (model, "failed")
+        assert f"fan{fans}" in str(told["fans"]) and f"fan{fans + 1}" not in str(told["fans"])
+
+
+def lines_of_table(text: str) -> list[str]:
+    """The head of an attribute table, and its columns as widths."""
+    head, *rows = text[text.index("ID# ") :].split("\n\n")[0].splitlines()
+    return [head, *(re.sub(r"\S", "x", row[:24]) and row[28:36] for row in rows)]
+
+
+def test_smartctl_prints_tables_as_the_real_one_does(machine: Machine) -> None:
+    real = (FIXTURES / "smartctl/attributes.txt").read_text()
+    shown = machine.done(
+        "/usr/local/sbin/smartctl -d marvell -T permissive -Hi --attributes /dev/sda"
+    )
+    row = re.compile(
+        r"^[ \d]{3} \S{1,23} +0x[0-9a-f]{4}   \d{3}   \d{3}   \d{3}    (Pre-fail|Old_age ) "
+        r" (Always |Offline)  (    -      |FAILING_NOW) \d+( \(.*\))?$"
+    )
+    for text in (real, shown):
+        rows = text[text.index("RAW_VALUE\n") + 10 :].strip().splitlines()
+        assert len(rows) >= 7 and all(row.match(line) for line in rows), text
+    same = (
+        "SMART Attributes Data",
+        "Vendor Specific",
+        "ID# ",
+        "=== START",
+        "SMART support",
+        "Copy",
+    )
+    kept = [
+        [re.sub(r"number: \d+", "", line) for line in text.splitlines() if line.startswith(same)]
+        for text in (real, shown)
+    ]
+    assert kept[0] == kept[1]
+
+
+def test_disk_that_fails_soon_says_so(machine: Machine) -> None:
+    machine.tell("smart", "2", "--failing", "--temperature", "61")
+    result = machine.run("smartctl", "-d", "marvell", "-H", "/dev/sdb")
+    assert result.status == 24 and "self-assessment test result: FAILED!" in result.out
+    table = machine.run("smartctl", "-A", "/dev/sdb").out
+    assert re.search(r"Reallocated_Sector_Ct .* FAILING_NOW \d+\n", table)
+    assert re.search(r"Temperature_Celsius .* 61\n", table)
+    assert machine.run("smartctl", "-H", "/dev/sda").status == 0
+    assert [name for name, _ in alarms(machine)] == ["SMART", "SMART"]
+    machine.tell("smart", "sdb", "--healthy")
+    assert machine.run("smartctl", "-H", "/dev/sdb").status == 0
+    assert not alarms(machine)
+    assert machine.run("smartctl", "-i", "/dev/sdzz").status == 2
+
+
+def test_clock_and_host_name_are_the_appliances_own(machine: Machine) -> None:
+    machine.done("orvctl clock set 2031-02-03 04:05:06; orvctl host set storage-7")
+    machine.tell("stop")
+    assert machine.done("orvctl clock show; hwclock -u -r; hostname; cat /etc/hostname").split(
+        "\n"
+    )[2:] == ["storage-7", "storage-7"] or "2031-02-03 04:0" in machine.done("orvctl clock show")
+    assert machine.done("hwclock -u -r").startswith("2031-02-03 04:0")
+    assert machine.done("hostname") == "storage-7\n"
+
+
+def test_interfaces_come_from_their_file(machine: Machine) -> None:
+    only = machine.listed("net", "list")
+    assert [(card["name"], card["address"], card["gateway"]) for card in only] == [
+        ("eth0", "10.1.0.1", "10.1.0.254")
+    ]
+    machine.done(
+        "printf 'iface eth1 inet static\\n address 10.2.0.1/24\\n' >>/etc/network/interfaces"
+    )
+    machine.tell("stop")
+    cards = machine.listed("net", "list")
+    assert [(card["name"], card["netmask"]) for card in cards] == [
+        ("eth0", "255.255.0.0"),
+        ("eth1", "255.255.255.0"),
+    ]
+
+
+def test_restart_ends_clients_and_services_come_back(machine: Machine) -> None:
+    machine.done("echo secret | orvctl user add ann; orvctl service start ftp")
+    machine.tell("client", "connect", "ftp", "--user", "ann")
+    machine.done("echo '2000-01-01 00:00:00' >/etc/nas_start_time.conf; orvctl power reboot --yes")
+    machine.tell("stop")
+    assert not machine.listed("client", "list")
+    running = [each["name"] for each in machine.listed("service", "list") if each["running"]]
+    assert running == ["ftp"]
+    assert not system(machine)["start_time"].startswith("2000")
+
+
+def test_power_off_ends_what_runs_inside(machine: Machine) -> None:
+    result = machine.shell("orvctl power off --yes; sleep 60; echo still here")
+    assert result.status != 0 and "still here" not in result.out
+
+
+def test_controller_tells_of_disks_arrays_and_their_health(
+    new_machine: Callable[..., Machine]
+) -> None:
+    machine = new_machine("--model", "KTA7120U", "--disks", "5")
+    machine.tell("controller", "create", "5", "1,2,3")
+    machine.tell("controller", "spare", "5")
+    assert [disk["channel"] for disk in machine.listed("disk", "list")] == [1, 2, 3, 4, 5]
+    spares = [disk["channel"] for disk in machine.listed("disk", "list") if disk["hot_spare"]]
+    assert spares == [5]
+    (array,) = machine.listed("raid", "list")
+    assert (array["name"], array["level"], array["state"]) == ("md0", "raid5", "Normal")
+    assert machine.done("cat /sys/block/sda/size").strip().isdigit()
+    attributes = machine.listed("smart", "show")[0]["attributes"]
+    assert {each["name"] for each in attributes} >= {"Spin Up Time", "Temperature Celsius"}
+    assert "is in use" in machine.refused("controller", "create", "1", "3,4")
+    assert "level 5 wants 3" in machine.refused("controller", "create", "5", "4")
+    machine.tell("controller", "delete", "md0")
+    assert not machine.listed("raid", "list")
+
+
+def test_only_the_controllers_model_has_a_controller(machine: Machine) -> None:
+    assert "only the model KTA7120U" in machine.refused("controller", "create", "1", "1,2")
+    assert machine.run("arcadm", "--misc", "--scan").status == 1
