@@ -7,7 +7,8 @@ build_packages=(g++ cmake ninja-build pkg-config libcrypt-dev libcli11-dev libsm
 # shellcheck disable=SC2034
 test_packages=(libgtest-dev libgmock-dev bash-static busybox-static binutils)
 # shellcheck disable=SC2034  # packaging/build, the reference, and their tests
-packaging_packages=(debhelper dpkg-dev mandoc doxygen lintian mmdebstrap)
+packaging_packages=(debhelper dh-python dpkg-dev mandoc doxygen lintian mmdebstrap pybind11-dev
+  python3-dev)
 # shellcheck disable=SC2034
 lint_packages=(clang clang-format clang-tidy shellcheck)
 
