@@ -53,7 +53,7 @@ def test_sensors_are_set_and_raise_alarms(machine: Machine) -> None:
     machine.tell("sensor", "set", "temp(cpu)", "71")
     machine.tell("sensor", "set", "power", "failed")
     told = system(machine)
-    assert "fan3:0," in str(told["fans"]).replace('"', "") or "fan3" in str(told["fans"])
+    assert "fan3:0," in told["fans"]
     assert str(told["temperature"]) == "71" and told["power_supply"] == "failed"
     assert [name for name, _ in alarms(machine)] == ["Fan", "Temperature", "Power"]
     machine.tell("sensor", "set", "fan3", "2990")
@@ -68,13 +68,7 @@ def test_every_model_has_its_sensors(new_machine: Callable[..., Machine]) -> Non
         machine.tell("sensor", "set", "power", "failed")
         told = system(machine)
         assert (told["model"], told["power_supply"]) == (model, "failed")
-        assert f"fan{fans}" in str(told["fans"]) and f"fan{fans + 1}" not in str(told["fans"])
-
-
-def lines_of_table(text: str) -> list[str]:
-    """The head of an attribute table, and its columns as widths."""
-    head, *rows = text[text.index("ID# ") :].split("\n\n")[0].splitlines()
-    return [head, *(re.sub(r"\S", "x", row[:24]) and row[28:36] for row in rows)]
+        assert f"fan{fans}:" in told["fans"] and f"fan{fans + 1}:" not in told["fans"]
 
 
 def test_smartctl_prints_tables_as_the_real_one_does(machine: Machine) -> None:
@@ -87,7 +81,7 @@ def test_smartctl_prints_tables_as_the_real_one_does(machine: Machine) -> None:
         r" (Always |Offline)  (    -      |FAILING_NOW) \d+( \(.*\))?$"
     )
     for text in (real, shown):
-        rows = text[text.index("RAW_VALUE\n") + 10 :].strip().splitlines()
+        rows = text[text.index("RAW_VALUE\n") + 10 :].rstrip().splitlines()
         assert len(rows) >= 7 and all(row.match(line) for line in rows), text
     same = (
         "SMART Attributes Data",
@@ -122,11 +116,10 @@ def test_disk_that_fails_soon_says_so(machine: Machine) -> None:
 def test_clock_and_host_name_are_the_appliances_own(machine: Machine) -> None:
     machine.done("orvctl clock set 2031-02-03 04:05:06; orvctl host set storage-7")
     machine.tell("stop")
-    assert machine.done("orvctl clock show; hwclock -u -r; hostname; cat /etc/hostname").split(
-        "\n"
-    )[2:] == ["storage-7", "storage-7"] or "2031-02-03 04:0" in machine.done("orvctl clock show")
-    assert machine.done("hwclock -u -r").startswith("2031-02-03 04:0")
-    assert machine.done("hostname") == "storage-7\n"
+    told = machine.done("orvctl clock show; hwclock -u -r; date +%F; hostname; cat /etc/hostname")
+    clock, hardware_clock, *rest = told.splitlines()
+    assert clock.startswith("2031-02-03 04:0") and hardware_clock.startswith("2031-02-03 04:0")
+    assert rest == ["2031-02-03", "storage-7", "storage-7"]
 
 
 def test_interfaces_come_from_their_file(machine: Machine) -> None:

@@ -115,7 +115,7 @@ def _shared_sharing(tmp_path_factory: pytest.TempPathFactory):
     machine.tell("new")
     machine.done(SHARES)
     yield machine
-    machine.orvsim("stop")
+    machine.control("stop")
 
 
 def test_a_service_that_does_not_run_has_no_clients(machine: Machine) -> None:

@@ -111,7 +111,11 @@ def _delete(appliance: Appliance, call: Call, name: str) -> int:
     return 0
 
 
-@tool("/usr/bin/smbpasswd", reads_input=True)
+def _adds(arguments: list[str]) -> bool:
+    return not any(word.startswith("-") and "x" in word for word in arguments)
+
+
+@tool("/usr/bin/smbpasswd", reads_input=_adds)
 def smbpasswd(appliance: Appliance, call: Call) -> int:
     """Adds a user with a password from its input, or deletes one."""
     options = "".join(word[1:] for word in call.arguments if word.startswith("-"))

@@ -27,13 +27,18 @@ def run_tool(
     if fault is not None:
         call.err(f"{name}: failed as told by orvsim tool-fails\n")
         return _deliver(call, fault, descriptors)
-    if tool.reads_input:
+    if tool.wants_input(call.arguments):
         call.input = _read_all(descriptors[0])
     try:
         status = _run(appliance, files, tool, call)
     except ExecInstead as program:
         arguments = program.arguments
-        return ["exec", program.program, name, *(call.arguments if arguments is None else arguments)]
+        return [
+            "exec",
+            program.program,
+            name,
+            *(call.arguments if arguments is None else arguments),
+        ]
     return _deliver(call, status, descriptors)
 
 

@@ -68,6 +68,7 @@ class Call:
 
 
 ToolFunction = Callable[["Appliance", Call], int]
+ReadsInput = bool | Callable[[list[str]], bool]
 
 
 @dataclass(frozen=True)
@@ -76,12 +77,16 @@ class Tool:
 
     path: str
     run: ToolFunction
-    reads_input: bool = False
+    reads_input: ReadsInput = False
     locked: bool = True
 
     @property
     def name(self) -> str:
         return os.path.basename(self.path)
+
+    def wants_input(self, arguments: list[str]) -> bool:
+        """Whether a call with these arguments reads its standard input, to its end."""
+        return self.reads_input(arguments) if callable(self.reads_input) else self.reads_input
 
 
 @dataclass(frozen=True)
@@ -105,7 +110,7 @@ STATUS: list[Callable[["Appliance"], list[str]]] = []
 
 
 def tool(
-    *paths: str, reads_input: bool = False, locked: bool = True
+    *paths: str, reads_input: ReadsInput = False, locked: bool = True
 ) -> Callable[[ToolFunction], ToolFunction]:
     """Registers a tool under its path in the appliance; a call by its bare name is the same."""
 
