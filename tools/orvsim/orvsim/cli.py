@@ -7,6 +7,7 @@ import json
 import shutil
 import sys
 from pathlib import Path
+from typing import NoReturn
 
 from orvsim import creation, modules, places, session
 from orvsim.control import add_controls
@@ -15,8 +16,15 @@ from orvsim.tools import ControlError
 USAGE = 2
 
 
+class _Parser(argparse.ArgumentParser):
+    """Says in one line what is wrong with a command line."""
+
+    def error(self, message: str) -> NoReturn:
+        self.exit(USAGE, f"{self.prog}: {message}; see '{self.prog} --help'\n")
+
+
 def _parser() -> argparse.ArgumentParser:
-    parser = argparse.ArgumentParser(
+    parser = _Parser(
         prog="orvsim", description="A simulated storage appliance that keeps its state in a folder."
     )
     parser.add_argument(
