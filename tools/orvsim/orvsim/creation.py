@@ -63,7 +63,14 @@ def add_arguments(parser: argparse.ArgumentParser) -> None:
     parser.add_argument("--force", action="store_true", help="replace the appliance that is there")
 
 
-_UNITS = {"M": 1000**2, "G": 1000**3, "T": 1000**4, "Mi": 1 << 20, "Gi": 1 << 30, "Ti": 1 << 40}
+_UNITS = {
+    "M": 1000**2,
+    "G": 1000**3,
+    "T": 1000**4,
+    "Mi": 1 << 20,
+    "Gi": 1 << 30,
+    "Ti": 1 << 40,
+}
 
 
 def size_of(text: str) -> int:

@@ -14,6 +14,7 @@ CLONE_NEWNET = 0x40000000
 MS_RDONLY = 1
 MS_NOSUID = 2
 MS_NODEV = 4
+MS_REMOUNT = 32
 MS_BIND = 4096
 MS_REC = 16384
 MS_PRIVATE = 1 << 18
@@ -57,6 +58,17 @@ def mount(source: str, target: str, kind: str = "", flags: int = 0, options: str
 def bind(source: str, target: str, recursive: bool = False) -> None:
     """Makes a file or folder visible at a second place."""
     mount(source, target, flags=MS_BIND | (MS_REC if recursive else 0))
+
+
+def set_read_only(target: str, read_only: bool) -> None:
+    """Changes whether a bound folder can be written."""
+    flags = MS_REMOUNT | MS_BIND | (MS_RDONLY if read_only else 0)
+    mount("none", target, flags=flags)
+
+
+def unmount_unused(target: str) -> None:
+    """Takes a mount away, if nobody uses it."""
+    _check(_libc.umount2(os.fsencode(target), 0), f"umount {target}")
 
 
 def unmount(target: str) -> None:

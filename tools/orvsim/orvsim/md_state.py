@@ -239,6 +239,6 @@ def contents_of(appliance: Appliance, array: Array) -> Contents:
 
 
 def member_letters(array: Array) -> str:
-    """"AA.A": which places have a member."""
+    """ "AA.A": which places have a member."""
     present = {member.slot for member in array.members if member.state != FAULTY}
     return "".join("A" if slot in present else "." for slot in range(array.raid_disks))

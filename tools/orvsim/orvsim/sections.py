@@ -54,4 +54,6 @@ def _record(kind: Any, value: dict[str, Any]) -> Any:
     if kind not in _HINTS:
         _HINTS[kind] = typing.get_type_hints(kind)
     hints = _HINTS[kind]
-    return kind(**{name: _value(hints[name], item) for name, item in value.items() if name in hints})
+    return kind(
+        **{name: _value(hints[name], item) for name, item in value.items() if name in hints}
+    )

@@ -138,7 +138,9 @@ def _enter(state: Path):
                 connection.close()
         lock = _lock(state, wait=False)
         if lock is not None:
-            started = (state / "server.log").stat().st_mtime_ns if (state / "server.log").exists() else 0
+            started = (
+                (state / "server.log").stat().st_mtime_ns if (state / "server.log").exists() else 0
+            )
             _start_server(state, lock)
             os.close(lock)
             _await_server(state, started)
