@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import os
 import re
+from collections.abc import Iterator
 from pathlib import Path
 
 from orvsim.appliance import Appliance
@@ -124,9 +125,7 @@ def _free_number(appliance: Appliance) -> int | None:
 def _wrong_character(name: str) -> str | None:
     """What busybox has against a name."""
     raw = os.fsencode(name)
-    if not raw or raw in (b".", b".."):
-        return "empty name"
-    for place, code in enumerate(raw):
+    for place, code in enumerate(raw or b"\0"):
         letter = chr(code)
         is_good = code < 128 and (letter.isalnum() or letter == "_")
         is_good = is_good or (place > 0 and letter in "-.")
@@ -142,19 +141,46 @@ def _options_of(call: Call) -> tuple[dict[str, str], list[str]] | None:
     words: list[str] = []
     arguments = iter(call.arguments)
     for word in arguments:
-        if not word.startswith("-") or len(word) == 1:
-            words.append(word)
-            continue
-        for place, letter in enumerate(word[1:], 2):
-            if letter in "DHS":
-                options[letter] = ""
-            elif letter in "sghGuk":
-                options[letter] = word[place:] or next(arguments, "")
-                break
-            else:
-                call.err(f"adduser: invalid option -- '{letter}'\n")
+        if word == "--":
+            words += arguments
+        elif word.startswith("-") and len(word) > 1:
+            if not _take_options(word, arguments, options, call):
                 return None
+        else:
+            words.append(word)
     return options, words
+
+
+def _take_options(word: str, rest: Iterator[str], options: dict[str, str], call: Call) -> bool:
+    """The options of a word; False when one is unknown."""
+    for place, letter in enumerate(word[1:], 2):
+        if letter in "DHS":
+            options[letter] = ""
+        elif letter in "sghGuk":
+            options[letter] = word[place:] or next(rest, "")
+            break
+        else:
+            call.err(f"adduser: invalid option -- '{letter}'\n")
+            return False
+    return True
+
+
+_LONG_NAME = """addgroup: Usernames must be no more than 32 bytes in length;
+            note that if you are using Unicode characters, the character
+            limit will be less than 32.
+"""
+_STRANGE_NAME = """addgroup: Please enter a username matching the regular expression
+            configured via the NAME_REGEX configuration variable.  Use the
+            `--allow-bad-names' option to relax this check or reconfigure
+            NAME_REGEX in configuration.
+"""
+
+
+def _group_refusal(name: str) -> str | None:
+    """What Debian's addgroup, which busybox calls, has against a name; the user is made anyhow."""
+    if len(os.fsencode(name)) > _LONGEST_GROUP_NAME:
+        return _LONG_NAME
+    return None if re.fullmatch(r"[a-z][-a-z0-9_]*\$?", name) else _STRANGE_NAME
 
 
 def _add_account(appliance: Appliance, name: str, number: int, options: dict[str, str]) -> None:
@@ -164,7 +190,7 @@ def _add_account(appliance: Appliance, name: str, number: int, options: dict[str
     _append(appliance.path("/etc/passwd"), account)
     day = int(appliance.now() // _DAY)
     _append(appliance.path("/etc/shadow"), f"{name}:!:{day}:0:99999:7:::")
-    if len(os.fsencode(name)) <= _LONGEST_GROUP_NAME:
+    if _group_refusal(name) is None:
         _append(appliance.path("/etc/group"), f"{name}:x:{number}:")
         _append(appliance.path("/etc/gshadow"), f"{name}:!::")
 
@@ -184,21 +210,18 @@ def _refusal(appliance: Appliance, name: str) -> str | None:
 def adduser(appliance: Appliance, call: Call) -> int:
     """Adds an account as busybox's adduser does."""
     given = _options_of(call)
-    if given is None or len(given[1]) != 1:
+    if given is None or not given[1]:
         return 1
-    options, (name,) = given
+    options, name = given[0], given[1][0]
     refusal = _refusal(appliance, name)
     number = _free_number(appliance)
     if refusal or number is None:
         call.err(f"adduser: {refusal or 'no free uids left'}\n")
         return 1
     _add_account(appliance, name, number, options)
-    if len(os.fsencode(name)) > _LONGEST_GROUP_NAME:
-        call.err(
-            f"addgroup: Usernames must be no more than {_LONGEST_GROUP_NAME} bytes in length;\n"
-            "            note that if you are using Unicode characters, the character\n"
-            f"            limit will be less than {_LONGEST_GROUP_NAME}.\n"
-        )
+    refusal = _group_refusal(name)
+    if refusal:
+        call.err(refusal)
     else:
         call.out(f"Adding group `{name}' (GID {number}) ...\nDone.\n")
     return 0
@@ -225,7 +248,10 @@ Options:
 def userdel(appliance: Appliance, call: Call) -> int:
     """Deletes an account, and the group of its name when it is its own."""
     words = [word for word in call.arguments if not re.fullmatch(r"-[fr]+|--force|--remove", word)]
-    if len(words) != 1 or words[0].startswith("-"):
+    unknown = next((word for word in words if re.match(r"-[^-]", word)), None)
+    if unknown:
+        call.err(f"userdel: invalid option -- '{unknown[1]}'\n")
+    if len(words) != 1 or unknown:
         call.err(_USERDEL_USAGE)
         return 2
     name = words[0]

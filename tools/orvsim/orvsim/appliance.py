@@ -11,7 +11,7 @@ from dataclasses import dataclass, field
 from pathlib import Path
 from typing import TypeVar
 
-from orvsim.sections import SECTIONS, decode, encode, section
+from orvsim.sections import SECTIONS, decode, section
 
 Section = TypeVar("Section")
 
@@ -99,8 +99,8 @@ class Appliance:
 
     def save(self) -> bool:
         """Saves the state when it differs from what was saved last; tells whether it did."""
-        state = {"format_version": FORMAT_VERSION, **encode(self.sections)}
-        text = json.dumps(state, indent=1)
+        state = {"format_version": FORMAT_VERSION, **self.sections}
+        text = json.dumps(state, default=vars) + "\n"
         if text == self.saved:
             return False
         new = self.folder / "state.json.new"

@@ -28,6 +28,8 @@ MODULES = (
     "smb_passwords",
     "network",
     "services",
+    "init_scripts",
+    "busybox",
     "clients",
     "samba",
     "nfs",

@@ -8,7 +8,8 @@ import time
 from dataclasses import dataclass
 
 from orvsim.appliance import Appliance
-from orvsim.services import REAL_PROC, Process, processes
+from orvsim.busybox import REAL_PROC
+from orvsim.services import Process, processes
 from orvsim.tools import Call, tool
 
 _PAGE_KIB = os.sysconf("SC_PAGE_SIZE") // 1024

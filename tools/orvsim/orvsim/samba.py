@@ -98,23 +98,64 @@ def connection_row(client: Client) -> str:
     return _CONNECTION.format(client.share, pid, client.address, since, "-", "-")
 
 
-def status_text(clients: list[Client], groups: dict[str, str]) -> str:
-    """What smbstatus prints of these clients."""
-    sessions = [session_row(each, groups.get(each.user, each.user)) for each in clients]
-    connections = [connection_row(each) for each in clients]
+def sessions_text(clients: list[Client], groups: dict[str, str]) -> str:
+    """The table of processes."""
     head = f"\nSamba version {_VERSION}\n{_SESSION_HEAD}{_SESSION_RULER}"
-    tables = "".join(sessions) + "\n" + _CONNECTION_HEAD + _CONNECTION_RULER + "".join(connections)
-    return head + tables + "\n"
+    return head + "".join(session_row(each, groups.get(each.user, each.user)) for each in clients)
+
+
+def connections_text(clients: list[Client]) -> str:
+    """The table of services."""
+    rows = "".join(connection_row(each) for each in clients)
+    return "\n" + _CONNECTION_HEAD + _CONNECTION_RULER + rows + "\n"
+
+
+_USAGE = """Usage: [-?pvLSNbPRBnjfV] [-?|--help] [--usage] [-p|--processes]
+        [-v|--verbose] [-L|--locks] [-S|--shares] [-N|--notify]
+        [-u|--user=STRING] [-b|--brief] [-P|--profile] [-R|--profile-rates]
+        [-B|--byterange] [-n|--numeric] [-j|--json] [-f|--fast]
+        [--resolve-uids] [-d|--debuglevel=DEBUGLEVEL] [--debug-stdout]
+        [-s|--configfile=CONFIGFILE] [--option=name=value]
+        [-l|--log-basename=LOGFILEBASE] [--leak-report] [--leak-report-full]
+        [-V|--version]
+"""
+
+# Which tables an option asks for: processes, services, locks.
+_TABLES = {
+    "-p": "p",
+    "--processes": "p",
+    "-b": "p",
+    "--brief": "p",
+    "-S": "s",
+    "--shares": "s",
+    "-L": "l",
+    "--locks": "l",
+}
 
 
 @tool("/usr/bin/smbstatus")
 def smbstatus(appliance: Appliance, call: Call) -> int:
     """Shows the clients; without a word on the command line, all there is to know."""
-    call.out(status_text(of_service(appliance, "samba"), _groups(appliance)))
+    unknown = [word for word in call.arguments if word not in _TABLES]
+    if unknown:
+        call.err(f"\nInvalid option {unknown[0]}: unknown option\n\n{_USAGE}")
+        return 1
+    tables = {_TABLES[word] for word in call.arguments} or {"p", "s", "l"}
+    clients = of_service(appliance, "samba")
+    if "p" in tables:
+        call.out(sessions_text(clients, _groups(appliance)))
+    if "s" in tables:
+        call.out(connections_text(clients))
+    if "l" in tables:
+        _tell_locks(appliance, call)
+    return 0
+
+
+def _tell_locks(appliance: Appliance, call: Call) -> None:
+    """No file is ever locked; a Samba that never ran does not even know that."""
     if not appliance.get(Services).smb_has_run:
         call.err("/run/samba/locking.tdb not initialised\n")
         call.err("This is normal if an SMB client has never connected to your server.\n")
-        return 0
+        return
     call.err("No locked files\n")
     call.out("\n")
-    return 0

@@ -23,11 +23,6 @@ def section(name: str) -> Callable[[type[Section]], type[Section]]:
     return register
 
 
-def encode(sections: dict[str, Any]) -> dict[str, Any]:
-    """The sections as they stand in the state file."""
-    return {name: dataclasses.asdict(value) for name, value in sections.items()}
-
-
 def decode(state: dict[str, Any]) -> dict[str, Any]:
     """Every declared section: from the state file, or new where the file has none."""
     return {name: _value(kind, state.get(name, {})) for name, kind in SECTIONS.items()}

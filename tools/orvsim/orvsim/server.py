@@ -51,7 +51,8 @@ class Server:
                 _link_tool(self.appliance.path(tool.path))
         for function in ON_START:
             function(self.appliance)
-        self.settle()
+        self.appliance.save()
+        self.show()
 
     def _host_name(self) -> str:
         try:
@@ -60,8 +61,12 @@ class Server:
             return self.appliance.get(Machine).name
 
     def settle(self) -> None:
-        """Saves what has changed and brings the kernel files in line."""
-        self.appliance.save()
+        """Saves what has changed and brings the kernel files in line with it."""
+        if self.appliance.save():
+            self.show()
+
+    def show(self) -> None:
+        """Writes the kernel files that are not as they should be."""
         _show_clock(self.appliance)
         self.files.begin()
         for function in KERNEL_FILES:
@@ -74,16 +79,22 @@ class Server:
             self.files.take_writes(self.appliance)
             for function in ON_TICK:
                 function(self.appliance)
-            self.settle()
+            self.appliance.save()
+            self.show()
 
     def serve(self, listener: socket.socket) -> None:
         """Accepts callers until nobody has used the appliance for a while."""
-        listener.settimeout(TICK_SECONDS)
-        while not self._is_idle():
+        next_tick = time.monotonic() + TICK_SECONDS
+        while True:
+            if time.monotonic() >= next_tick:
+                self._tick_safely()
+                next_tick = time.monotonic() + TICK_SECONDS
+                if self._is_idle():
+                    return
+            listener.settimeout(max(0.001, next_tick - time.monotonic()))
             try:
                 connection, _ = listener.accept()
             except TimeoutError:
-                self._tick_safely()
                 continue
             threading.Thread(target=self._answer, args=(connection,), daemon=True).start()
 
@@ -131,7 +142,7 @@ class Server:
         with self.appliance.lock:
             self.files.take_writes(self.appliance)
             answer = run_control(self.appliance, json.loads(fields[0]))
-            self.settle()
+            self.tick()
         protocol.send(connection, list(answer))
 
     def _on_run(self, connection: socket.socket, _fields: list[str], _files: list[int]) -> None:

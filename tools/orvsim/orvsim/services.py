@@ -2,20 +2,15 @@
 
 from __future__ import annotations
 
-import os
-import re
 from collections.abc import Callable
 from dataclasses import dataclass, field
 
 from orvsim.appliance import Appliance
 from orvsim.sections import section
-from orvsim.tools import Call, ExecInstead, status_lines, tool
+from orvsim.tools import status_lines
 
 _FIRST_PID = 600
 _HIGHEST_PID = 32767
-
-# The processes that are not simulated; the appliance's /proc has a place for its own files.
-REAL_PROC = "/run/orvsim/proc"
 
 
 @dataclass
@@ -89,6 +84,13 @@ def start(appliance: Appliance, service: str) -> bool:
     return True
 
 
+def reload(appliance: Appliance, service: str) -> None:
+    """Makes a service that runs read its configuration again."""
+    if is_running(appliance, service):
+        for hook in _AFTER_START.get(service, ()):
+            hook(appliance)
+
+
 def stop(appliance: Appliance, service: str) -> bool:
     """Stops a service; tells whether it ran."""
     if appliance.get(Services).processes.pop(service, None) is None:
@@ -115,215 +117,6 @@ def processes(appliance: Appliance) -> list[Process]:
     for source in _FURTHER_PROCESSES:
         found += source(appliance)
     return sorted(found, key=lambda process: process.pid)
-
-
-# --- init scripts --------------------------------------------------------------------------------
-
-
-@dataclass(frozen=True)
-class _Script:
-    """What an init script says: how it names itself and what it does."""
-
-    service: str
-    path: str
-    verbs: str
-    starts: Callable[[Appliance, Call], int]
-    stops: Callable[[Appliance, Call], int]
-    daemons: tuple[str, ...]
-
-
-def _run_script(appliance: Appliance, call: Call, script: _Script) -> int:
-    verb = call.arguments[0] if call.arguments else ""
-    if verb == "start":
-        return script.starts(appliance, call)
-    if verb == "stop":
-        return script.stops(appliance, call)
-    if verb in ("restart", "force-reload", "reload") and verb in script.verbs:
-        return script.stops(appliance, call) or script.starts(appliance, call)
-    if verb == "status" and verb in script.verbs:
-        return _tell_status(appliance, call, script)
-    call.out(f"Usage: {script.path} {{{script.verbs}}}\n")
-    return 1
-
-
-def _tell_status(appliance: Appliance, call: Call, script: _Script) -> int:
-    if is_running(appliance, script.service):
-        for daemon in script.daemons:
-            call.out(f"{daemon} is running.\n")
-        return 0
-    call.out(f"{script.daemons[0]} is not running ... failed!\n")
-    return 3
-
-
-def _start_samba(appliance: Appliance, call: Call) -> int:
-    start(appliance, "samba")
-    appliance.get(Services).smb_has_run = True
-    call.out("Starting Samba SMB/CIFS daemon: smbd.\nStarting NetBIOS name server: nmbd.\n")
-    return 0
-
-
-def _stop_samba(appliance: Appliance, call: Call) -> int:
-    stop(appliance, "samba")
-    call.out("Stopping Samba SMB/CIFS daemon: smbd.\nStopping NetBIOS name server: nmbd.\n")
-    return 0
-
-
-def _has_exports(appliance: Appliance) -> bool:
-    try:
-        text = appliance.path("/etc/exports").read_text(encoding="utf-8", errors="replace")
-    except FileNotFoundError:
-        return False
-    return re.search(r"^\s*[^#\n]*/", text, re.MULTILINE) is not None
-
-
-def _start_nfs(appliance: Appliance, call: Call) -> int:
-    if not _has_exports(appliance):
-        call.out("Not starting NFS kernel daemon: no exports ... (warning).\n")
-        return 0
-    call.out("Exporting directories for NFS kernel daemon....\n")
-    start(appliance, "nfs")
-    call.out("Starting NFS kernel daemon: nfsd mountd.\n")
-    return 0
-
-
-def _stop_nfs(appliance: Appliance, call: Call) -> int:
-    stop(appliance, "nfs")
-    call.out("Stopping NFS kernel daemon: mountd nfsd.\n")
-    call.out("Unexporting directories for NFS kernel daemon....\n")
-    return 0
-
-
-def _start_ftp(appliance: Appliance, call: Call) -> int:
-    call.out("Starting FTP server: vsftpd")
-    if not start(appliance, "ftp"):
-        call.out("/usr/sbin/vsftpd already running.\n")
-    call.out(".\n")
-    return 0
-
-
-def _stop_ftp(appliance: Appliance, call: Call) -> int:
-    call.out("Stopping FTP server: vsftpd")
-    if not stop(appliance, "ftp"):
-        call.out("No /usr/sbin/vsftpd found running; none killed.\n")
-    call.out(".\n")
-    return 0
-
-
-def _start_iscsi(appliance: Appliance, call: Call) -> int:
-    start(appliance, "iscsi")
-    call.out("Starting iSCSI enterprise target service:.\n")
-    return 0
-
-
-def _stop_iscsi(appliance: Appliance, call: Call) -> int:
-    stop(appliance, "iscsi")
-    call.out("Stopping iSCSI enterprise target service:.\n")
-    return 0
-
-
-_SCRIPTS = {
-    "/etc/init.d/samba": _Script(
-        "samba",
-        "/etc/init.d/smbd",
-        "start|stop|reload|restart|force-reload|status",
-        _start_samba,
-        _stop_samba,
-        ("smbd", "nmbd"),
-    ),
-    "/etc/init.d/nfs": _Script(
-        "nfs",
-        "nfs-kernel-server",
-        "start|stop|status|reload|force-reload|restart",
-        _start_nfs,
-        _stop_nfs,
-        ("nfsd",),
-    ),
-    "/etc/init.d/vsftpd": _Script(
-        "ftp",
-        "/etc/init.d/vsftpd",
-        "start|stop|restart|reload|status",
-        _start_ftp,
-        _stop_ftp,
-        ("vsftpd",),
-    ),
-    "/etc/init.d/iscsi-target": _Script(
-        "iscsi",
-        "/etc/init.d/iscsi-target",
-        "start|stop|restart|status",
-        _start_iscsi,
-        _stop_iscsi,
-        ("ietd",),
-    ),
-}
-
-
-def _register_script(path: str, script: _Script) -> None:
-    tool(path)(lambda appliance, call: _run_script(appliance, call, script))
-
-
-for _path, _script in _SCRIPTS.items():
-    _register_script(_path, _script)
-
-
-# --- pidof ---------------------------------------------------------------------------------------
-
-_BUSYBOX = "BusyBox v1.35.0 (Debian 1:1.35.0-4+deb12u1+b1) multi-call binary."
-_PIDOF_USAGE = f"""{_BUSYBOX}
-
-Usage: pidof [NAME]...
-
-List PIDs of all processes with names that match NAMEs
-"""
-
-
-def _other_pids(name: str) -> list[int]:
-    """Programs of that name which really run in the appliance, as a management daemon may."""
-    found = []
-    for entry in os.listdir(REAL_PROC):
-        if not entry.isdigit():
-            continue
-        try:
-            with open(f"{REAL_PROC}/{entry}/comm", encoding="utf-8", errors="replace") as file:
-                if file.read().rstrip("\n") == name[:15]:
-                    found.append(int(entry))
-        except OSError:
-            continue
-    return found
-
-
-def pids_of(appliance: Appliance, name: str) -> list[int]:
-    """The processes of that name, the newest first."""
-    simulated = [each.pid for each in processes(appliance) if each.name == name]
-    return sorted(simulated + _other_pids(name), reverse=True)
-
-
-def pidof(appliance: Appliance, call: Call) -> int:
-    """What busybox says about processes with some names."""
-    for word in call.arguments:
-        if word.startswith("-") and len(word) > 1:
-            call.err(f"pidof: invalid option -- '{word[1]}'\n{_PIDOF_USAGE}")
-            return 1
-    pids = [pid for name in call.arguments for pid in pids_of(appliance, os.path.basename(name))]
-    if not pids:
-        return 1
-    call.out(" ".join(str(pid) for pid in pids) + "\n")
-    return 0
-
-
-@tool("/bin/busybox")
-def busybox(appliance: Appliance, call: Call) -> int:
-    """The applets that know the simulated appliance; for others the real programs are run."""
-    if not call.arguments:
-        call.out(f"{_BUSYBOX}\n\nUsage: busybox [function [arguments]...]\n")
-        return 0
-    applet, arguments = call.arguments[0], call.arguments[1:]
-    if applet == "pidof":
-        return pidof(appliance, Call("pidof", arguments, call.folder, call.input, call.output))
-    for folder in ("/usr/local/sbin", "/usr/local/bin", "/usr/sbin", "/usr/bin"):
-        if os.path.basename(applet) == applet and os.access(f"{folder}/{applet}", os.X_OK):
-            raise ExecInstead(f"{folder}/{applet}", arguments)
-    call.err(f"{applet}: applet not found\n")
-    return 127
 
 
 @status_lines

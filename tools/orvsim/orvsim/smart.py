@@ -141,6 +141,12 @@ def _health_text(is_failing: bool, attributes: list[Attribute], with_table: bool
 _LONG = {"info": "i", "health": "H", "attributes": "A", "all": "a", "xall": "x"}
 _WITH_VALUE = {"device": "d", "tolerance": "T", "nocheck": "n", "smart": "s", "format": "f"}
 _DEVICE_TYPES = ("marvell", "sat", "ata", "auto")
+_ALL_TYPES = (
+    "ata, scsi[+TYPE], nvme[,NSID], sat[,auto][,N][+TYPE], usbcypress[,X], "
+    "usbjmicron[,p][,x][,N], usbprolific, usbsunplus, sntasmedia, sntjmicron[,NSID], sntrealtek, "
+    "intelliprop,N[+TYPE], jmb39x[-q],N[,sLBA][,force][+TYPE], jms56x,N[,sLBA][,force][+TYPE], "
+    "marvell, areca,N/E, 3ware,N, hpt,L/M/N, megaraid,N, aacraid,H,L,ID, cciss,N, auto, test"
+)
 
 
 @dataclass
@@ -201,12 +207,14 @@ def _wrong(question: _Question) -> str | None:
     if len(question.devices) > 1:
         names = "\n".join(question.devices)
         count = len(question.devices)
-        return f"ERROR: smartctl takes ONE device name as the final command-line argument.\n\nYou have provided {count} device names:\n{names}\n\n"
+        return (
+            "ERROR: smartctl takes ONE device name as the final command-line argument.\n"
+            f"You have provided {count} device names:\n{names}\n"
+        )
     if question.kind not in _DEVICE_TYPES:
-        types = ", ".join(_DEVICE_TYPES)
         return (
             f"{question.devices[0]}: Unknown device type '{question.kind}'\n"
-            f"=======> VALID ARGUMENTS ARE: {types} <=======\n"
+            f"=======> VALID ARGUMENTS ARE: {_ALL_TYPES} <=======\n"
         )
     return None
 

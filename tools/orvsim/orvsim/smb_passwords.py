@@ -61,20 +61,17 @@ def has_password(appliance: Appliance, name: str) -> bool:
     return any(line.split(":")[0] == name for line in _lines(appliance))
 
 
-def _new_password(given: bytes) -> str | None:
-    """The password that stands on two lines; None when it does not, or they differ."""
-    lines = given.decode("utf-8", "surrogateescape").split("\n")
-    return lines[0] if len(lines) > 2 and lines[0] == lines[1] else None
-
-
-def _is_mismatch(given: bytes) -> bool:
-    return given.count(b"\n") > 1
+def _new_password(given: bytes) -> tuple[str, str] | None:
+    """The password and its repetition, on two lines; None when there are no two."""
+    first, end, rest = given.decode("utf-8", "surrogateescape").partition("\n")
+    second, second_end, _ = rest.partition("\n")
+    return (first, second) if end and (second or second_end) else None
 
 
 def _add(appliance: Appliance, call: Call, name: str) -> int:
-    password = _new_password(call.read_input())
-    if password is None:
-        if _is_mismatch(call.read_input()):
+    given = _new_password(call.read_input())
+    if given is None or given[0] != given[1]:
+        if given is not None:
             call.err("Mismatch - password unchanged.\n")
         call.err("Unable to get new password.\n")
         return 1
@@ -88,7 +85,7 @@ def _add(appliance: Appliance, call: Call, name: str) -> int:
             " File successfully created.\n"
         )
     time = f"{int(appliance.now()):08X}"
-    entry = f"{name}:{account[2]}:{_NO_HASH}:{nt_hash(password)}:[U          ]:LCT-{time}:"
+    entry = f"{name}:{account[2]}:{_NO_HASH}:{nt_hash(given[0])}:[U          ]:LCT-{time}:"
     lines = _lines(appliance)
     places = [place for place, line in enumerate(lines) if line.split(":")[0] == name]
     if places:
@@ -111,14 +108,18 @@ def _delete(appliance: Appliance, call: Call, name: str) -> int:
     return 0
 
 
+def _letters(arguments: list[str]) -> str:
+    return "".join(word[1:] for word in arguments if word.startswith("-"))
+
+
 def _adds(arguments: list[str]) -> bool:
-    return not any(word.startswith("-") and "x" in word for word in arguments)
+    return set(_letters(arguments)) <= set("as")
 
 
 @tool("/usr/bin/smbpasswd", reads_input=_adds)
 def smbpasswd(appliance: Appliance, call: Call) -> int:
     """Adds a user with a password from its input, or deletes one."""
-    options = "".join(word[1:] for word in call.arguments if word.startswith("-"))
+    options = _letters(call.arguments)
     names = [word for word in call.arguments if not word.startswith("-")]
     unknown = [letter for letter in options if letter not in "axs"]
     if unknown or len(names) > 1:
