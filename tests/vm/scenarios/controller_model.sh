@@ -24,7 +24,7 @@ same "disks come from the controller, empty bays are left out" "1 2 3" \
 same "hot spares too" "3" \
   "$(orvctl disk list --json | jq -r '[.disks[] | select(.hot_spare) | .channel | tostring] | join(" ")')"
 same "arrays come from the controller" "md0 raid1 Normal 931" \
-  "$(orvctl raid list --json | jq -r '.arrays[] | "\(.name) \(.level) \(.state) \(.size_gib)"')"
+  "$(orvctl raid list --json | jq -r '.arrays[] | "\(.name) \(.level) \(.state) \(.size_bytes / 1073741824)"')"
 same "the group's volume is named by its array" "vg1 md0" \
   "$(orvctl vg list --json | jq -r '.volume_groups[] | "\(.name) \(.physical_volumes[0].name)"')"
 

@@ -35,7 +35,7 @@ check_not "but not twice" orvctl fs table-add /mnt/data vg1 data
 same "both are available" "$blank=available /mnt/data=available" "$(states)"
 same "the probe leaves nothing behind" "" "$(ls /mnt/data)"
 same "sizes are those of df" "$(df --output=size -m /mnt/data | tail -n1 | xargs)" \
-  "$(orvctl fs list --json | jq -r '.file_systems[1].size_mib')"
+  "$(orvctl fs list --json | jq -r '.file_systems[1].size_bytes / 1048576')"
 
 echo mine >/mnt/data/test
 check "a user's file named test" orvctl fs list

@@ -11,7 +11,7 @@ sysinfo KTA7120X
 add_ata_disk
 check "the ATA disk is there" eventually 20 test -b /dev/sdb
 mvsata sda=1 sdb=2
-disk='.disks[] | select(.device == "sdb")'
+disk='(.disk_health // .disk_attributes)[] | select(.device == "sdb")'
 summary=$(orvctl smart list --json | jq "$disk")
 asked() { smartctl "$@" /dev/sdb | grep -v "Local Time"; }
 same "its health is what smartctl says" \

@@ -56,7 +56,7 @@ same "its mount table entry too" "" "$(cat /etc/mdfstab)"
 } >/tmp/expected
 check "the list keeps them without a service" cmp /tmp/expected /etc/sharefolder.conf
 same "what is kept is listed" "files=alice,bob export=10.1.0.0/16" \
-  "$(orvctl recycle list --json | jq -r '[.shares[] | select(.users) | "\(.name)=\(.users)"] | join(" ")')"
+  "$(orvctl recycle list --json | jq -r '[.kept_shares[] | select(.users) | "\(.name)=\(.users)"] | join(" ")')"
 
 check "a kept share changes" orvctl recycle modify files --service samba --users carol --read-only --comment New
 samba files New /mnt/files writeable no carol >/tmp/expected

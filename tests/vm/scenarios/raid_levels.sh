@@ -18,7 +18,7 @@ level() {
   check "$1 is settled" eventually 150 is_settled
   same "$1 is what mdadm says" "$1" "$(mdadm --detail /dev/md0 | awk '/Raid Level/ {print $4}')"
   same "$1 is listed with level, size and members" "$1 $3 $4" \
-    "$(listed '"\(.level) \(.size_gib) \([.members[].name] | sort | join(","))"')"
+    "$(listed '"\(.level) \(.size_bytes / 1073741824) \([.members[].name] | sort | join(","))"')"
   check "$1 is not listed as inactive" bash -c "orvctl raid list | grep md0 | grep -qv inactive"
   check "$1 is taken apart" orvctl raid destroy md0 --yes
   check "$1 is gone" eventually 10 test ! -d /sys/block/md0/md
