@@ -6,6 +6,8 @@ import importlib
 
 MODULES = (
     "disks",
+    "alarms",
+    "storage_alarms",
     "md",
     "md_files",
     "mdadm",
@@ -36,8 +38,6 @@ MODULES = (
     "ftp",
     "iscsi",
     "netstat",
-    "alarms",
-    "storage_alarms",
     "sensors",
     "smart",
     "controller",

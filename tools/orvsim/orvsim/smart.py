@@ -13,6 +13,7 @@ from orvsim.appliance import Appliance, Machine
 from orvsim.disks import Disk, choose_disk, find_disk
 from orvsim.sections import section
 from orvsim.smart_attributes import Attribute, attributes_of, table_text
+from orvsim.storage_alarms import place_of
 from orvsim.tools import Call, control, tool
 
 _COULD_NOT_PARSE, _COULD_NOT_OPEN, _IS_FAILING, _ATTRIBUTE_FAILS = 1, 2, 8, 16
@@ -303,7 +304,7 @@ def _tell_alarms(appliance: Appliance, disk: Disk) -> None:
     cause = f"smart {disk.serial}"
     clear_alarms(appliance, cause)
     clear_alarms(appliance, cause + " temperature")
-    where = f"disk {disk.bay}" + (f" of enclosure {disk.enclosure}" if disk.enclosure else "")
+    where = place_of(disk)
     if health.failing:
         raise_alarm(appliance, "SMART", f"{where} expects to fail", cause)
     if (health.temperature or 0) > _HOTTEST_DISK:
