@@ -6,15 +6,23 @@ from orvsim.appliance import Appliance
 from orvsim.disks import Disks, has_controller, numbers_of
 from orvsim.holders import RAM_DISK_SIZE, RAM_DISKS
 from orvsim.kernel_files import KernelFiles
-from orvsim.lvm_state import MAPPER_MAJOR, Group, Lvm, Pool, devices_of_volumes, mapper_name
+from orvsim.lvm_state import (
+    MAPPER_MAJOR,
+    Group,
+    Lvm,
+    Pool,
+    device_file,
+    devices_of_volumes,
+    mapper_name,
+)
 from orvsim.md_state import Arrays
 from orvsim.tools import kernel_files
 
 
 def _partitions(appliance: Appliance) -> str:
     rows = []
-    if not has_controller(appliance):
-        for disk in appliance.get(Disks).present:
+    for disk in appliance.get(Disks).present:
+        if not (has_controller(appliance) and disk.bay):
             rows.append((*numbers_of(disk.name), disk.size // 1024, disk.name))
     for array in appliance.get(Arrays).running:
         if array.active:
@@ -36,12 +44,23 @@ def show_blocks(appliance: Appliance, files: KernelFiles) -> None:
     for group in appliance.get(Lvm).groups:
         for pool in group.pools:
             if pool.active:
-                _show_pool(files, group, pool, devices)
+                _show_pool(appliance, files, group, pool, devices)
 
 
-def _show_pool(files: KernelFiles, group: Group, pool: Pool, devices: dict[str, str]) -> None:
+def _pool_file(appliance: Appliance, pool: Pool) -> str:
+    """Stands for the pool's device: what programs write there themselves lasts."""
+    path = device_file(appliance, pool)
+    if not path.exists() or path.stat().st_size != pool.bytes:
+        with open(path, "ab") as file:
+            file.truncate(pool.bytes)
+    return str(path)
+
+
+def _show_pool(
+    appliance: Appliance, files: KernelFiles, group: Group, pool: Pool, devices: dict[str, str]
+) -> None:
     device, mapper = f"dm-{pool.minor}", mapper_name(group.name, pool.name)
-    files.device(f"/dev/{device}", pool.bytes)
+    files.link(f"/dev/{device}", _pool_file(appliance, pool))
     files.link(f"/dev/mapper/{mapper}", f"../{device}")
     files.link(f"/dev/{group.name}/{pool.name}", f"../{device}")
     folder = f"/sys/block/{device}"

@@ -19,6 +19,7 @@ from orvsim.tools import (
     ControlError,
     control,
     kernel_files,
+    on_event,
     on_new,
     on_tick,
     simulator,
@@ -64,8 +65,19 @@ class Controller:
 def _hide_disks(appliance: Appliance) -> None:
     """The names sda and so on are those of arrays."""
     if has_controller(appliance):
-        for index, disk in enumerate(appliance.get(Disks).present):
-            disk.name = name_of(_FIRST_HIDDEN + index)
+        for disk in appliance.get(Disks).present:
+            disk.name = _hidden_name(disk)
+
+
+def _hidden_name(disk: Disk) -> str:
+    return name_of(_FIRST_HIDDEN + channel_of(disk))
+
+
+@on_event
+def _hide_disk(appliance: Appliance, kind: str, subject: str) -> None:
+    disk = find_disk(appliance, subject)
+    if kind == "disk-inserted" and has_controller(appliance) and disk and disk.bay:
+        disk.name = _hidden_name(disk)
 
 
 def channel_of(disk: Disk) -> int:
@@ -152,6 +164,8 @@ def _describe(appliance: Appliance, files: KernelFiles) -> None:
     text += "".join(_volume_line(appliance, volume) for volume in controller.volumes)
     text += "".join(_smart_lines(appliance, n, disk) for n, disk in disks.items())
     files.put(_DESCRIPTION, text)
+    for volume in controller.volumes:
+        files.link(f"/dev/{volume.name}", volume.device)
 
 
 # --- what goes on by itself ----------------------------------------------------------------------
@@ -165,10 +179,18 @@ def _watch_arrays(appliance: Appliance) -> None:
     for volume in appliance.get(Controller).volumes:
         if volume.rebuilt and appliance.now() >= volume.rebuild_ends:
             volume.rebuilt = 0
+        _tell_kernel(appliance, volume)
         lost = _lost(appliance, volume)
         _tell_alarm(appliance, volume)
         if lost and not volume.rebuilt and state_of(appliance, volume) == "Degraded":
             _take_spare(appliance, volume, lost[0])
+
+
+def _tell_kernel(appliance: Appliance, volume: Volume) -> None:
+    """An array that has failed is a disk that has failed."""
+    drive = find_disk(appliance, volume.device)
+    if drive:
+        drive.failed = state_of(appliance, volume) == "Failed"
 
 
 def _take_spare(appliance: Appliance, volume: Volume, lost: int) -> None:
@@ -232,7 +254,7 @@ def _create(appliance: Appliance, given: argparse.Namespace) -> str:
         raise ControlError(f"level {given.level} wants {fewest} disks or more, level 1 two")
     taken = {volume.name for volume in controller.volumes}
     name = next(name for name in (f"md{n}" for n in range(len(taken) + 1)) if name not in taken)
-    drive = Disk(f"ARC{name}", "Arc RAID Volume", _size(given.level, disks))
+    drive = Disk(f"ARC{name}", "Arc RAID Volume", _size(given.level, disks), alias=name)
     attach(appliance, drive, 0, 0)
     controller.volumes.append(Volume(name, given.level, drive.name, list(given.channels)))
     return f"Made {name} of level {given.level}, the disk {drive.name}.\n"

@@ -26,7 +26,10 @@ _MAJORS = (8, *range(65, 72), *range(128, 136))
 
 @dataclass
 class Disk:
-    """A disk. Bay 0: it sits in no bay. Without a name it is not in the machine."""
+    """A disk. Bay 0: it sits in no bay. Without a name it is not in the machine.
+
+    The alias is a second name below /dev: an array of a RAID controller is called md0 too.
+    """
 
     serial: str = ""
     model: str = ""
@@ -35,6 +38,7 @@ class Disk:
     bay: int = 0
     enclosure: int = 0
     failed: bool = False
+    alias: str = ""
     contents: Contents = field(default_factory=Contents)
 
 
@@ -80,7 +84,8 @@ def numbers_of(name: str) -> tuple[int, int]:
 
 def find_disk(appliance: Appliance, name: str) -> Disk | None:
     """The disk with this device name."""
-    return next((disk for disk in appliance.get(Disks).present if disk.name == name), None)
+    present = appliance.get(Disks).present
+    return next((disk for disk in present if name and name in (disk.name, disk.alias)), None)
 
 
 def choose_disk(appliance: Appliance, text: str) -> Disk:
@@ -131,7 +136,8 @@ def make_disks(appliance: Appliance) -> None:
     disks = appliance.get(Disks)
     places = list(all_bays(appliance))
     for index in range(made.disks):
-        disk = new_disk(made.disk_size, _MODELS[0], f"Z1X{index:05d}")
+        size = made.disk_sizes[min(index, len(made.disk_sizes) - 1)]
+        disk = new_disk(size, _MODELS[0], f"Z1X{index:05d}")
         disk.name = name_of(index)
         disk.bay, disk.enclosure = places[index] if index < len(places) else (0, 0)
         disks.present.append(disk)

@@ -2,7 +2,9 @@
 
 from __future__ import annotations
 
+import functools
 import time
+from pathlib import Path
 
 from orvsim.accounts import records
 from orvsim.appliance import Appliance
@@ -21,9 +23,16 @@ _CONTROL_SHARE = "IPC$"
 
 def shares(appliance: Appliance) -> dict[str, dict[str, str]]:
     """The settings of every share, by the name in lower case, as Samba looks for it."""
+    place = appliance.path(_CONFIGURATION)
+    return _shares_in(str(place), place.stat().st_mtime_ns)
+
+
+@functools.lru_cache(maxsize=1)
+def _shares_in(path: str, _changed: int) -> dict[str, dict[str, str]]:
+    """The same; many clients that come one after the other find them read already."""
     found: dict[str, dict[str, str]] = {}
     settings: dict[str, str] = {}
-    text = appliance.path(_CONFIGURATION).read_text(encoding="utf-8", errors="replace")
+    text = Path(path).read_text(encoding="utf-8", errors="replace")
     for line in map(str.strip, text.splitlines()):
         if line.startswith("[") and line.endswith("]"):
             settings = found.setdefault(line[1:-1].strip().lower(), {"name": line[1:-1].strip()})
