@@ -8,7 +8,7 @@ import re
 import shutil
 import subprocess
 import time
-from dataclasses import asdict, dataclass
+from dataclasses import asdict, dataclass, field
 from pathlib import Path
 
 from orvsim import places
@@ -26,6 +26,24 @@ _HOST_ETC = (
 ).split()
 
 
+_UNITS = {
+    "M": 1000**2,
+    "G": 1000**3,
+    "T": 1000**4,
+    "Mi": 1 << 20,
+    "Gi": 1 << 30,
+    "Ti": 1 << 40,
+}
+
+
+def size_of(text: str) -> int:
+    """Bytes of "500G", "2T" or, in powers of two, "2Gi"; whole blocks of 4 KiB."""
+    match = re.fullmatch(r"(\d+(?:\.\d+)?)([MGT]i?)B?", text)
+    if not match:
+        raise ControlError(f"'{text}' is no size; write 500G, 2T or 2Gi")
+    return int(float(match[1]) * _UNITS[match[2]]) & ~4095
+
+
 @section("made_as")
 @dataclass
 class Options:
@@ -35,7 +53,7 @@ class Options:
     name: str = "orv"
     enclosures: int = 0
     disks: int = 8
-    disk_size: int = 2 * 1000**4
+    disk_sizes: list[int] = field(default_factory=lambda: [size_of("2T")])
 
 
 def add_arguments(parser: argparse.ArgumentParser) -> None:
@@ -58,27 +76,13 @@ def add_arguments(parser: argparse.ArgumentParser) -> None:
         help="disks; those that find no bay are attached without one (%(default)s)",
     )
     parser.add_argument(
-        "--disk-size", default="2T", metavar="SIZE", help="such as 500G, 2T (%(default)s)"
+        "--disk-size",
+        default="2T",
+        metavar="SIZE[,SIZE...]",
+        help="such as 500G, 2T; with several, one after the other, and the last for the rest "
+        "(%(default)s)",
     )
     parser.add_argument("--force", action="store_true", help="replace the appliance that is there")
-
-
-_UNITS = {
-    "M": 1000**2,
-    "G": 1000**3,
-    "T": 1000**4,
-    "Mi": 1 << 20,
-    "Gi": 1 << 30,
-    "Ti": 1 << 40,
-}
-
-
-def size_of(text: str) -> int:
-    """Bytes of "500G", "2T" or, in powers of two, "2Gi"; whole blocks of 4 KiB."""
-    match = re.fullmatch(r"(\d+(?:\.\d+)?)([MGT]i?)B?", text)
-    if not match:
-        raise ControlError(f"'{text}' is no size; write 500G, 2T or 2Gi")
-    return int(float(match[1]) * _UNITS[match[2]]) & ~4095
 
 
 def options(arguments: argparse.Namespace) -> Options:
@@ -88,7 +92,7 @@ def options(arguments: argparse.Namespace) -> Options:
         arguments.name,
         arguments.enclosures,
         arguments.disks,
-        size_of(arguments.disk_size),
+        [size_of(text) for text in arguments.disk_size.split(",")],
     )
     if not re.fullmatch(r"[A-Za-z0-9_-]{1,31}", made.model):
         raise ControlError(f"'{made.model}' is no model; letters, digits, - and _ make one")
@@ -98,7 +102,7 @@ def options(arguments: argparse.Namespace) -> Options:
         raise ControlError(f"an appliance has 0 to {MOST_ENCLOSURES} expansion enclosures")
     if not 0 <= made.disks <= MOST_DISKS:
         raise ControlError(f"an appliance has 0 to {MOST_DISKS} disks")
-    if made.disk_size < 100 << 20:
+    if min(made.disk_sizes) < 100 << 20:
         raise ControlError("a disk has at least 100 MiB")
     return made
 

@@ -2,10 +2,12 @@
 
 from __future__ import annotations
 
+import shutil
+
 from orvsim.appliance import Appliance
 from orvsim.file_system_state import Mounts
 from orvsim.holders import HOLDERS, device_contents
-from orvsim.lvm_state import Group, Lvm, Pool, group_of_volume, mapper_name
+from orvsim.lvm_state import device_file, Group, Lvm, Pool, group_of_volume, mapper_name
 
 
 def activate(appliance: Appliance, pool: Pool) -> None:
@@ -17,6 +19,15 @@ def activate(appliance: Appliance, pool: Pool) -> None:
 def deactivate(pool: Pool) -> None:
     """Takes the pool's device away."""
     pool.minor = -1
+
+
+def remove_pool(appliance: Appliance, group: Group, pool: Pool) -> None:
+    """The pool is gone with all that is on it."""
+    deactivate(pool)
+    group.pools.remove(pool)
+    device_file(appliance, pool).unlink(missing_ok=True)
+    if pool.contents.file_system:
+        shutil.rmtree(appliance.volume(pool.contents.file_system.identifier), ignore_errors=True)
 
 
 def is_open(appliance: Appliance, group: Group, pool: Pool) -> bool:

@@ -6,7 +6,7 @@ import copy
 import re
 
 from orvsim.appliance import Appliance
-from orvsim.lvm_activation import activate, deactivate, is_open
+from orvsim.lvm_activation import activate, deactivate, is_open, remove_pool
 from orvsim.lvm_backup import drop_backup, keep_backup
 from orvsim.lvm_state import (
     Group,
@@ -108,14 +108,14 @@ def vgremove(appliance: Appliance, call: Call) -> int:
     words = read_words(call)
     for name in words.names:
         group = whole_group(appliance, name)
-        _remove_pools(group, words, call)
+        _remove_pools(appliance, group, words, call)
         appliance.get(Lvm).groups.remove(group)
         drop_backup(appliance, name)
         say(call, words, f'Volume group "{name}" successfully removed')
     return 0
 
 
-def _remove_pools(group: Group, words: Words, call: Call) -> None:
+def _remove_pools(appliance: Appliance, group: Group, words: Words, call: Call) -> None:
     if not group.pools:
         return
     if not {"yes", "force"} & words.flags:
@@ -125,8 +125,9 @@ def _remove_pools(group: Group, words: Words, call: Call) -> None:
         )
         raise fail(f'Volume group "{group.name}" not removed')
     for pool in list(group.pools):
-        deactivate(pool)
-        group.pools.remove(pool)
+        if is_open(appliance, group, pool):
+            raise fail(f"Logical volume {group.name}/{pool.name} contains a filesystem in use.")
+        remove_pool(appliance, group, pool)
         say(call, words, f'Logical volume "{pool.name}" successfully removed.')
 
 

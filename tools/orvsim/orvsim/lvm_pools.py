@@ -3,10 +3,9 @@
 from __future__ import annotations
 
 import re
-import shutil
 
 from orvsim.appliance import Appliance
-from orvsim.lvm_activation import activate, deactivate, is_open
+from orvsim.lvm_activation import activate, deactivate, is_open, remove_pool
 from orvsim.lvm_groups import commit, required_group, whole_group
 from orvsim.lvm_state import (
     EXTENT_SECTORS,
@@ -142,17 +141,10 @@ def lvremove(appliance: Appliance, call: Call) -> int:
                 f"{group.name}/{pool.name}? [y/n]: [n]\n"
             )
             raise fail(f"Logical volume {group.name}/{pool.name} not removed.")
-        _remove(appliance, group, pool)
+        remove_pool(appliance, group, pool)
         commit(appliance, group, call)
         say(call, words, f'Logical volume "{pool.name}" successfully removed.')
     return 0
-
-
-def _remove(appliance: Appliance, group: Group, pool: Pool) -> None:
-    deactivate(pool)
-    group.pools.remove(pool)
-    if pool.contents.file_system:
-        shutil.rmtree(appliance.volume(pool.contents.file_system.identifier), ignore_errors=True)
 
 
 @tool("/sbin/lvchange")

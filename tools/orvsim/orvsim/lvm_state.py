@@ -5,6 +5,7 @@ from __future__ import annotations
 import random
 import string
 from dataclasses import dataclass, field
+from pathlib import Path
 
 from orvsim.appliance import Appliance
 from orvsim.blocks import SECTOR, Contents
@@ -214,6 +215,11 @@ def find_pool(appliance: Appliance, path: str) -> tuple[Group, Pool] | None:
             if name in (f"{group.name}/{pool.name}", f"mapper/{mapper}", f"dm-{pool.minor}"):
                 return group, pool
     return None
+
+
+def device_file(appliance: Appliance, pool: Pool) -> Path:
+    """The file behind a pool's device."""
+    return appliance.folder / "volumes" / f"{pool.identifier}.device"
 
 
 def stripe_start(appliance: Appliance, device: str) -> int:

@@ -19,6 +19,7 @@ MODULES = (
     "lvm_display",
     "lvm_report",
     "block_files",
+    "modprobe",
     "mkfs",
     "mounts",
     "mount_tools",
