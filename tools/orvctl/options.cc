@@ -58,6 +58,11 @@ option add_option(CLI::App& verb, const std::string& names, std::uint64_t& value
   return option(verb.add_option(names, value, about));
 }
 
+option add_option(CLI::App& verb, const std::string& names, double& value,
+                  const std::string& about) {
+  return option(verb.add_option(names, value, about));
+}
+
 option add_option(CLI::App& verb, const std::string& names, std::optional<unsigned>& value,
                   const std::string& about) {
   return option(verb.add_option(names, value, about));

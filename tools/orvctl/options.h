@@ -51,6 +51,8 @@ option add_option(CLI::App& verb, const std::string& names, std::vector<std::str
                   const std::string& about);
 option add_option(CLI::App& verb, const std::string& names, std::uint64_t& value,
                   const std::string& about);
+option add_option(CLI::App& verb, const std::string& names, double& value,
+                  const std::string& about);
 option add_option(CLI::App& verb, const std::string& names, std::optional<unsigned>& value,
                   const std::string& about);
 /// An option whose value goes to a function.
