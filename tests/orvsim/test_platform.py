@@ -177,3 +177,46 @@ def test_controller_tells_of_disks_arrays_and_their_health(
 def test_only_the_controllers_model_has_a_controller(machine: Machine) -> None:
     assert "only the model KTA7120U" in machine.refused("controller", "create", "1", "1,2")
     assert machine.run("arcadm", "--misc", "--scan").status == 1
+
+
+def test_controller_rebuilds_onto_its_spare(new_machine: Callable[..., Machine]) -> None:
+    machine = new_machine("--model", "KTA7120U", "--disks", "4")
+    machine.tell("controller", "create", "5", "1,2,3")
+    machine.tell("controller", "spare", "4")
+    machine.done("orvctl vg create vg1 --pv md0 --yes")
+    assert "is a physical volume" in machine.refused("controller", "delete", "md0")
+
+    def array(state: str) -> dict:
+        """The array, once its state is this."""
+        machine.done(
+            f"for try in $(seq 50); do arcadm --display --scan | grep -q {state} && break; sleep 0.1; done"
+        )
+        (found,) = machine.listed("raid", "list")
+        assert found["state"] == state
+        return found
+
+    machine.tell("fail-disk", "2")
+    assert "4" in str(array("Rebuilding"))
+    assert ("Disk", "disk 2 failed") in alarms(machine)
+    machine.tell("clock", "--advance", "1d")
+    array("Normal")
+    machine.tell("fail-disk", "1")
+    array("Degraded")
+    assert ("RAID", "array md0 is degraded") in alarms(machine)
+    machine.tell("fail-disk", "3")
+    array("Failed")
+    assert machine.done("cat /sys/block/sda/device/state") == "offline\n"
+
+
+def test_alarms_of_disks_and_arrays_come_and_go(machine: Machine) -> None:
+    machine.done("orvctl raid create --level raid1 --disks 1,2 --yes")
+    machine.tell("clock", "--advance", "30d")
+    machine.done("while grep -q resync /proc/mdstat; do sleep 0.1; done")
+    machine.tell("fail-disk", "sda")
+    assert alarms(machine) == [("Disk", "disk 1 failed"), ("RAID", "array md0 is degraded")]
+    assert "FAILED!" in machine.run("smartctl", "-H", "/dev/sda").out
+    machine.tell("pull-disk", "1")
+    machine.tell("insert-disk", "1")
+    assert alarms(machine) == [("RAID", "array md0 is degraded")]
+    machine.done("orvctl raid destroy md0 --yes; sleep 0.5")
+    assert not alarms(machine)

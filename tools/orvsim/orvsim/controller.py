@@ -74,10 +74,15 @@ def _hidden_name(disk: Disk) -> str:
 
 
 @on_event
-def _hide_disk(appliance: Appliance, kind: str, subject: str) -> None:
+def _take_disk(appliance: Appliance, kind: str, subject: str) -> None:
+    """A disk that is put into the bay of a member takes its place."""
     disk = find_disk(appliance, subject)
-    if kind == "disk-inserted" and has_controller(appliance) and disk and disk.bay:
-        disk.name = _hidden_name(disk)
+    if kind != "disk-inserted" or not has_controller(appliance) or not disk or not disk.bay:
+        return
+    disk.name = _hidden_name(disk)
+    for volume in appliance.get(Controller).volumes:
+        if channel_of(disk) in volume.members:
+            _rebuild_onto(appliance, volume, disk)
 
 
 def channel_of(disk: Disk) -> int:
@@ -101,7 +106,8 @@ def _lost(appliance: Appliance, volume: Volume) -> list[int]:
 
 def state_of(appliance: Appliance, volume: Volume) -> str:
     """What the controller says of an array."""
-    lost = len(_lost(appliance, volume)) + (1 if volume.rebuilt else 0)
+    without = {*_lost(appliance, volume), *([volume.rebuilt] if volume.rebuilt else [])}
+    lost = len(without)
     if lost > _LEVELS[volume.level][1]:
         return "Failed"
     if volume.rebuilt:
@@ -200,9 +206,12 @@ def _take_spare(appliance: Appliance, volume: Volume, lost: int) -> None:
         return
     controller.spares.remove(spares[0])
     volume.members[volume.members.index(lost)] = spares[0]
-    volume.rebuilt = spares[0]
-    seconds = disks[spares[0]].size / _REBUILD_BYTES_PER_SECOND
-    volume.rebuild_ends = appliance.now() + seconds
+    _rebuild_onto(appliance, volume, disks[spares[0]])
+
+
+def _rebuild_onto(appliance: Appliance, volume: Volume, disk: Disk) -> None:
+    volume.rebuilt = channel_of(disk)
+    volume.rebuild_ends = appliance.now() + disk.size / _REBUILD_BYTES_PER_SECOND
 
 
 def _tell_alarm(appliance: Appliance, volume: Volume) -> None:

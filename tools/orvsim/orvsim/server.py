@@ -36,6 +36,7 @@ class Server:
         self.appliance = Appliance(INSIDE, running=True)
         self.files = KernelFiles()
         self.users = 0
+        self.answers: set[threading.Thread] = set()
         self.busy_until = time.monotonic() + LINGER_SECONDS
         self.namespaces = tuple(
             os.open(f"/run/orvsim/proc/self/ns/{name}", os.O_RDONLY | os.O_CLOEXEC)
@@ -96,7 +97,9 @@ class Server:
                 connection, _ = listener.accept()
             except TimeoutError:
                 continue
-            threading.Thread(target=self._answer, args=(connection,), daemon=True).start()
+            answer = threading.Thread(target=self._answer, args=(connection,), daemon=True)
+            self.answers.add(answer)
+            answer.start()
 
     def _tick_safely(self) -> None:
         try:
@@ -105,8 +108,10 @@ class Server:
             traceback.print_exc()
 
     def _is_idle(self) -> bool:
+        """What is being answered is answered to its end: the caller may not ask a second time."""
         _reap()
-        if self.users or _others_alive():
+        self.answers = {answer for answer in self.answers if answer.is_alive()}
+        if self.users or self.answers or _others_alive():
             self.busy_until = time.monotonic() + LINGER_SECONDS
         return time.monotonic() > self.busy_until
 
