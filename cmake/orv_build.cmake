@@ -6,6 +6,8 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+# A build folder works wherever it is seen, as inside the simulated appliance.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 option(ORV_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 option(ORV_COVERAGE "Build with coverage counters" OFF)
