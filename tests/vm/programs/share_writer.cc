@@ -1,6 +1,7 @@
 // Adds shares of the NFS service one after the other: share_writer PREFIX COUNT makes PREFIX1,
 // PREFIX2, ... A share whose files another process holds is tried again. Any other answer ends it.
 #include <orv.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -29,6 +30,7 @@ int add(const std::string& name) {
       std::printf("%s: %s\n", name.c_str(), orv_strerror(result));
       return -1;
     }
+    usleep(1000);
   }
 }
 
