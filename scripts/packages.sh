@@ -5,7 +5,8 @@
 build_packages=(g++ cmake ninja-build pkg-config libcrypt-dev libcli11-dev libsmartcols-dev
   nlohmann-json3-dev)
 # shellcheck disable=SC2034
-test_packages=(libgtest-dev libgmock-dev bash-static busybox-static binutils)
+test_packages=(libgtest-dev libgmock-dev bash-static busybox-static binutils python3-jsonschema
+  python3-prometheus-client pybind11-dev python3-dev python3-pytest mypy black)
 # shellcheck disable=SC2034  # packaging/build, the reference, and their tests
 packaging_packages=(debhelper dh-python dpkg-dev mandoc doxygen lintian mmdebstrap pybind11-dev
   python3-dev)

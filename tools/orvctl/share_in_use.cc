@@ -1,7 +1,7 @@
 #include "tools/orvctl/share_in_use.h"
 
-#include "tools/orvctl/arguments.h"
 #include "tools/orvctl/errors.h"
+#include "tools/orvctl/fields.h"
 
 namespace orvctl {
 namespace {
