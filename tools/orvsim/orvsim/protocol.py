@@ -18,7 +18,8 @@ def send(connection: socket.socket, fields: list[str], descriptors: tuple[int, .
     message = struct.pack("<I", len(body)) + body
     rights = [(socket.SOL_SOCKET, socket.SCM_RIGHTS, array.array("i", descriptors))]
     sent = connection.sendmsg([message], rights if descriptors else [])
-    connection.sendall(message[sent:])
+    if sent < len(message):  # sending nothing fails when the other side has answered and is gone
+        connection.sendall(message[sent:])
 
 
 def receive(connection: socket.socket) -> tuple[list[str], list[int]]:
