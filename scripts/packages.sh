@@ -3,7 +3,7 @@
 
 # shellcheck disable=SC2034  # read by the scripts that source this file
 build_packages=(g++ cmake ninja-build pkg-config libcrypt-dev libcli11-dev libsmartcols-dev
-  nlohmann-json3-dev)
+  nlohmann-json3-dev python3)
 # shellcheck disable=SC2034
 test_packages=(libgtest-dev libgmock-dev bash-static busybox-static binutils python3-jsonschema
   python3-prometheus-client pybind11-dev python3-dev python3-pytest mypy black)
