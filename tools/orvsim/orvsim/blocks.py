@@ -28,6 +28,7 @@ class Superblock:
     data_offset: int = 0
     bitmap_chunk: int = 0
     created: float = 0.0
+    synced: bool = False
     letters: str = ""
 
 

@@ -5,19 +5,15 @@ The controller's disks have no device names; each of its arrays is one disk for 
 
 from __future__ import annotations
 
-import argparse
-import re
 from dataclasses import dataclass, field
 
 from orvsim.alarms import clear_alarms, raise_alarm
 from orvsim.appliance import Appliance
-from orvsim.disks import BAYS, Disk, Disks, attach, find_disk, has_controller, name_of
+from orvsim.disks import BAYS, Disk, Disks, find_disk, has_controller, name_of
 from orvsim.kernel_files import KernelFiles
 from orvsim.sections import section
 from orvsim.smart import disk_attributes
 from orvsim.tools import (
-    ControlError,
-    control,
     kernel_files,
     on_event,
     on_new,
@@ -34,7 +30,7 @@ _REBUILD_BYTES_PER_SECOND = 100e6
 _STRIPE = "64K"
 
 # How many members each level needs, how many may be lost, and what share of them holds data.
-_LEVELS = {"0": (2, 0), "1": (2, 1), "5": (3, 1), "6": (4, 2)}
+LEVELS = {"0": (2, 0), "1": (2, 1), "5": (3, 1), "6": (4, 2)}
 
 # The names under which its disks are kept here; no kernel file shows them.
 _FIRST_HIDDEN = 10000
@@ -95,27 +91,29 @@ def disks_by_channel(appliance: Appliance) -> dict[int, Disk]:
     return {channel_of(disk): disk for disk in appliance.get(Disks).present if disk.bay}
 
 
-def _is_well(disks: dict[int, Disk], channel: int) -> bool:
+def is_well(disks: dict[int, Disk], channel: int) -> bool:
+    """Whether there is a disk in a channel, and it works."""
     return channel in disks and not disks[channel].failed
 
 
 def _lost(appliance: Appliance, volume: Volume) -> list[int]:
     disks = disks_by_channel(appliance)
-    return [channel for channel in volume.members if not _is_well(disks, channel)]
+    return [channel for channel in volume.members if not is_well(disks, channel)]
 
 
 def state_of(appliance: Appliance, volume: Volume) -> str:
     """What the controller says of an array."""
     without = {*_lost(appliance, volume), *([volume.rebuilt] if volume.rebuilt else [])}
     lost = len(without)
-    if lost > _LEVELS[volume.level][1]:
+    if lost > LEVELS[volume.level][1]:
         return "Failed"
     if volume.rebuilt:
         return "Rebuilding"
     return "Degraded" if lost else "Normal"
 
 
-def _size(level: str, members: list[Disk]) -> int:
+def size_of(level: str, members: list[Disk]) -> int:
+    """The size of an array of these disks, in bytes."""
     smallest = min(disk.size for disk in members)
     count = {"0": len(members), "1": 1, "5": len(members) - 1, "6": len(members) - 2}[level]
     return smallest * count // _GIB * _GIB
@@ -124,7 +122,8 @@ def _size(level: str, members: list[Disk]) -> int:
 # --- what arcadm reads ---------------------------------------------------------------------------
 
 
-def _usage(controller: Controller, channel: int) -> str:
+def usage_of(controller: Controller, channel: int) -> str:
+    """What the controller uses a disk for."""
     if channel in controller.spares:
         return "Hot Spare"
     if any(channel in volume.members for volume in controller.volumes):
@@ -136,7 +135,7 @@ def _disk_line(controller: Controller, channel: int, disk: Disk | None) -> str:
     if disk is None:
         return f"disk|{channel - 1}\n"
     state = "Failed" if disk.failed else "Normal"
-    usage = _usage(controller, channel)
+    usage = usage_of(controller, channel)
     return f"disk|{channel - 1}|{disk.model}|{disk.size // _GIB}|{state}|{usage}\n"
 
 
@@ -201,7 +200,7 @@ def _tell_kernel(appliance: Appliance, volume: Volume) -> None:
 
 def _take_spare(appliance: Appliance, volume: Volume, lost: int) -> None:
     controller, disks = appliance.get(Controller), disks_by_channel(appliance)
-    spares = [channel for channel in controller.spares if _is_well(disks, channel)]
+    spares = [channel for channel in controller.spares if is_well(disks, channel)]
     if not spares:
         return
     controller.spares.remove(spares[0])
@@ -222,89 +221,6 @@ def _tell_alarm(appliance: Appliance, volume: Volume) -> None:
             raise_alarm(appliance, "RAID", f"array {volume.name} is {state.lower()}", cause)
         else:
             clear_alarms(appliance, cause)
-
-
-# --- control -------------------------------------------------------------------------------------
-
-
-def _controller(appliance: Appliance) -> Controller:
-    if not has_controller(appliance):
-        raise ControlError("only the model KTA7120U has a RAID controller")
-    return appliance.get(Controller)
-
-
-def _free_disks(appliance: Appliance, channels: list[int]) -> list[Disk]:
-    controller, disks = _controller(appliance), disks_by_channel(appliance)
-    for channel in channels:
-        if not _is_well(disks, channel):
-            raise ControlError(f"there is no working disk in channel {channel}")
-        if _usage(controller, channel) != "Free" or channels.count(channel) > 1:
-            raise ControlError(f"the disk in channel {channel} is in use")
-    return [disks[channel] for channel in channels]
-
-
-def _channels(text: str) -> list[int]:
-    if not re.fullmatch(r"[0-9]{1,4}(,[0-9]{1,4})*", text):
-        raise argparse.ArgumentTypeError(f"'{text}' is no list of channels such as 1,2,3")
-    return [int(word) for word in text.split(",")]
-
-
-def _create_arguments(parser: argparse.ArgumentParser) -> None:
-    parser.add_argument("level", choices=sorted(_LEVELS))
-    parser.add_argument("channels", type=_channels, help="such as 1,2,3")
-
-
-@control("controller", "create", help="make an array (KTA7120U)", arguments=_create_arguments)
-def _create(appliance: Appliance, given: argparse.Namespace) -> str:
-    controller = _controller(appliance)
-    disks = _free_disks(appliance, given.channels)
-    fewest = _LEVELS[given.level][0]
-    if len(disks) < fewest or (given.level == "1" and len(disks) != 2):
-        raise ControlError(f"level {given.level} wants {fewest} disks or more, level 1 two")
-    taken = {volume.name for volume in controller.volumes}
-    name = next(name for name in (f"md{n}" for n in range(len(taken) + 1)) if name not in taken)
-    drive = Disk(f"ARC{name}", "Arc RAID Volume", _size(given.level, disks), alias=name)
-    attach(appliance, drive, 0, 0)
-    controller.volumes.append(Volume(name, given.level, drive.name, list(given.channels)))
-    return f"Made {name} of level {given.level}, the disk {drive.name}.\n"
-
-
-def _delete_arguments(parser: argparse.ArgumentParser) -> None:
-    parser.add_argument("name", help="such as md0")
-
-
-@control("controller", "delete", help="remove an array (KTA7120U)", arguments=_delete_arguments)
-def _delete(appliance: Appliance, given: argparse.Namespace) -> str:
-    controller = _controller(appliance)
-    found = [volume for volume in controller.volumes if volume.name == given.name]
-    if not found:
-        raise ControlError(f"the controller has no array '{given.name}'")
-    drive = find_disk(appliance, found[0].device)
-    if drive and drive.contents.volume:
-        raise ControlError(f"{given.name} is a physical volume; take its group apart first")
-    controller.volumes.remove(found[0])
-    if drive:
-        appliance.get(Disks).present.remove(drive)
-    return f"Removed {given.name}.\n"
-
-
-def _spare_arguments(parser: argparse.ArgumentParser) -> None:
-    parser.add_argument("channel", type=_channels, help="such as 4")
-    parser.add_argument("--remove", action="store_true", help="make it an ordinary disk again")
-
-
-@control("controller", "spare", help="make disks hot spares (KTA7120U)", arguments=_spare_arguments)
-def _set_spare(appliance: Appliance, given: argparse.Namespace) -> str:
-    controller = _controller(appliance)
-    if given.remove:
-        strangers = set(given.channel) - set(controller.spares)
-        if strangers:
-            raise ControlError(f"the disk in channel {min(strangers)} is no hot spare")
-        controller.spares = [each for each in controller.spares if each not in given.channel]
-        return "They are ordinary disks.\n"
-    _free_disks(appliance, given.channel)
-    controller.spares += given.channel
-    return "They are hot spares.\n"
 
 
 @status_lines

@@ -15,7 +15,16 @@ from orvsim.blocks import SECTOR, Contents
 from orvsim.creation import Options
 from orvsim.kernel_files import KernelFiles
 from orvsim.sections import section
-from orvsim.tools import Call, ControlError, ExecInstead, kernel_files, on_new, status_lines, tool
+from orvsim.tools import (
+    Call,
+    ControlError,
+    ExecInstead,
+    kernel_files,
+    on_new,
+    status_lines,
+    tell_event,
+    tool,
+)
 
 BAYS = 16
 CONTROLLER_MODEL = "KTA7120U"
@@ -197,7 +206,25 @@ def _show_disk(files: KernelFiles, disk: Disk) -> None:
     files.put(f"{folder}/device/vendor", "ATA     \n")
     files.put(f"{folder}/device/model", f"{disk.model[:16]:<16}\n")
     files.put(f"{folder}/device/state", "offline\n" if disk.failed else "running\n")
+    files.put(f"{folder}/device/delete", "", _remover(disk.name))
     files.device(f"/dev/{disk.name}", disk.size)
+
+
+def take_out(appliance: Appliance, disk: Disk) -> None:
+    """The disk is not in the machine any more."""
+    disks = appliance.get(Disks)
+    disks.present.remove(disk)
+    disks.pulled.append(disk)
+    tell_event(appliance, "disk-pulled", disk.name)
+
+
+def _remover(name: str):
+    def remove(appliance: Appliance, text: str) -> None:
+        disk = find_disk(appliance, name)
+        if disk and text == "1":
+            take_out(appliance, disk)
+
+    return remove
 
 
 @kernel_files

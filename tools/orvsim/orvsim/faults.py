@@ -16,6 +16,7 @@ from orvsim.disks import (
     choose_disk,
     free_bay,
     new_disk,
+    take_out,
 )
 from orvsim.lvm_state import find_pool
 from orvsim.mounts import mount_of_device
@@ -46,12 +47,9 @@ def _place(disk: Disk) -> str:
 @control("pull-disk", help="a disk is pulled out of its bay", arguments=_disk_argument)
 def pull_disk(appliance: Appliance, arguments: argparse.Namespace) -> str:
     """The disk is gone with all that is on it; insert-disk --serial puts it back."""
-    disk, disks = choose_disk(appliance, arguments.disk), appliance.get(Disks)
-    name, place = disk.name, _place(disk)
-    disks.present.remove(disk)
-    disks.pulled.append(disk)
-    tell_event(appliance, "disk-pulled", name)
-    return f"{name} with serial number {disk.serial} was pulled out of {place}\n"
+    disk = choose_disk(appliance, arguments.disk)
+    take_out(appliance, disk)
+    return f"{disk.name} with serial number {disk.serial} was pulled out of {_place(disk)}\n"
 
 
 def _insert_arguments(parser: argparse.ArgumentParser) -> None:

@@ -36,6 +36,13 @@ def is_open(appliance: Appliance, group: Group, pool: Pool) -> bool:
     return any(mount.device == device for mount in appliance.get(Mounts).mounted)
 
 
+def times_open(appliance: Appliance, group: Group, pool: Pool) -> int:
+    """How often the pool is open: a mounted reiserfs opens its device once more for its journal."""
+    made = pool.contents.file_system
+    journals = 1 if made and made.kind == "reiserfs" else 0
+    return 1 + journals if is_open(appliance, group, pool) else 0
+
+
 def _held_by_pool(appliance: Appliance, device: str) -> str | None:
     """An active pool holds the devices that its extents are on."""
     contents = device_contents(appliance, device)

@@ -42,7 +42,7 @@ def _amount(sectors: int) -> str:
     size = sectors / 2
     units = ("Kilobytes", "Megabytes", "Gigabytes", "Terabytes", "Petabytes")
     for unit in units:
-        if size < 1024 or unit == units[-1]:
+        if size <= 1024 or unit == units[-1]:
             return f"{size:g} {unit}"
         size /= 1024
     return ""
@@ -110,7 +110,7 @@ def _volume(volume: PhysicalVolume, number: int, device: str) -> list[str]:
 
 def _pools(appliance: Appliance, group: Group) -> list[str]:
     if not group.pools:
-        return []
+        return [""]
     lines = ["", "\tlogical_volumes {"]
     for pool in group.pools:
         lines += ["", *_pool(group, pool)]
@@ -129,8 +129,9 @@ def _pool(group: Group, pool: Pool) -> list[str]:
         f"\t\t\tsegment_count = {len(pool.segments)}",
     ]
     start = 0
+    lines.append("")
     for number, segment in enumerate(pool.segments, 1):
-        lines += ["", *_segment(group, segment, number, start)]
+        lines += _segment(group, segment, number, start)
         start += segment.count
     return [*lines, "\t\t}"]
 

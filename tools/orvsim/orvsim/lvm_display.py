@@ -6,7 +6,8 @@ import os
 import time
 
 from orvsim.appliance import Appliance
-from orvsim.lvm_activation import is_open
+from orvsim.lvm_activation import is_open, times_open
+from orvsim.lvm_missing import warn_of_all_missing
 from orvsim.lvm_state import (
     EXTENT_SECTORS,
     MAPPER_MAJOR,
@@ -27,23 +28,11 @@ _EXTENT_KIB = EXTENT_SECTORS // 2
 _MISSING = 0x800000
 
 
-def warn_of_missing(appliance: Appliance, call: Call) -> None:
-    """Every tool says which volumes are not there."""
-    for group in sorted_groups(appliance):
-        for identifier in missing_volumes(appliance, group):
-            hint = appliance.get(Lvm).volumes[identifier].device_hint
-            call.err(f"  WARNING: Couldn't find device with uuid {identifier}.\n")
-            call.err(
-                f"  WARNING: VG {group.name} is missing PV {identifier} "
-                f"(last written to {hint}).\n"
-            )
-
-
 @tool("/sbin/pvdisplay")
 def pvdisplay(appliance: Appliance, call: Call) -> int:
     """The physical volumes: group by group, then those of no group."""
     words = read_words(call)
-    warn_of_missing(appliance, call)
+    warn_of_all_missing(appliance, call)
     devices, shown = devices_of_volumes(appliance), set()
     show = _volume_columns if "colon" in words.flags else _volume_words
     for group in sorted_groups(appliance):
@@ -120,7 +109,7 @@ def _rows(rows: list[tuple[str, object]], width: int) -> str:
 def vgdisplay(appliance: Appliance, call: Call) -> int:
     """The volume groups."""
     words = read_words(call)
-    warn_of_missing(appliance, call)
+    warn_of_all_missing(appliance, call)
     groups = {group.name: group for group in sorted_groups(appliance)}
     show = _group_columns if "colon" in words.flags else _group_words
     for name in words.names or groups:
@@ -183,7 +172,7 @@ def _size_or_zero(extents: int) -> str:
 def lvdisplay(appliance: Appliance, call: Call) -> int:
     """The pools, group by group."""
     words = read_words(call)
-    warn_of_missing(appliance, call)
+    warn_of_all_missing(appliance, call)
     show = _pool_columns if "colon" in words.flags else _pool_words
     for group in sorted_groups(appliance):
         for pool in group.pools:
@@ -198,7 +187,7 @@ def _is_named(words: Words, group: Group, pool: Pool) -> bool:
 
 
 def _pool_columns(appliance: Appliance, call: Call, group: Group, pool: Pool) -> None:
-    opened = int(is_open(appliance, group, pool))
+    opened = times_open(appliance, group, pool)
     numbers = f"{MAPPER_MAJOR}:{pool.minor}" if pool.active else "-1:-1"
     call.out(
         f"  /dev/{group.name}/{pool.name}:{group.name}:3:{int(pool.active)}:-1:{opened}:"
@@ -208,7 +197,7 @@ def _pool_columns(appliance: Appliance, call: Call, group: Group, pool: Pool) ->
 
 def _pool_words(appliance: Appliance, call: Call, group: Group, pool: Pool) -> None:
     stamp = time.strftime("%Y-%m-%d %H:%M:%S %z", time.localtime(pool.created))
-    opened = int(is_open(appliance, group, pool))
+    opened = times_open(appliance, group, pool)
     rows: list[tuple[str, object]] = [
         ("LV Path", f"/dev/{group.name}/{pool.name}"),
         ("LV Name", pool.name),

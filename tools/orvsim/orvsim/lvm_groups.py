@@ -16,23 +16,27 @@ from orvsim.lvm_state import (
     group_of_volume,
     missing_volumes,
     new_volume_identifier,
+    sorted_groups,
 )
+from orvsim.lvm_missing import warn_of_missing
 from orvsim.lvm_volumes import device_at, make_volume
 from orvsim.lvm_words import Words, fail, read_words, say
+from orvsim.md import written
 from orvsim.tools import Call, tool
 
 
-def required_group(appliance: Appliance, name: str) -> Group:
+def required_group(appliance: Appliance, name: str, call: Call) -> Group:
     """The group, or the words of a tool that does not find it."""
     group = find_group(appliance, name.removeprefix("/dev/"))
     if not group:
         raise fail(f'Volume group "{name}" not found\nCannot process volume group {name}')
+    warn_of_missing(appliance, group, call)
     return group
 
 
-def whole_group(appliance: Appliance, name: str) -> Group:
+def whole_group(appliance: Appliance, name: str, call: Call) -> Group:
     """The group, if none of its volumes is missing: others are not changed."""
-    group = required_group(appliance, name)
+    group = required_group(appliance, name, call)
     if missing_volumes(appliance, group):
         raise fail(
             f"Cannot change VG {name} while PVs are missing.\n"
@@ -45,6 +49,8 @@ def whole_group(appliance: Appliance, name: str) -> Group:
 def commit(appliance: Appliance, group: Group, call: Call) -> None:
     """The group has changed."""
     group.sequence += 1
+    for path in devices_of_volumes(appliance, group).values():
+        written(appliance, path)
     keep_backup(appliance, group, call)
 
 
@@ -61,7 +67,7 @@ def vgcreate(appliance: Appliance, call: Call) -> int:
         raise fail(f"A volume group called {name} already exists.")
     if not paths:
         raise fail("Please enter a physical volume path.")
-    volumes = _volumes_for(appliance, name, paths, words, call)
+    volumes = _volumes_for(appliance, paths, words, call)
     group = Group(name, new_volume_identifier(), 0, volumes)
     appliance.get(Lvm).groups.append(group)
     commit(appliance, group, call)
@@ -69,9 +75,7 @@ def vgcreate(appliance: Appliance, call: Call) -> int:
     return 0
 
 
-def _volumes_for(
-    appliance: Appliance, name: str, paths: list[str], words: Words, call: Call
-) -> list[str]:
+def _volumes_for(appliance: Appliance, paths: list[str], words: Words, call: Call) -> list[str]:
     identifiers = []
     for path in paths:
         contents = device_at(appliance, path)
@@ -79,7 +83,8 @@ def _volumes_for(
         if owner and contents and contents.volume:
             raise fail(
                 f"Physical volume '{path}' is already in volume group '{owner.name}'\n"
-                f"Unable to add physical volume '{path}' to volume group '{name}'"
+                f"Unable to add physical volume '{path}' to volume group '{owner.name}'\n"
+                f"{path}: physical volume not initialized."
             )
         if contents and contents.volume:
             identifiers.append(contents.volume)
@@ -95,8 +100,9 @@ def vgextend(appliance: Appliance, call: Call) -> int:
     if len(words.names) < 2:
         raise fail("Please enter volume group name and physical volume(s)")
     name = words.names[0]
-    group = whole_group(appliance, name)
-    group.volumes += _volumes_for(appliance, name, words.names[1:], words, call)
+    volumes = _volumes_for(appliance, words.names[1:], words, call)
+    group = whole_group(appliance, name, call)
+    group.volumes += volumes
     commit(appliance, group, call)
     say(call, words, f'Volume group "{name}" successfully extended')
     return 0
@@ -107,7 +113,7 @@ def vgremove(appliance: Appliance, call: Call) -> int:
     """Removes a group; one with pools only when told with force."""
     words = read_words(call)
     for name in words.names:
-        group = whole_group(appliance, name)
+        group = whole_group(appliance, name, call)
         _remove_pools(appliance, group, words, call)
         appliance.get(Lvm).groups.remove(group)
         drop_backup(appliance, name)
@@ -136,10 +142,10 @@ def vgchange(appliance: Appliance, call: Call) -> int:
     """Switches the pools of groups on or off."""
     words = read_words(call)
     on = words.values.get("activate", "y").lstrip("a") != "n"
-    names = words.names or [group.name for group in appliance.get(Lvm).groups]
+    names = words.names or [group.name for group in sorted_groups(appliance)]
     status = 0
     for name in names:
-        group = required_group(appliance, name)
+        group = required_group(appliance, name, call)
         status |= _switch(appliance, group, on, call)
         count = len([pool for pool in group.pools if pool.active])
         say(call, words, f'{count} logical volume(s) in volume group "{name}" now active')
@@ -179,7 +185,7 @@ def vgcfgrestore(appliance: Appliance, call: Call) -> int:
     there = devices_of_volumes(appliance)
     missing = [identifier for identifier in backup.volumes if identifier not in there]
     if missing:
-        lines = [f"Couldn't find device with uuid {identifier}." for identifier in missing]
+        lines = [f"WARNING: Couldn't find device with uuid {identifier}." for identifier in missing]
         raise fail(
             "\n".join(lines)
             + f"\nCannot restore Volume Group {name} with {len(missing)} PVs marked as missing."

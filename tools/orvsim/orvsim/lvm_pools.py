@@ -27,7 +27,7 @@ def lvcreate(appliance: Appliance, call: Call) -> int:
     words = read_words(call)
     if not words.names:
         raise fail("Please provide a volume group name")
-    group = whole_group(appliance, words.names[0])
+    group = whole_group(appliance, words.names[0], call)
     name = words.values.get("name") or _free_name(group)
     if not re.fullmatch(r"[A-Za-z0-9_+.][A-Za-z0-9_+.-]*", name):
         raise fail(f'Logical volume name "{name}" is invalid.')
@@ -80,14 +80,17 @@ def _extents(appliance: Appliance, group: Group, text: str) -> int:
     return whole * number // 100
 
 
-def required_pool(appliance: Appliance, path: str) -> tuple[Group, Pool]:
+def required_pool(appliance: Appliance, path: str, call: Call) -> tuple[Group, Pool]:
     """The pool behind a path, or the words of a tool that does not find it."""
     found = find_pool(appliance, path)
     if found:
         return found
     name = path.removeprefix("/dev/")
-    group = required_group(appliance, name.split("/")[0])
-    raise fail(f'Failed to find logical volume "{group.name}/{name.partition("/")[2]}"')
+    group = required_group(appliance, name.split("/")[0], call)
+    pool = name.partition("/")[2]
+    if call.name == "lvextend":
+        raise fail(f"Logical volume {pool} not found in volume group {group.name}.")
+    raise fail(f'Failed to find logical volume "{group.name}/{pool}"')
 
 
 @tool("/sbin/lvextend")
@@ -96,8 +99,8 @@ def lvextend(appliance: Appliance, call: Call) -> int:
     words = read_words(call)
     if not words.names:
         raise fail("Please provide a logical volume path")
-    group, pool = required_pool(appliance, words.names[0])
-    whole_group(appliance, group.name)
+    group, pool = required_pool(appliance, words.names[0], call)
+    whole_group(appliance, group.name, call)
     text = words.values.get("size") or words.values.get("extents", "")
     count = _wanted_extents(appliance, group, words, call)
     count += pool.extents if text.startswith("+") else 0
@@ -132,7 +135,7 @@ def lvremove(appliance: Appliance, call: Call) -> int:
     """Removes a pool with all that is on it."""
     words = read_words(call)
     for path in words.names:
-        group, pool = required_pool(appliance, path)
+        group, pool = required_pool(appliance, path, call)
         if is_open(appliance, group, pool):
             raise fail(f"Logical volume {group.name}/{pool.name} contains a filesystem in use.")
         if pool.active and not {"yes", "force"} & words.flags:
@@ -153,7 +156,7 @@ def lvchange(appliance: Appliance, call: Call) -> int:
     words = read_words(call)
     on = words.values.get("activate", "y").lstrip("a") != "n"
     for path in words.names:
-        group, pool = required_pool(appliance, path)
+        group, pool = required_pool(appliance, path, call)
         if on and not pool.active:
             activate(appliance, pool)
         elif not on and is_open(appliance, group, pool):

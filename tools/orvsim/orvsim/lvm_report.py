@@ -6,7 +6,7 @@ import re
 
 from orvsim.appliance import Appliance
 from orvsim.lvm_activation import is_open
-from orvsim.lvm_display import warn_of_missing
+from orvsim.lvm_missing import warn_of_all_missing
 from orvsim.lvm_state import (
     EXTENT_SECTORS,
     Lvm,
@@ -27,7 +27,13 @@ _TITLES = {
     "snap_count": "#SN", "vg_attr": "Attr", "vg_size": "VSize", "vg_free": "VFree",
     "vg_uuid": "VG UUID", "lv_name": "LV", "lv_attr": "Attr", "lv_size": "LSize",
     "lv_uuid": "LV UUID", "lv_path": "Path",
+    "pool_lv": "Pool", "origin": "Origin", "data_percent": "Data%", "metadata_percent": "Meta%",
+    "move_pv": "Move", "mirror_log": "Log", "copy_percent": "Cpy%Sync", "convert_lv": "Convert",
 }  # fmt: skip
+_POOL_COLUMNS = (
+    "lv_name,vg_name,lv_attr,lv_size,pool_lv,origin,data_percent,metadata_percent,move_pv,mirror_log,"
+    "copy_percent,convert_lv"
+)
 _TO_THE_RIGHT = {"pv_size", "pv_free", "vg_size", "vg_free", "lv_size", "pv_count", "lv_count"}
 _TO_THE_RIGHT |= {"snap_count"}
 
@@ -120,22 +126,32 @@ def lvs(appliance: Appliance, call: Call) -> int:
                     "lv_path": f"/dev/{group.name}/{pool.name}",
                 }
             )
-    return _report(appliance, call, rows, "lv_name,vg_name,lv_attr,lv_size")
+    return _report(appliance, call, rows, _POOL_COLUMNS)
 
 
 def _report(appliance: Appliance, call: Call, rows: list[Row], usual: str) -> int:
     words = read_words(call)
-    warn_of_missing(appliance, call)
+    warn_of_all_missing(appliance, call)
     columns = words.values.get("options", usual).split(",")
     for column in columns:
         if column not in _TITLES:
             raise fail(f"Unrecognised field: {column}")
     rows = [row for row in rows if _is_selected(row, words)]
     table = [[row.get(column, "") for column in columns] for row in rows]
-    if table and "noheadings" not in words.flags:
-        table.insert(0, [_TITLES[column] for column in columns])
-    call.out("".join(_line(table, row, columns) for row in table))
+    titles = [_TITLES[column] for column in columns]
+    headed = bool(table) and "noheadings" not in words.flags
+    widths = [
+        max([len(titles[place]), _LEAST.get(column, 0), *(len(row[place]) for row in table)])
+        for place, column in enumerate(columns)
+    ]
+    if headed:
+        call.out("  " + " ".join(t.ljust(width) for t, width in zip(titles, widths)) + "\n")
+    call.out("".join(_line(row, columns, widths) for row in table))
     return 0
+
+
+# The columns that are never narrower than this.
+_LEAST = {"pv_name": 10, "data_percent": 6, "metadata_percent": 6}
 
 
 def _is_selected(row: Row, words: Words) -> bool:
@@ -143,9 +159,9 @@ def _is_selected(row: Row, words: Words) -> bool:
     return not match or row.get(match[1]) == match[2]
 
 
-def _line(table: list[list[str]], row: list[str], columns: list[str]) -> str:
-    cells = []
-    for place, (text, column) in enumerate(zip(row, columns)):
-        width = max(len(other[place]) for other in table)
-        cells.append(text.rjust(width) if column in _TO_THE_RIGHT else text.ljust(width))
+def _line(row: list[str], columns: list[str], widths: list[int]) -> str:
+    cells = [
+        text.rjust(width) if column in _TO_THE_RIGHT else text.ljust(width)
+        for text, column, width in zip(row, columns, widths)
+    ]
     return "  " + " ".join(cells) + "\n"

@@ -108,19 +108,19 @@ def device_names(appliance: Appliance) -> list[str]:
     return sorted([*arrays, *disks, *RAM_DISKS])
 
 
-def devices_of_volumes(appliance: Appliance) -> dict[str, str]:
-    """The device of every physical volume that is there: identifier to path."""
+def devices_of_volumes(appliance: Appliance, group: Group | None = None) -> dict[str, str]:
+    """The device of every physical volume that is there, or of a group's: identifier to path."""
     found: dict[str, str] = {}
     for name in device_names(appliance):
         contents = device_contents(appliance, name)
-        if contents and contents.volume:
+        if contents and contents.volume and (not group or contents.volume in group.volumes):
             found[contents.volume] = f"/dev/{name}"
     return found
 
 
 def find_group(appliance: Appliance, name: str) -> Group | None:
     """The group with this name."""
-    return next((group for group in appliance.get(Lvm).groups if group.name == name), None)
+    return next((group for group in sorted_groups(appliance) if group.name == name), None)
 
 
 def group_of_volume(appliance: Appliance, identifier: str) -> Group | None:
@@ -132,8 +132,10 @@ def group_of_volume(appliance: Appliance, identifier: str) -> Group | None:
 
 
 def sorted_groups(appliance: Appliance) -> list[Group]:
-    """The groups in the order in which LVM lists them."""
-    return sorted(appliance.get(Lvm).groups, key=lambda group: group.name)
+    """The groups in the order in which LVM lists them; one without any volume is unknown."""
+    there = devices_of_volumes(appliance)
+    known = [group for group in appliance.get(Lvm).groups if there.keys() & set(group.volumes)]
+    return sorted(known, key=lambda group: group.name)
 
 
 def used_extents(group: Group, identifier: str) -> int:

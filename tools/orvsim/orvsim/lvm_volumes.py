@@ -17,6 +17,7 @@ from orvsim.lvm_state import (
     stripe_start,
 )
 from orvsim.lvm_words import Words, fail, read_words, say
+from orvsim.md import written
 from orvsim.md_state import array_of
 from orvsim.tools import Call, tool
 
@@ -61,6 +62,7 @@ def make_volume(appliance: Appliance, path: str, words: Words, call: Call) -> st
     appliance.get(Lvm).volumes[identifier] = volume
     contents.wipe()
     contents.volume = identifier
+    written(appliance, path)
     say(call, words, f'Physical volume "{path}" successfully created.')
     return identifier
 

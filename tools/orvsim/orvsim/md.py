@@ -13,6 +13,7 @@ from orvsim.md_state import (
     Member,
     Sync,
     array_of,
+    find_array,
     touch,
 )
 from orvsim.tools import on_event, on_tick, status_lines, tell_event
@@ -72,6 +73,7 @@ def use_spares(appliance: Appliance, array: Array) -> None:
 def finish_sync(appliance: Appliance, array: Array) -> None:
     """All is rebuilt: who was a spare in a place is a member now."""
     sync, array.sync = array.sync, None
+    array.synced = True
     array.last_synced = appliance.now()
     for member in array.of_state(SPARE):
         if member.slot >= 0:
@@ -92,6 +94,7 @@ def fail_member(
         return False
     mirror_members = [m for m in array.of_state(IN_SYNC) if m.slot >= 0]
     if kind.name == "raid1" and mirror_members == [member]:
+        array.shut = True
         return False
     member.state, member.write_error = FAULTY, write_error
     if array.sync and (array.sync.action != "recover" or array.failed or member.slot >= 0):
@@ -104,7 +107,7 @@ def fail_member(
     elif array.degraded:
         tell_event(appliance, "array-degraded", array.name)
     use_spares(appliance, array)
-    return True
+    return not array.failed
 
 
 @on_event
@@ -129,6 +132,16 @@ def let_rebuild(appliance: Appliance) -> None:
     for array in appliance.get(Arrays).running:
         if array.sync and sync_done(appliance, array) >= array.used:
             finish_sync(appliance, array)
+        use_spares(appliance, array)
+
+
+def written(appliance: Appliance, device: str) -> None:
+    """Something is written to the device: an array that waited for that begins to work."""
+    array = find_array(appliance, device.removeprefix("/dev/"))
+    if array and array.read_only == "auto":
+        array.read_only = ""
+        if not array.synced and not array.degraded and array.kind.redundancy:
+            start_sync(appliance, array, "resync")
         use_spares(appliance, array)
 
 

@@ -5,7 +5,17 @@ from __future__ import annotations
 from orvsim.appliance import Appliance
 from orvsim.kernel_files import KernelFiles
 from orvsim.md import fail_member, set_speed, start_sync, sync_done
-from orvsim.md_state import FAULTY, IN_SYNC, KIB_SECTORS, SPARE, Array, Arrays, Member
+from orvsim.disks import find_disk
+from orvsim.md_state import (
+    FAULTY,
+    IN_SYNC,
+    KIB_SECTORS,
+    SPARE,
+    Array,
+    Arrays,
+    Member,
+    usable_kib,
+)
 from orvsim.tools import kernel_files
 
 CHUNKS_IN_PAGE = 2048
@@ -38,7 +48,7 @@ def _set_speed_max(appliance: Appliance, text: str) -> None:
 
 
 def mdstat(appliance: Appliance) -> str:
-    """The text of /proc/mdstat; the newest array, by number, stands first."""
+    """The text of /proc/mdstat; the newest array stands first."""
     arrays = appliance.get(Arrays)
     names = "".join(f"[{name}] " for name in arrays.personalities)
     parts = [_array_text(appliance, array) for array in reversed(arrays.running)]
@@ -50,7 +60,7 @@ def _array_text(appliance: Appliance, array: Array) -> str:
     head = f"active {read_only}{array.level}" if array.active else "inactive"
     members = "".join(" " + _member_text(array, member) for member in _listed(array))
     lines = [f"{array.name} : {head}{members}"]
-    lines.append(f"      {_blocks(array)} blocks super 1.2{_shape(array)}")
+    lines.append(f"      {_blocks(appliance, array)} blocks super 1.2{_shape(array)}")
     if not array.active:
         return "\n".join([*lines, "       \n"])
     progress = _progress(appliance, array)
@@ -74,8 +84,11 @@ def _member_text(array: Array, member: Member) -> str:
     return f"{member.device}[{member.number}]{mark}"
 
 
-def _blocks(array: Array) -> int:
-    return array.size if array.active else array.used * len(array.members)
+def _blocks(appliance: Appliance, array: Array) -> int:
+    if array.active:
+        return array.size
+    disks = (find_disk(appliance, member.device) for member in array.members)
+    return sum(usable_kib(disk.size, array.chunk, array.data_offset) for disk in disks if disk)
 
 
 def _shape(array: Array) -> str:
@@ -170,8 +183,10 @@ def _attributes(array: Array) -> dict[str, str]:
 def _array_state(array: Array) -> str:
     if not array.active:
         return "inactive"
-    if array.broken:
+    if array.broken or array.shut and not array.read_only:
         return "broken"
+    if array.failed:
+        return "write-pending"
     return {"ro": "readonly", "auto": "read-auto", "": "clean"}[array.read_only]
 
 
@@ -212,6 +227,8 @@ def _action_setter(name: str):
 def _show_member(files: KernelFiles, array: Array, member: Member, folder: str) -> None:
     place = f"{folder}/dev-{member.device}"
     state = member.state + (",write_error" if member.write_error else "")
+    if member.state == FAULTY and member.slot >= 0:
+        state += ",blocked"
     files.put(f"{place}/state", state + "\n", _member_setter(array.name, member.device))
     files.put(f"{place}/slot", f"{member.slot}\n" if member.slot >= 0 else "none\n")
     files.put(f"{place}/errors", "0\n")

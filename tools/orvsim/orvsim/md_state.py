@@ -88,7 +88,8 @@ class Array:
     sync: Sync | None = None
     active: bool = True
     read_only: str = ""
-    pending: bool = False
+    synced: bool = False
+    shut: bool = False
     last_synced: float = 0.0
 
     @property
@@ -122,6 +123,12 @@ class Array:
         return self.kind.redundancy == 0 and any(not member.present for member in self.members)
 
     @property
+    def pending(self) -> bool:
+        """Does the first synchronisation wait for the array to be written?"""
+        protected = self.kind.redundancy > 0 and not self.degraded
+        return self.read_only == "auto" and protected and not self.synced
+
+    @property
     def failed(self) -> bool:
         """Is data lost?"""
         return self.degraded > self.kind.may_lose(self.raid_disks) or self.broken
@@ -130,7 +137,7 @@ class Array:
 @section("arrays")
 @dataclass
 class Arrays:
-    """All arrays that run, by number, and the kernel's knowledge about md."""
+    """All arrays that run, in the order in which they came, and the kernel's knowledge about md."""
 
     running: list[Array] = field(default_factory=list)
     contents: dict[str, Contents] = field(default_factory=dict)
@@ -153,7 +160,6 @@ def add_array(appliance: Appliance, array: Array) -> None:
     """The array runs from now on."""
     arrays = appliance.get(Arrays)
     arrays.running.append(array)
-    arrays.running.sort(key=lambda running: running.minor)
     for name in PERSONALITIES[array.level]:
         if name not in arrays.personalities:
             arrays.personalities.append(name)
@@ -207,7 +213,7 @@ def touch(appliance: Appliance, array: Array, events: int = 1) -> None:
 
 # What an array and the superblock of a member both say.
 _SHARED = (
-    "name level raid_disks chunk used size data_offset bitmap_chunk created events updated"
+    "name level raid_disks chunk used size data_offset bitmap_chunk created synced events updated"
 ).split()
 
 

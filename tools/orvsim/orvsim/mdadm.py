@@ -52,7 +52,15 @@ def mdadm(appliance: Appliance, call: Call) -> int:
 
 
 # What --quiet leaves out: the words of success.
-_NOTICES = ("started.", "Defaulting to", "stopped /dev", "added /dev", "re-added", "hot removed")
+_NOTICES = (
+    "Note: this array",
+    "started.",
+    "Defaulting to",
+    "stopped /dev",
+    "added /dev",
+    "re-added",
+    "hot removed",
+)
 
 
 def _keep_errors(call: Call) -> None:

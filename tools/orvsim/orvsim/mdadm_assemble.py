@@ -5,7 +5,7 @@ from __future__ import annotations
 from orvsim.appliance import Appliance
 from orvsim.blocks import Superblock
 from orvsim.disks import Disk, Disks
-from orvsim.md import start_sync, use_spares
+from orvsim.md import use_spares
 from orvsim.md_devices import array_name, disk_at, is_busy
 from orvsim.md_state import (
     IN_SYNC,
@@ -27,6 +27,7 @@ def assemble(appliance: Appliance, words: Words, call: Call) -> int:
     if not words.devices:
         return _assemble_all(appliance, call) if "scan" in words.flags else _nothing_given()
     path, paths = words.devices[0], words.devices[1:]
+    _refuse_busy(appliance, paths)
     if find_array(appliance, array_name(path)):
         raise ToolError(f"mdadm: {path} is already in use.")
     disks = [_member_disk(appliance, member) for member in paths]
@@ -35,11 +36,18 @@ def assemble(appliance: Appliance, words: Words, call: Call) -> int:
         raise ToolError(f"mdadm: {path} not identified in config file.")
     if len(identifiers) > 1:
         raise ToolError(f"mdadm: superblock on {paths[-1]} doesn't match others - assembly aborted")
-    return _start(appliance, array_name(path), disks, call)
+    return _start(appliance, array_name(path), disks, call, "run" in words.flags)
 
 
 def _nothing_given() -> int:
     raise ToolError("mdadm: an md device must be given in this mode", 2)
+
+
+def _refuse_busy(appliance: Appliance, paths: list[str]) -> None:
+    disks = [(path, disk_at(appliance, path)) for path in paths]
+    busy = [path for path, disk in disks if disk and is_busy(appliance, disk)]
+    if busy:
+        raise ToolError("\n".join(f"mdadm: {path} is busy - skipping" for path in busy), 2)
 
 
 def _member_disk(appliance: Appliance, path: str) -> Disk:
@@ -94,8 +102,11 @@ def _members(disks: list[Disk]) -> list[Member]:
     return members[1:] + members[:1]
 
 
-def _start(appliance: Appliance, name: str, disks: list[Disk], call: Call) -> int:
-    array = array_from(_newest(disks), name)
+def _start(
+    appliance: Appliance, name: str, disks: list[Disk], call: Call, insist: bool = False
+) -> int:
+    newest = _newest(disks)
+    array = array_from(newest, name)
     array.members = _members(disks)
     whole = array.raid_disks - array.degraded
     if array.failed:
@@ -104,8 +115,16 @@ def _start(appliance: Appliance, name: str, disks: list[Disk], call: Call) -> in
             f"mdadm: /dev/{name} assembled from {whole} {drives} - not enough to start the array.\n"
         )
         return 1
+    expected = newest.letters.count("A")
+    if len(array.members) < expected and not insist:
+        drives = "drive" if whole == 1 else "drives"
+        call.err(
+            f"mdadm: /dev/{name} assembled from {whole} {drives} - need all {expected} to start it "
+            "(use --run to insist).\n"
+        )
+        return 1
     add_array(appliance, array)
-    _resume(appliance, array)
+    _resume(array)
     call.err(f"mdadm: /dev/{name} has been started with {_count_text(array, whole)}.\n")
     return 0
 
@@ -123,10 +142,10 @@ def _count_text(array: Array, whole: int) -> str:
     return text
 
 
-def _resume(appliance: Appliance, array: Array) -> None:
-    if array.kind.redundancy and not array.degraded and array.events < 2:
-        array.pending, array.read_only = True, "auto"
-    use_spares(appliance, array)
+def _resume(array: Array) -> None:
+    """Nothing is written before somebody else writes."""
+    if array.kind.redundancy:
+        array.read_only = "auto"
 
 
 def incremental(appliance: Appliance, words: Words, call: Call) -> int:
@@ -140,18 +159,17 @@ def incremental(appliance: Appliance, words: Words, call: Call) -> int:
         array.active = False
         add_array(appliance, array)
     array.members.append(Member(disk.name, superblock.number, superblock.role, IN_SYNC))
-    count = len(array.members)
+    count, place = len(array.members), f"/dev/md/{array.minor}"
     needed = array.raid_disks - array.kind.may_lose(array.raid_disks)
     complete = count == array.raid_disks or "run" in words.flags and count >= needed
     if complete:
         array.active = True
         touch(appliance, array, 0)
-        if array.degraded:
-            start_sync(appliance, array, "recover")
-        call.err(f"mdadm: {path} attached to /dev/{array.name}, which has been started.\n")
+        use_spares(appliance, array)
+        call.err(f"mdadm: {path} attached to {place}, which has been started.\n")
         return 0
-    call.err(f"mdadm: {path} attached to /dev/{array.name}, not enough to start ({count}).\n")
-    return 0 if count < needed else 0
+    call.err(f"mdadm: {path} attached to {place}, not enough to start ({count}).\n")
+    return 0
 
 
 def _array_with(appliance: Appliance, superblock: Superblock) -> Array | None:

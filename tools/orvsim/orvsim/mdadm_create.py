@@ -39,11 +39,10 @@ def create(appliance: Appliance, words: Words, call: Call) -> int:
     """Makes an array of new members and starts it."""
     level, count, paths = _wanted(words)
     name = array_name(words.devices[0])
-    _refuse_array(appliance, words.devices[0], name)
+    _refuse_name(words.devices[0], name)
     chunk = int(words.values.get("chunk", DEFAULT_CHUNK)) if level.striped else 0
-    disks = [_checked_disk(appliance, path) for path in paths if path != "missing"]
-    for disk in disks:
-        _warn_of_use(disk, call)
+    disks = _checked_disks(appliance, level, paths, words, call)
+    _refuse_array(appliance, words.devices[0], name)
     call.err("mdadm: Defaulting to version 1.2 metadata\n")
     array = _new_array(appliance, name, level, chunk, count, disks)
     _set_bitmap(array, words)
@@ -70,6 +69,13 @@ def _wanted(words: Words) -> tuple[Level, int, list[str]]:
     count = words.number("members", "invalid number of raid devices")
     spares = int(words.values.get("spares", 0))
     paths = words.devices[1:]
+    if count == 1 and "force" not in words.flags:
+        raise ToolError(
+            "mdadm: '1' is an unusual number of drives for an array, so it is probably\n"
+            "     a mistake.  If you really mean it you will need to specify --force before\n"
+            "     setting the number of drives.",
+            2,
+        )
     if count < level.fewest:
         raise ToolError(
             f"mdadm: at least {level.fewest} raid-devices needed for level {level.number}"
@@ -85,23 +91,52 @@ def _wanted(words: Words) -> tuple[Level, int, list[str]]:
     return level, count, paths
 
 
-def _refuse_array(appliance: Appliance, path: str, name: str) -> None:
+def _refuse_name(path: str, name: str) -> None:
     if not re.fullmatch(r"md\d{1,3}", name):
         raise ToolError(f"mdadm: {path} is an invalid name for an md device.")
+
+
+def _refuse_array(appliance: Appliance, path: str, name: str) -> None:
     if find_array(appliance, name):
-        raise ToolError(f"mdadm: {path} is already in use.")
+        raise ToolError(
+            f"mdadm: Fail to create {name} when using /sys/module/md_mod/parameters/new_array, "
+            f"fallback to creation via node\nmdadm: {path} is already in use."
+        )
 
 
-def _checked_disk(appliance: Appliance, path: str) -> Disk:
-    disk = disk_at(appliance, path)
-    if not disk:
-        raise ToolError(f"mdadm: cannot open {path}: No such file or directory")
+_BOOT_NOTE = """mdadm: Note: this array has metadata at the start and
+    may not be suitable as a boot device.  If you plan to
+    store '/boot' on this device please ensure that
+    your boot-loader understands md/v1.x metadata, or use
+    --metadata=0.90
+"""
+
+
+def _checked_disks(
+    appliance: Appliance, level: Level, paths: list[str], words: Words, call: Call
+) -> list[Disk]:
+    """The members; what mdadm finds on them is said on the way."""
+    noted = level.name != "raid1" or "metadata" in words.values
+    disks = []
+    for path in paths:
+        if path == "missing":
+            continue
+        disk = disk_at(appliance, path)
+        if disk:
+            disks.append(_checked_disk(appliance, disk, path))
+            _warn_of_use(disk, call)
+        if not noted:
+            call.err(_BOOT_NOTE)
+            noted = True
+        if not disk:
+            raise ToolError(f"mdadm: cannot open {path}: No such file or directory", 2)
+    return disks
+
+
+def _checked_disk(appliance: Appliance, disk: Disk, path: str) -> Disk:
     if is_busy(appliance, disk) or disk.failed:
         why = "Input/output error" if disk.failed else "Device or resource busy"
-        raise ToolError(
-            f"mdadm: super1.x cannot open {path}: {why}\n"
-            f"mdadm: {path} is not suitable for this array.\nmdadm: create aborted"
-        )
+        raise ToolError(f"mdadm: cannot open {path}: {why}", 2)
     return disk
 
 
@@ -177,6 +212,7 @@ def _keep_data(appliance: Appliance, array: Array, disks: list[Disk]) -> None:
 
 def _first_sync(appliance: Appliance, array: Array, words: Words) -> None:
     if not array.kind.redundancy or {"assume_clean", "foreground"} & words.flags:
+        array.synced = True
         return
     if array.level in ("raid4", "raid5") and "force" not in words.flags:
         use_spares(appliance, array)

@@ -7,7 +7,7 @@ import os
 from orvsim.appliance import Appliance
 from orvsim.disks import Disk
 from orvsim.holders import holder_of
-from orvsim.md import fail_member, start_sync, use_spares
+from orvsim.md import fail_member, start_sync, use_spares, written
 from orvsim.md_devices import disk_at, existing_array, is_busy
 from orvsim.md_state import FAULTY, IN_SYNC, SPARE, Array, Arrays, Member, touch, usable_kib
 from orvsim.mdadm_words import Words
@@ -21,6 +21,8 @@ def manage(appliance: Appliance, words: Words, call: Call) -> int:
         raise ToolError(f"mdadm: No action given for {path}" if len(words.devices) > 1 else "", 0)
     array = existing_array(appliance, path, "mdadm: error opening")
     for action, device in words.actions:
+        if device.startswith("/") and not os.path.lexists(device):
+            raise ToolError(f"mdadm: stat failed for {device}: No such file or directory")
         _ACTIONS[action](appliance, array, device, call)
     return 0
 
@@ -28,7 +30,7 @@ def manage(appliance: Appliance, words: Words, call: Call) -> int:
 def _add(appliance: Appliance, array: Array, path: str, call: Call) -> None:
     disk = disk_at(appliance, path)
     if not disk:
-        raise ToolError(f"mdadm: Cannot find {path}: No such file or directory")
+        raise ToolError(f"mdadm: Cannot open {path}: Inappropriate ioctl for device")
     if is_busy(appliance, disk):
         raise ToolError(f"mdadm: Cannot open {path}: Device or resource busy")
     if disk.failed:
@@ -54,8 +56,11 @@ def _rejoin(appliance: Appliance, array: Array, disk: Disk) -> bool:
     if not superblock or superblock.array != array.identifier or not array.bitmap_chunk:
         return False
     slot = superblock.role
-    if slot < 0 or array.in_slot(slot) or not superblock.in_sync:
+    if slot < 0 or not superblock.in_sync:
         return False
+    if array.in_slot(slot):
+        array.members.append(Member(disk.name, _free_number(array), -1, SPARE))
+        return True
     array.members.append(Member(disk.name, superblock.number, slot, SPARE))
     start_sync(appliance, array, "recover")
     if array.sync:
@@ -92,8 +97,7 @@ def _remove_one(
     appliance: Appliance, array: Array, member: Member | None, path: str, call: Call
 ) -> None:
     if not member:
-        why = "No such device or address" if os.path.lexists(path) else "No such file or directory"
-        raise ToolError(f"mdadm: hot remove failed for {path}: {why}")
+        raise ToolError(f"mdadm: hot remove failed for {path}: No such device or address")
     used = member.state == IN_SYNC or member.state == SPARE and member.slot >= 0 and array.sync
     if used:
         raise ToolError(f"mdadm: hot remove failed for {path}: Device or resource busy")
@@ -105,10 +109,9 @@ def _remove_one(
 def _fail(appliance: Appliance, array: Array, path: str, call: Call) -> None:
     member = array.member(path.removeprefix("/dev/"))
     if not member:
-        why = "No such device" if os.path.lexists(path) else "No such file or directory"
-        raise ToolError(f"mdadm: set device faulty failed for {path}:  {why}")
+        raise ToolError(f"mdadm: set device faulty failed for {path}:  No such device")
     if not fail_member(appliance, array, member):
-        raise ToolError(f"mdadm: set device faulty failed for {path}:  Device or resource busy")
+        raise ToolError(f"mdadm: set device faulty failed for {path}:  Device or resource busy", 2)
     call.err(f"mdadm: set {path} faulty in /dev/{array.name}\n")
 
 
@@ -145,10 +148,8 @@ def set_writable(appliance: Appliance, words: Words, _call: Call) -> int:
     """The array can be written, so what waited for that begins."""
     for path in words.devices:
         array = existing_array(appliance, path, "mdadm: error opening")
-        array.read_only = ""
-        if array.pending:
-            array.pending = False
-            start_sync(appliance, array, "resync")
+        array.read_only = "auto"
+        written(appliance, array.name)
     return 0
 
 

@@ -28,6 +28,7 @@ MODULES = (
     "clock",
     "default_files",
     "accounts",
+    "account_tools",
     "smb_passwords",
     "network",
     "services",
@@ -41,7 +42,9 @@ MODULES = (
     "netstat",
     "sensors",
     "smart",
+    "smartctl",
     "controller",
+    "controller_commands",
     "power",
     "processes",
 )

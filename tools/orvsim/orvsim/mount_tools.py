@@ -60,24 +60,27 @@ def _listing() -> str:
     return "".join(f"{r[0]} on {r[1]} type {r[2]} ({r[3]})\n" for r in rows)
 
 
+def _failed(text: str) -> ToolError:
+    more = "       dmesg(1) may have more information after failed mount system call."
+    return ToolError(f"mount: {text}\n{more}", _FAILED)
+
+
 def _mount(appliance: Appliance, call: Call, words: _Words, device: str, target: str) -> None:
     named = words.names[1]
     if not os.path.isdir(target):
-        raise ToolError(f"mount: {named}: mount point does not exist.", _FAILED)
+        raise _failed(f"{named}: mount point does not exist.")
     if not os.path.lexists(device):
-        raise ToolError(f"mount: {named}: special device {device} does not exist.", _FAILED)
+        raise _failed(f"{named}: special device {device} does not exist.")
     contents, path = contents_at(appliance, device), kernel_path(appliance, device)
     made = contents.file_system if contents else None
     if not made or words.kind not in ("", "auto", made.kind):
-        raise ToolError(
-            f"mount: {named}: wrong fs type, bad option, bad superblock on {path}, missing "
-            "codepage or helper program, or other error.\n"
-            "       dmesg(1) may have more information after failed mount system call.",
-            _FAILED,
+        raise _failed(
+            f"{named}: wrong fs type, bad option, bad superblock on {path}, missing "
+            "codepage or helper program, or other error."
         )
     there = mount_of_device(appliance, device)
     if there and there.target == target:
-        raise ToolError(f"mount: {named}: {path} already mounted on {target}.", _FAILED)
+        raise _failed(f"{named}: {path} already mounted on {target}.")
     mount = Mount(path, target, made.kind, made.identifier, "ro" in words.options)
     attach(appliance, mount)
     appliance.get(Mounts).mounted.append(mount)
@@ -194,5 +197,5 @@ def lsattr(appliance: Appliance, call: Call) -> int:
     """Shows the immutable mark."""
     for name in (word for word in call.arguments if not word.startswith("-")):
         mark = "i" if _absolute(call, name) in appliance.get(Mounts).immutable else "-"
-        call.out(f"----{mark}----------------- {name}\n")
+        call.out(f"----{mark}---------e------- {name}\n")
     return 0

@@ -10,7 +10,8 @@ from orvsim.devices import contents_at, kernel_path
 from orvsim.file_system_state import Mount, Mounts
 from orvsim.holders import HOLDERS
 from orvsim.kernel_files import KernelFiles
-from orvsim.lvm_state import find_pool, missing_volumes
+from orvsim.lvm_state import devices_of_volumes, find_pool, missing_volumes
+from orvsim.md import written
 from orvsim.tools import kernel_files, on_event, on_start
 
 _OPTIONS = {
@@ -57,6 +58,11 @@ def attach(appliance: Appliance, mount: Mount) -> None:
     kernel.bind(str(folder), mount.target)
     if mount.read_only:
         kernel.set_read_only(mount.target, True)
+        return
+    found = find_pool(appliance, mount.device)
+    devices = devices_of_volumes(appliance, found[0]).values() if found else [mount.device]
+    for device in devices:
+        written(appliance, device)
 
 
 @on_start
