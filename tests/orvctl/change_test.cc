@@ -33,7 +33,9 @@ class change_verbs : public appliance {
 
 TEST_F(change_verbs, wipe_disks) {
   changer("/usr/local/bin/diskformat");
-  expect_done("disk clear 4,2 --enclosure 1 --yes", "Cleared the disks of channels 4,2.");
+  expect_done("disk clear 4,2 --enclosure 1 --yes",
+              "Wiping sdb (channel 2).\nWiping sdd (channel 4).\n"
+              "Cleared the disks of channels 4,2.");
   EXPECT_THAT(changes(), ElementsAre("/usr/local/bin/diskformat /dev/sdb",
                                      "/usr/local/bin/diskformat /dev/sdd"));
 }
@@ -42,9 +44,9 @@ TEST_F(change_verbs, tell_which_disk_could_not_be_wiped) {
   machine.tool("/usr/local/bin/diskformat").on("/dev/sdb").fails(1);
   machine.tool("/usr/local/bin/diskformat").on("/dev/sdd");
   const outcome got = orvctl("disk clear 2,4 --enclosure 1 --yes");
-  EXPECT_EQ(got.status, 1);
-  EXPECT_THAT(got.err, testing::StartsWith("orvctl: disk clear: ORV_E_COMMAND (-11000): a system "
-                                           "command failed: not wiped: channel 2\n"));
+  EXPECT_EQ(got.status, 5);
+  EXPECT_THAT(got.err, testing::HasSubstr("\norvctl: disk clear: ORV_E_COMMAND (-11000): a system "
+                                          "command failed: not wiped: channel 2\n"));
 }
 
 TEST_F(change_verbs, make_hot_spares) {
@@ -52,7 +54,8 @@ TEST_F(change_verbs, make_hot_spares) {
   machine.tool("/usr/local/bin/hotspare")
       .on("-a /dev/sdb")
       .runs("echo 'Global hotspare disk: sdd sdb' > /told/spares");
-  expect_done("spare add 2 --enclosure 1 --yes", "The disks of channels 2 are hot spares now.");
+  expect_done("spare add 2 --enclosure 1 --yes",
+              "Wiping the disks of channels 2.\nThe disks of channels 2 are hot spares now.");
   EXPECT_THAT(changes(), ElementsAre("/usr/local/bin/diskformat /dev/sdb",
                                      "/usr/local/bin/hotspare -a /dev/sdb"));
 }
@@ -61,7 +64,7 @@ TEST_F(change_verbs, do_not_call_a_disk_a_spare_that_is_none) {
   changer("/usr/local/bin/diskformat");
   machine.tool("/usr/local/bin/hotspare").on("-a /dev/sdb").fails(1);
   const outcome got = orvctl("spare add 2 --enclosure 1 --yes");
-  EXPECT_EQ(got.status, 1);
+  EXPECT_EQ(got.status, 5) << "the disk is wiped";
   EXPECT_THAT(got.err, testing::HasSubstr("a system command failed: unchanged: channel 2\n"));
 }
 
@@ -82,7 +85,8 @@ TEST_F(change_verbs, create_an_array_and_print_its_name) {
       orvctl("raid create --level raid6 --disks 1,2,3,4 --enclosure 1 --foreground --yes");
   EXPECT_EQ(got.status, 0);
   EXPECT_EQ(got.out, "md0\n");
-  EXPECT_EQ(got.err, "Created md0.\n");
+  EXPECT_EQ(got.err,
+            "Wiping the disks of channels 1,2,3,4, then creating the array.\nCreated md0.\n");
   EXPECT_THAT(changes(), Contains("/sbin/mdadm -C /dev/md0 --fg-init -l 6 -n 4 -R "
                                   "/dev/sda /dev/sdb /dev/sdc /dev/sdd > /dev/null"));
 }
@@ -157,7 +161,8 @@ TEST_F(change_verbs, create_a_volume_group_of_several_volumes) {
   changer("/usr/local/bin/diskformat");
   changer("/sbin/pvcreate");
   changer("/sbin/vgcreate");
-  expect_done("vg create --pv md1 --pv 4 vg2 --enclosure 1 --yes", "Created vg2.");
+  expect_done("vg create --pv md1 --pv 4 vg2 --enclosure 1 --yes",
+              "Wiping the disks of channels 4.\nCreated vg2.");
   EXPECT_THAT(changes(), ElementsAre("/sbin/pvcreate /dev/md1 > /dev/null",
                                      "/usr/local/bin/diskformat /dev/sdd",
                                      "/sbin/pvcreate /dev/sdd > /dev/null",
@@ -188,7 +193,8 @@ TEST_F(change_verbs, create_and_extend_pools) {
 TEST_F(change_verbs, destroy_pools_and_make_file_systems) {
   changer("/sbin/mkfs.xfs");
   changer("/sbin/lvremove");
-  expect_done("pool mkfs vg1 data --yes", "Made a file system on vg1/data.");
+  expect_done("pool mkfs vg1 data --yes",
+              "Making a file system on vg1/data.\nMade a file system on vg1/data.");
   expect_done("pool destroy vg1 data -y", "Destroyed vg1/data.");
   EXPECT_THAT(changes(), ElementsAre("/sbin/mkfs.xfs -f -ssize=4k /dev/vg1/data > /dev/null",
                                      "/sbin/lvremove -f vg1/data > /dev/null"));
@@ -227,7 +233,7 @@ TEST_F(change_verbs, answer_questions_with_their_exit_status) {
   EXPECT_EQ(orvctl("fs check data").out, "data is in the mount table.\n");
   EXPECT_EQ(orvctl("fs check other").status, 3);
   const outcome got = orvctl("fs check other --json");
-  EXPECT_EQ(json::parse(got.out), json::parse(R"({"format_version": 1,
+  EXPECT_EQ(json::parse(got.out), json::parse(R"({"format_version": 2,
       "result": {"pool": "other", "listed": false}})"));
   machine.remove("/etc/mdfstab");
   EXPECT_EQ(orvctl("fs check data").status, 1);

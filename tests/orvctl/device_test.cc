@@ -51,21 +51,18 @@ TEST_F(smart_verbs, show_the_health_of_all_disks) {
   EXPECT_EQ(got.status, 0);
   EXPECT_THAT(
       got.out,
-      HasSubstr("ENCLOSURE CHANNEL DEVICE HEALTH MODEL        SERIAL NUMBER FIRMWARE CAPACITY      "
-                "          SMART\n"
-                "        1       1 sda    PASSED ST31000340NS 9QJ2ABCD      SN06     "
-                "1,000,204,886,016 bytes Enabled\n"
-                "        1       2 sdb    -      -            -             -        -             "
-                "          -\n"));
+      HasSubstr("ENCLOSURE CHANNEL DEVICE HEALTH MODEL        SERIAL NUMBER FIRMWARE CAPACITY SMART\n"
+                "        1       1 sda    PASSED ST31000340NS 9QJ2ABCD      SN06      932 GiB Enabled\n"
+                "        1       2 sdb    -      -            -             -               - -\n"));
 }
 
 TEST_F(smart_verbs, give_the_whole_summary_as_json) {
   summary("sdb", summary_output);
   EXPECT_EQ(json::parse(orvctl("smart list 2 --enclosure 1 --json").out),
-            json::parse(R"({"format_version": 1, "disks": [{"enclosure": "1", "channel": 2,
+            json::parse(R"({"format_version": 2, "disk_health": [{"enclosure": "1", "channel": 2,
                 "device": "sdb", "health": "PASSED", "model": "ST31000340NS",
                 "serial_number": "9QJ2ABCD", "firmware": "SN06",
-                "capacity": "1,000,204,886,016 bytes", "ata_version": "8",
+                "capacity_bytes": 1000204886016, "ata_version": "8",
                 "ata_standard": "ATA-8-ACS revision 4",
                 "smart_support": "Available - device has SMART capability.",
                 "smart_enabled": "Enabled"}]})"));
@@ -79,7 +76,7 @@ TEST_F(smart_verbs, show_attributes) {
             "ENCLOSURE CHANNEL DEVICE  ID ATTRIBUTE           VALUE WORST THRESHOLD RAW STATUS\n"
             "        1       2 sdb      3 Spin_Up_Time          100    99        44   0 -\n"
             "        1       2 sdb    194 Temperature_Celsius   100    99        44  31 -\n");
-  const json disks = json::parse(orvctl("smart show 2,3 --enclosure 1 --json").out)["disks"];
+  const json disks = json::parse(orvctl("smart show 2,3 --enclosure 1 --json").out)["disk_attributes"];
   EXPECT_EQ(disks[0]["attributes"][1],
             json::parse(R"({"id": "194", "name": "Temperature_Celsius", "value": 100, "worst": 99,
                 "threshold": 44, "raw": 31, "status": "-"})"));
@@ -88,9 +85,9 @@ TEST_F(smart_verbs, show_attributes) {
 
 TEST_F(smart_verbs, take_a_device) {
   details("sdc", smartctl_line("3", "Spin_Up_Time"));
-  EXPECT_EQ(json::parse(orvctl("smart show sdc --json").out)["disks"][0]["channel"], 3);
+  EXPECT_EQ(json::parse(orvctl("smart show sdc --json").out)["disk_attributes"][0]["channel"], 3);
   details("sdd", "");
-  EXPECT_EQ(orvctl("smart show sdd").err, "There are no attributes.\n");
+  EXPECT_EQ(orvctl("smart show sdd").err, "There are no disk attributes.\n");
 }
 
 TEST_F(smart_verbs, know_disks_of_the_list_only) {

@@ -26,7 +26,7 @@ TEST_F(errors, are_json_on_standard_output_when_asked_for) {
   const outcome got = orvctl("raid destroy md9 --yes --json");
   EXPECT_EQ(got.status, 3);
   EXPECT_EQ(got.err, "");
-  EXPECT_EQ(json::parse(got.out), json::parse(R"({"format_version": 1, "error": {
+  EXPECT_EQ(json::parse(got.out), json::parse(R"({"format_version": 2, "error": {
       "command": "raid destroy", "code": -2038, "name": "ORV_E_NO_RAID",
       "meaning": "there is no array of this name", "detail": null,
       "advice": "run 'orvctl raid list' to see the arrays", "exit_status": 3}})"));

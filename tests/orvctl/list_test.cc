@@ -17,7 +17,7 @@ class list_verbs : public appliance {
   static json listed(const std::string& words, const std::string& key) {
     json document = json::parse(shown(words + " --json"));
     EXPECT_EQ(document.size(), 2u) << words;
-    EXPECT_EQ(document["format_version"], 1) << words;
+    EXPECT_EQ(document["format_version"], 2) << words;
     return document[key];
   }
 };
@@ -35,7 +35,7 @@ TEST_F(list_verbs, give_disks_as_json) {
   const json disks = listed("disk list", "disks");
   ASSERT_EQ(disks.size(), 4u);
   EXPECT_EQ(disks[1], json::parse(R"({"enclosure": "1", "channel": 2, "device": "sdb",
-      "size_gib": 932, "state": "running", "model": "ST31000340NS", "usage": null,
+      "size_bytes": 1000727379968, "state": "running", "model": "ST31000340NS", "usage": null,
       "hot_spare": false})"));
 }
 
@@ -49,13 +49,13 @@ TEST_F(list_verbs, show_hot_spares) {
 TEST_F(list_verbs, write_indented_json_and_nothing_else) {
   EXPECT_EQ(shown("spare list --json"),
             "{\n"
-            "  \"format_version\": 1,\n"
+            "  \"format_version\": 2,\n"
             "  \"spares\": [\n"
             "    {\n"
             "      \"enclosure\": \"1\",\n"
             "      \"channel\": 4,\n"
             "      \"device\": \"sdd\",\n"
-            "      \"size_gib\": 932,\n"
+            "      \"size_bytes\": 1000727379968,\n"
             "      \"state\": \"running\",\n"
             "      \"model\": \"ST31000340NS\",\n"
             "      \"usage\": null,\n"
@@ -90,7 +90,8 @@ TEST_F(list_verbs, give_arrays_with_their_members_as_json) {
                                      {"name": "sdf", "state": "active"}])"));
   arrays[1].erase("members");
   EXPECT_EQ(arrays[1], json::parse(R"json({"name": "md1", "level": "raid1",
-      "state": "clean, degraded, recovering", "progress": "12.6%(48.00MB/s)", "size_gib": 931,
+      "state": "clean, degraded, recovering", "progress": "12.6%(48.00MB/s)",
+      "rebuilt_percent": 12.6, "rebuild_bytes_per_second": 50331648, "size_bytes": 999653638144,
       "enclosure": null, "spares": []})json"));
 }
 
@@ -111,9 +112,9 @@ TEST_F(list_verbs, show_volume_groups) {
 
 TEST_F(list_verbs, give_volume_groups_with_their_volumes_as_json) {
   EXPECT_EQ(listed("vg list", "volume_groups"), json::parse(R"([{"name": "vg1",
-      "attributes": "resizable", "enclosure": "1", "size_gib": 1862, "used_gib": 500,
-      "free_gib": 1362, "physical_volumes": [{"name": "md0", "attributes": "Allocatable:yes",
-      "enclosure": "1", "size_gib": 1863, "used_gib": 500}]}])"));
+      "attributes": "resizable", "enclosure": "1", "size_bytes": 1999307276288, "used_bytes": 536870912000,
+      "free_bytes": 1462436364288, "physical_volumes": [{"name": "md0", "attributes": "Allocatable:yes",
+      "enclosure": "1", "size_bytes": 2000381018112, "used_bytes": 536870912000}]}])"));
 }
 
 TEST_F(list_verbs, show_pools) {
@@ -124,18 +125,18 @@ TEST_F(list_verbs, show_pools) {
 
 TEST_F(list_verbs, give_pools_as_json) {
   EXPECT_EQ(listed("pool list", "pools"), json::parse(R"([{"volume_group": "vg1", "name": "data",
-      "size_gib": 500, "state": "available", "enclosure": "1", "device": "/dev/vg1/data"}])"));
+      "size_bytes": 536870912000, "state": "available", "enclosure": "1", "device": "/dev/vg1/data"}])"));
 }
 
 TEST_F(list_verbs, show_file_systems) {
   EXPECT_EQ(shown("fs list"),
-            "MOUNT POINT STATE     TYPE      SIZE     USED GROUP ENCLOSURE DEVICE\n"
-            "/mnt/data   available xfs  10240 MiB 6144 MiB vg1           1 /dev/vg1/data\n");
+            "MOUNT POINT STATE     TYPE      SIZE     USED USE GROUP ENCLOSURE DEVICE\n"
+            "/mnt/data   available xfs  10240 MiB 6144 MiB 60% vg1           1 /dev/vg1/data\n");
 }
 
 TEST_F(list_verbs, give_file_systems_as_json) {
   EXPECT_EQ(listed("fs list", "file_systems"), json::parse(R"([{"mount_point": "/mnt/data",
-      "state": "available", "type": "xfs", "size_mib": 10240, "used_mib": 6144,
+      "state": "available", "type": "xfs", "size_bytes": 10737418240, "used_bytes": 6442450944,
       "volume_group": "vg1", "enclosure": "1", "device": "/dev/vg1/data"}])"));
 }
 

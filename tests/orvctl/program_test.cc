@@ -56,6 +56,17 @@ TEST(program, says_when_its_data_cannot_be_written) {
   EXPECT_EQ(got.text, "orvctl: standard output cannot be written\n");
 }
 
+TEST(program, ends_quietly_when_its_reader_has_seen_enough) {
+  for (const std::string ignored : {"", "trap '' PIPE; "}) {
+    for (const std::string words : {"system codes", "system codes --json", "metrics"}) {
+      const std::string late = ignored + "sleep 0.2; PATH=/none " + orvctl + " " + words;
+      const ended got =
+          run("{ { " + late + " 2>&3; } < /dev/null | true; } 3>&1 | grep '^orvctl:'");
+      EXPECT_EQ(got.text, "") << late;
+    }
+  }
+}
+
 TEST(program, runs_without_standard_descriptors) {
   EXPECT_EQ(run(orvctl + " fs mounted / <&- >&- 2>&-").status, 0);
 }

@@ -70,14 +70,14 @@ TEST_F(out_of_use, nothing_would_keep_an_iscsi_volume) {
 
 TEST_F(out_of_use, shares_are_listed) {
   EXPECT_EQ(orvctl("recycle list").err, "No share is out of use.\n");
-  EXPECT_EQ(json::parse(orvctl("recycle list --json").out)["shares"], json::array());
+  EXPECT_EQ(json::parse(orvctl("recycle list --json").out)["kept_shares"], json::array());
   disable_all();
   EXPECT_EQ(orvctl("recycle list").out,
             "NAME   FORMER SERVICE PATH        USERS      WRITABLE COMMENT\n"
             "files  samba          /mnt/files  ann,bob    no       Files\n"
             "export nfs            /mnt/export 10.0.0.0/8 -        -\n"
             "pub    -              /mnt/pub    -          -        Public\n");
-  EXPECT_EQ(json::parse(orvctl("recycle list --json").out)["shares"][1],
+  EXPECT_EQ(json::parse(orvctl("recycle list --json").out)["kept_shares"][1],
             json::parse(R"({"name": "export", "former_service": "nfs", "path": "/mnt/export",
                 "users": "10.0.0.0/8", "writable": null, "comment": null})"));
 }

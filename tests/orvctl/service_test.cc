@@ -21,7 +21,7 @@ TEST_F(service_verbs, show_what_runs) {
   pidof.on("pidof ietd").fails(1).times(2);
   EXPECT_EQ(orvctl("service list").out,
             "SERVICE RUNNING\nsamba   yes\nnfs     no\nftp     -\niscsi   no\norv     yes\n");
-  EXPECT_EQ(json::parse(orvctl("service list --json").out), json::parse(R"({"format_version": 1,
+  EXPECT_EQ(json::parse(orvctl("service list --json").out), json::parse(R"({"format_version": 2,
       "services": [{"name": "samba", "running": true, "error": null},
                    {"name": "nfs", "running": false, "error": null},
                    {"name": "ftp", "running": null, "error": "ORV_E_STATUS_OUTPUT"},
@@ -53,6 +53,14 @@ TEST_F(service_verbs, tell_when_a_service_does_not_start) {
     EXPECT_EQ(got.status, 1);
     EXPECT_THAT(got.err, StartsWith("orvctl: service " + verb + ": ORV_E_COMMAND (-11000)"));
   }
+}
+
+TEST_F(service_verbs, tell_when_a_restart_ends_half_way) {
+  machine.tool("/etc/init.d/nfs").on("stop");
+  machine.tool("/etc/init.d/nfs").on("start").fails(1);
+  const outcome got = orvctl("service restart nfs");
+  EXPECT_EQ(got.status, 5);
+  EXPECT_THAT(got.err, HasSubstr("a system command failed: nfs is stopped\n"));
 }
 
 TEST_F(service_verbs, start_a_service_that_did_not_run) {
@@ -109,7 +117,7 @@ TEST_F(ftp_limit_verbs, show_limits) {
             "LIMIT                    VALUE\nRate of a user (bytes/s) no limit\n"
             "Clients                  20\nClients of one address   2\n");
   EXPECT_EQ(json::parse(orvctl("ftp-limit show --json").out), json::parse(R"({
-      "format_version": 1, "ftp_limits": {"rate": 0, "clients": 20, "per_address": 2}})"));
+      "format_version": 2, "ftp_limits": {"rate": 0, "clients": 20, "per_address": 2}})"));
 }
 
 TEST_F(ftp_limit_verbs, tell_a_limit_of_0_from_one_that_is_not_there) {

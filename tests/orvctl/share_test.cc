@@ -61,7 +61,7 @@ TEST_F(shares, give_the_others_their_user_lists_back) {
 TEST_F(shares, tell_a_script_whose_lists_were_given_back) {
   add_samba_shares();
   const outcome got = orvctl("share add more --service samba --path /mnt/more --json");
-  EXPECT_EQ(json::parse(got.out), json::parse(R"({"format_version": 1, "result":
+  EXPECT_EQ(json::parse(got.out), json::parse(R"({"format_version": 2, "result":
       {"share": "more", "service": "samba", "user_lists_given_back": ["data", "docs"]}})"));
 }
 
@@ -251,7 +251,7 @@ TEST_F(shares, are_shown_with_users_rights_and_use) {
             "vol  iSCSI   /vol      -       yes      12 GiB    0 MiB Filesystem unmounted\n");
   EXPECT_EQ(json::parse(orvctl("share list --json").out)["shares"][0],
             json::parse(R"({"name": "data", "service": "samba", "path": "/mnt/data",
-                "users": "ann,bob", "writable": true, "size_gib": 10, "used_mib": 6140,
+                "users": "ann,bob", "writable": true, "size_bytes": 10737418240, "used_bytes": 6438256640,
                 "comment": null})"));
 }
 

@@ -44,9 +44,10 @@ TEST_F(system_verbs, give_facts_as_json) {
   json document = json::parse(orvctl("system info --json").out);
   EXPECT_TRUE(document["system"]["time"].is_string());
   document["system"].erase("time");
-  EXPECT_EQ(document, json::parse(R"({"format_version": 1, "system": {"model": "KTA7120X",
+  EXPECT_EQ(document, json::parse(R"({"format_version": 2, "system": {"model": "KTA7120X",
       "host_name": null, "software_version": "2.4", "hardware_version": "B", "start_time": null,
-      "temperature": "41", "fans": "fan1:3200", "power_supply": "normal"},
+      "temperature_celsius": 41,
+      "fans": [{"name": "fan1", "speed_rpm": 3200}], "power_supply": "normal"},
       "unreadable": {"host_name": "ORV_E_HOSTNAME", "start_time": "ORV_E_START_TIME"}})"));
 }
 

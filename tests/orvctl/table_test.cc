@@ -17,8 +17,8 @@ struct animal {
 
 constexpr orvctl::column<animal> columns[] = {
     {"NAME", "name", form::text, [](const animal& each) { return orvctl::text_value(each.name); }},
-    {"SIZE", "size_mib", form::mib,
-     [](const animal& each) { return orvctl::size_value(each.size); }},
+    {"SIZE", "size_bytes", form::mib,
+     [](const animal& each) { return orvctl::mib_value(each.size); }},
     {"WILD", nullptr, form::text, [](const animal& each) { return json(each.wild); }},
     {nullptr, "wild", form::text, [](const animal& each) { return json(each.wild); }},
 };
@@ -36,7 +36,7 @@ TEST(table, has_a_heading_and_aligns_numbers_to_the_right) {
 TEST(table, gives_objects_of_the_columns_with_a_key) {
   const std::vector<animal> animals = {{"aurochs", 9, true}};
   EXPECT_EQ(orvctl::make_table(columns, animals).objects().dump(),
-            R"([{"name":"aurochs","size_mib":9,"wild":true}])");
+            R"([{"name":"aurochs","size_bytes":9437184,"wild":true}])");
 }
 
 TEST(table, has_no_value_for_an_empty_text_and_an_unreadable_size) {
@@ -44,7 +44,7 @@ TEST(table, has_no_value_for_an_empty_text_and_an_unreadable_size) {
   const orvctl::table shown = orvctl::make_table(columns, animals);
   EXPECT_EQ(shown.text(), "NAME SIZE WILD\n-       - no\n");
   EXPECT_EQ(shown.objects()[0]["name"], nullptr);
-  EXPECT_EQ(shown.objects()[0]["size_mib"], nullptr);
+  EXPECT_EQ(shown.objects()[0]["size_bytes"], nullptr);
 }
 
 TEST(table, shows_control_characters_as_escapes_in_one_line) {

@@ -36,6 +36,10 @@ const grammar nouns[] = {
     {"clock", {"show", "set"}},
     {"power", {"off", "reboot"}},
     {"system", {"info", "codes", "processes"}},
+    {"conf", {"list", "diff", "restore"}},
+    {"status", {}},
+    {"report", {}},
+    {"metrics", {}},
 };
 
 }  // namespace
@@ -59,7 +63,7 @@ TEST_F(usage, has_help_with_an_example_at_every_level) {
     EXPECT_THAT(top.out, HasSubstr("\n  " + std::string(noun) + " "));
     const outcome middle = orvctl(std::string(noun) + " --help");
     EXPECT_EQ(middle.status, 0);
-    EXPECT_THAT(middle.out, HasSubstr("Example:\n  orvctl " + std::string(noun) + " "));
+    EXPECT_THAT(middle.out, HasSubstr("Example:\n  orvctl " + std::string(noun)));
     for (const char* verb : verbs) {
       EXPECT_THAT(middle.out, HasSubstr("\n  " + std::string(verb) + " "));
       const std::string words = std::string(noun) + " " + verb;
@@ -79,7 +83,7 @@ TEST_F(usage, has_a_version) {
 TEST_F(usage, names_the_commands_there_are) {
   const std::string all =
       "disk, spare, raid, vg, pool, fs, share, recycle, service, client, ftp-limit, user, smart, "
-      "alarm, net, host, clock, power, system";
+      "alarm, net, host, clock, power, system, conf, status, report, metrics";
   expect_refused({}, "a command is missing: one of " + all);
   expect_refused({"spare"}, "spare: a command is missing: one of list, add, remove");
   expect_refused({"sparse", "list"}, "there is no command 'sparse' but " + all);

@@ -96,7 +96,7 @@ TEST_F(user_verbs, list_users_without_passwords) {
   users("ann||secret\nbob||twelve characters\n");
   const outcome got = piped("user list", "");
   EXPECT_EQ(got.out, "NAME TYPE\nann  NAS\nbob  SAN\n");
-  EXPECT_EQ(json::parse(piped("user list --json", "").out), json::parse(R"({"format_version": 1,
+  EXPECT_EQ(json::parse(piped("user list --json", "").out), json::parse(R"({"format_version": 2,
       "users": [{"name": "ann", "type": "NAS"}, {"name": "bob", "type": "SAN"}]})"));
   users("");
   EXPECT_EQ(piped("user list", "").err, "There are no users.\n");
@@ -183,7 +183,7 @@ TEST_F(user_verbs, say_what_is_left_of_a_user_that_could_not_be_added) {
   machine.remove("/etc/shadow");
   machine.tool("adduser").on("-DH -s /bin/nologin bob");
   const outcome got = piped("user add bob", "secret\n");
-  EXPECT_EQ(got.status, 1);
+  EXPECT_EQ(got.status, 5);
   EXPECT_THAT(got.err, AllOf(HasSubstr("ORV_E_NO_SHADOW (-2008)"),
                              HasSubstr("the account itself has been made")));
 }

@@ -13,6 +13,8 @@ namespace {
 constexpr uid_t lowest_user_number = 500;
 constexpr char user_shell[] = "/bin/nologin";
 
+}  // namespace
+
 bool is_user(const std::string& name) {
   user_list users;
   check(sys_user_get(users.get()));
@@ -21,8 +23,6 @@ bool is_user(const std::string& name) {
   }
   return false;
 }
-
-}  // namespace
 
 void must_be_user(const std::string& name) {
   if (!is_user(name)) throw library_problem(ORV_E_NO_USER, name);

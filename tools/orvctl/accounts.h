@@ -8,7 +8,9 @@
 
 namespace orvctl {
 
-/// Ends the command unless the user file has this user.
+/// Whether the user file has this user.
+bool is_user(const std::string& name);
+/// Ends the command unless it does.
 void must_be_user(const std::string& name);
 /// Ends the command unless this is a user, or an account that was left when a user could not be
 /// added; the system's own accounts are neither.

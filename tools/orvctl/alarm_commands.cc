@@ -25,8 +25,7 @@ void list(session& run) {
 void add_alarm_commands(CLI::App& program, session& run) {
   CLI::App& alarm =
       add_noun(program, "alarm", "Alarms that the alarm daemon has raised", "orvctl alarm list");
-  on_run(add_verb(alarm, run, "list", "Show the current alarms", "orvctl alarm list --json"), run,
-         list);
+  add_list(alarm, run, "list", "Show the current alarms", "orvctl alarm list --json", list);
 }
 
 }  // namespace orvctl

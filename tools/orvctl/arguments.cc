@@ -54,41 +54,23 @@ bool is_host_name(std::string_view text) {
          text.find_first_not_of(letters) == std::string_view::npos;
 }
 
-CLI::Validator accept(bool (*fits)(std::string_view), const char* wanted) {
-  return CLI::Validator(
-      [fits, wanted](std::string& word) {
-        return fits(word) ? std::string() : "'" + word + "' is not " + wanted;
-      },
-      "");
-}
-
 }  // namespace
 
-const CLI::Validator whole_number = accept(is_whole_number, "a whole number from 1");
-const CLI::Validator channel = accept(is_channel, "a channel number from 1");
-const CLI::Validator channel_list =
-    accept(is_channel_list, "a list of channel numbers from 1, such as 1,2,3");
-const CLI::Validator service_word = accept(is_service, "samba, nfs, ftp or iscsi");
-const CLI::Validator limit = accept(is_limit, "a whole number from 0 to 2147483647");
-const CLI::Validator host_name =
-    accept(is_host_name, "a host name of up to 64 letters, digits, '-' and '.'");
+const word_rule whole_number = {is_whole_number, "a whole number from 1"};
+const word_rule channel = {is_channel, "a channel number from 1"};
+const word_rule channel_list = {is_channel_list, "a list of channel numbers from 1, such as 1,2,3"};
+const word_rule service_word = {is_service, "samba, nfs, ftp or iscsi"};
+const word_rule limit = {is_limit, "a whole number from 0 to 2147483647"};
+const word_rule host_name = {is_host_name, "a host name of up to 64 letters, digits, '-' and '.'"};
 
-CLI::Option* add_enclosure(CLI::App& verb, std::string& enclosure) {
-  return verb
-      .add_option("--enclosure", enclosure, "enclosure of the channels, 0 to 4 (0: the chassis)")
-      ->type_name("N")
-      ->check(accept(
-          [](std::string_view word) {
-            return word.size() == 1 && word[0] >= '0' && word[0] <= '4';
-          },
-          "an enclosure from 0 to 4"));
-}
-
-void must_fit(const std::string& text, std::size_t size, const char* what) {
-  if (text.size() < size) return;
-  throw usage_problem(
-      std::string(what) + " is longer than " + std::to_string(size - 1) + " characters",
-      "give a shorter one");
+option add_enclosure(CLI::App& verb, std::string& enclosure) {
+  return add_option(verb, "--enclosure", enclosure,
+                    "enclosure of the channels, 0 to 4 (0: the chassis)")
+      .type_name("N")
+      .check({[](std::string_view word) {
+                return word.size() == 1 && word[0] >= '0' && word[0] <= '4';
+              },
+              "an enclosure from 0 to 4"});
 }
 
 }  // namespace orvctl

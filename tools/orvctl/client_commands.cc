@@ -23,10 +23,9 @@ void list(session& run) {
 void add_client_commands(CLI::App& program, session& run) {
   CLI::App& client =
       add_noun(program, "client", "Clients that are connected", "orvctl client list");
-  on_run(add_verb(client, run, "list",
-                  "Show the connected clients of FTP, Samba and iSCSI; of FTP the client's port",
-                  "orvctl client list"),
-         run, list);
+  add_list(client, run, "list",
+           "Show the connected clients of FTP, Samba and iSCSI; of FTP the client's port",
+           "orvctl client list", list);
 }
 
 }  // namespace orvctl

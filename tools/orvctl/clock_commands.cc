@@ -92,13 +92,13 @@ void set(session& run, const clock_arguments& words) {
 void add_clock_commands(CLI::App& program, session& run) {
   CLI::App& clock = add_noun(program, "clock", "Date and time of day, as local time",
                              "orvctl clock set 2024-05-31 18:30:00");
-  on_run(add_verb(clock, run, "show", "Show date and time", "orvctl clock show"), run, show);
+  add_query(clock, run, "show", "Show date and time", "orvctl clock show", show);
 
   const auto given = std::make_shared<clock_arguments>();
-  CLI::App& setting = add_verb(clock, run, "set", "Set the clock, the hardware's too",
-                               "orvctl clock set 2024-05-31 18:30:00");
+  CLI::App& setting = add_changing_verb(clock, run, "set", "Set the clock, the hardware's too",
+                                        "orvctl clock set 2024-05-31 18:30:00");
   add_word(setting, "DATE", given->date, "date, as YYYY-MM-DD");
-  setting.add_option("TIME", given->time, "time of day, as HH:MM:SS")->type_name("");
+  add_option(setting, "TIME", given->time, "time of day, as HH:MM:SS").type_name("");
   on_run(setting, run, given, set);
 }
 

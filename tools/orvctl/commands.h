@@ -1,10 +1,11 @@
 #ifndef ORVCTL_COMMANDS_H
 #define ORVCTL_COMMANDS_H
 
-#include <CLI/CLI.hpp>
+#include <functional>
 #include <memory>
 #include <string>
 
+#include "tools/orvctl/options.h"
 #include "tools/orvctl/session.h"
 
 /// The grammar "orvctl NOUN VERB": one file per noun adds its verbs.
@@ -30,9 +31,15 @@ void add_host_commands(CLI::App& program, session& run);
 void add_clock_commands(CLI::App& program, session& run);
 void add_power_commands(CLI::App& program, session& run);
 void add_system_commands(CLI::App& program, session& run);
+void add_conf_commands(CLI::App& program, session& run);
+// Commands that need no verb.
+void add_status_command(CLI::App& program, session& run);
+void add_report_command(CLI::App& program, session& run);
+void add_metrics_command(CLI::App& program, session& run);
 
 // Parts of a noun that have files of their own.
 void add_raid_create_commands(CLI::App& raid, session& run);
+void add_raid_watch_command(CLI::App& raid, session& run);
 void add_vg_repair_commands(CLI::App& vg, session& run);
 void add_fs_table_commands(CLI::App& fs, session& run);
 void add_share_change_commands(CLI::App& share, session& run);
@@ -43,22 +50,35 @@ CLI::App& add_noun(CLI::App& program, const std::string& name, const std::string
                    const std::string& example);
 CLI::App& add_verb(CLI::App& noun, session& run, const std::string& name, const std::string& about,
                    const std::string& example);
-/// A verb that asks, since it may destroy data, and so takes --yes.
+/// A verb that changes something, and so takes --dry-run.
+CLI::App& add_changing_verb(CLI::App& noun, session& run, const std::string& name,
+                            const std::string& about, const std::string& example);
+/// A changing verb that asks, since it may destroy data, and so takes --yes.
 CLI::App& add_destroying_verb(CLI::App& noun, session& run, const std::string& name,
                               const std::string& about, const std::string& example);
 
+/// A verb that shows a list, with the options for what it looks like. A report has the list too.
+void add_list(CLI::App& noun, session& run, const std::string& name, const std::string& about,
+              const std::string& example, void (*action)(session&));
+/// The options of a list alone.
+void add_list_options(CLI::App& verb, session& run);
+/// A verb without arguments that shows something else than a list.
+void add_query(CLI::App& noun, session& run, const std::string& name, const std::string& about,
+               const std::string& example, void (*action)(session&));
+
 /// A required word of a verb.
-CLI::Option* add_word(CLI::App& verb, const std::string& name, std::string& word,
-                      const std::string& about);
+option add_word(CLI::App& verb, const std::string& name, std::string& word,
+                const std::string& about);
+
+/// What a verb does.
+void on_run(CLI::App& verb, session& run, const std::function<void(session&)>& action);
 
 /// What a verb does with its arguments, which live as long as the verb.
 template <class arguments>
 void on_run(CLI::App& verb, session& run, const std::shared_ptr<arguments>& given,
             void (*action)(session&, const arguments&)) {
-  verb.callback([&run, given, action] { action(run, *given); });
+  on_run(verb, run, [given, action](session& running) { action(running, *given); });
 }
-
-void on_run(CLI::App& verb, session& run, void (*action)(session&));
 
 }  // namespace orvctl
 

@@ -4,6 +4,8 @@
 #include <ostream>
 
 #include "tools/orvctl/errors.h"
+#include "tools/orvctl/plan.h"
+#include "tools/orvctl/signals.h"
 
 namespace orvctl {
 namespace {
@@ -23,6 +25,14 @@ problem declined() {
   return result;
 }
 
+void note(plan& planned, const std::string& warning, const std::function<table()>& losses) {
+  planned.warning = warning;
+  if (!losses) return;
+  const table lost = losses();
+  planned.losses = lost.text();
+  planned.lost = lost.objects();
+}
+
 }  // namespace
 
 void must_be_answerable(const session& run, const char* reason) {
@@ -34,10 +44,12 @@ void must_be_answerable(const session& run, const char* reason) {
 void confirm(const session& run, const std::string& warning, const std::function<table()>& losses,
              const char* reason) {
   must_be_answerable(run, reason);
+  if (run.planned != nullptr) return note(*run.planned, warning, losses);
   if (run.yes) return;
   if (losses) run.io.err << losses().text();
   run.io.err << warning << "\nContinue? [y/N] " << std::flush;
   std::string answer;
+  const interruptible before_anything_is_done;
   std::getline(run.io.in, answer);
   if (!is_yes(answer)) throw declined();
 }

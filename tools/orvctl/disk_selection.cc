@@ -14,9 +14,9 @@ constexpr column<tag_disk_info> disk_columns[] = {
     {"CHANNEL", "channel", form::number, [](const tag_disk_info& disk) { return json(disk.ch); }},
     {"DEVICE", "device", form::text,
      [](const tag_disk_info& disk) { return text_value(disk.name); }},
-    {"SIZE", "size_gib", form::gib,
-     [](const tag_disk_info& disk) { return size_value(disk.size); }},
-    {"STATE", "state", form::text,
+    {"SIZE", "size_bytes", form::gib,
+     [](const tag_disk_info& disk) { return gib_value(disk.size); }},
+    {"STATE", "state", form::state,
      [](const tag_disk_info& disk) { return text_value(disk.state); }},
     {"MODEL", "model", form::text,
      [](const tag_disk_info& disk) { return text_value(disk.model); }},
@@ -47,7 +47,7 @@ struct disk_use {
 constexpr column<disk_use> loss_columns[] = {
     {"CHANNEL", nullptr, form::number, [](const disk_use& use) { return json(use.disk.ch); }},
     {"DEVICE", nullptr, form::text, [](const disk_use& use) { return text_value(use.disk.name); }},
-    {"SIZE", nullptr, form::gib, [](const disk_use& use) { return size_value(use.disk.size); }},
+    {"SIZE", nullptr, form::gib, [](const disk_use& use) { return gib_value(use.disk.size); }},
     {"MODEL", nullptr, form::text, [](const disk_use& use) { return text_value(use.disk.model); }},
     {"USED BY", nullptr, form::text, [](const disk_use& use) { return text_value(use.user); }},
 };

@@ -41,6 +41,7 @@ constexpr char check_shadow[] =
 constexpr exit_status failed = exit_status::failed;
 constexpr exit_status not_found = exit_status::not_found;
 constexpr exit_status in_use = exit_status::in_use;
+constexpr exit_status partial = exit_status::partial;
 
 constexpr remedy remedies[] = {
     {ORV_OK, exit_status::ok, "nothing"},
@@ -116,20 +117,20 @@ constexpr remedy remedies[] = {
     {ORV_E_ALARM_REPLY, failed, check_alarms},
     {ORV_E_ALARM_ITEM, failed, check_alarms},
     {ORV_E_HOSTNAME_OPEN, failed, "check that '/etc/hostname' can be written"},
-    {ORV_E_HOSTNAME_WRITE, failed, "check the space left on the file system of '/etc/hostname'"},
-    {ORV_E_HOSTNAME_SET, failed, "the name is stored and will hold after the next start"},
+    {ORV_E_HOSTNAME_WRITE, partial, "check the space left on the file system of '/etc/hostname'"},
+    {ORV_E_HOSTNAME_SET, partial, "the name is stored and will hold after the next start"},
     {ORV_E_CLOCK_ZONE, failed, see_log},
     {ORV_E_CLOCK_SET, failed, "setting the clock needs root"},
     {ORV_E_USER_FILE, failed, "check '/etc/nas_userfile.conf'"},
-    {ORV_E_NO_SHADOW, failed, check_shadow},
-    {ORV_E_SHADOW_OPEN, failed, check_shadow},
-    {ORV_E_SHADOW_LOCKED, in_use,
+    {ORV_E_NO_SHADOW, partial, check_shadow},
+    {ORV_E_SHADOW_OPEN, partial, check_shadow},
+    {ORV_E_SHADOW_LOCKED, partial,
      "another process is changing passwords; the account itself has been made, without a password: "
      "delete the user and add it again"},
-    {ORV_E_SHADOW_BACKUP, failed, check_shadow},
-    {ORV_E_SHADOW_CREATE, failed, check_shadow},
-    {ORV_E_SHADOW_WRITE, failed, check_shadow},
-    {ORV_E_SHADOW_RENAME, failed, check_shadow},
+    {ORV_E_SHADOW_BACKUP, partial, check_shadow},
+    {ORV_E_SHADOW_CREATE, partial, check_shadow},
+    {ORV_E_SHADOW_WRITE, partial, check_shadow},
+    {ORV_E_SHADOW_RENAME, partial, check_shadow},
     {ORV_E_SHARES_LOCKED, in_use, try_again},
     {ORV_E_SERVICE_LOCKED, in_use, try_again},
     {ORV_E_FILE_LOCKED, in_use, try_again},
@@ -190,6 +191,12 @@ problem library_problem(int code, const std::string& detail) {
   result.meaning = orv_strerror(code);
   result.detail = detail;
   result.advice = info.advice;
+  return result;
+}
+
+problem partial_problem(int code, const std::string& detail) {
+  problem result = library_problem(code, detail);
+  result.status = exit_status::partial;
   return result;
 }
 

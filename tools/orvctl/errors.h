@@ -18,7 +18,8 @@ enum class exit_status : int {
   failed = 1,     ///< the request was understood and could not be carried out
   usage = 2,      ///< the command line is wrong, or needs --yes
   not_found = 3,  ///< what the command names is not there; also the answer "no" to a question
-  in_use = 4,     ///< what the command names is in use, or the name is taken
+  in_use = 4,     ///< busy: what the command names is in use or locked, or the name is taken
+  partial = 5,    ///< a part of the change was made; the message says which, or what is left to do
 };
 
 /// One row of the table of result codes.
@@ -45,6 +46,9 @@ struct problem : std::exception {
 };
 
 problem library_problem(int code, const std::string& detail = "");
+/// A change that stopped after a part of it was made.
+/// @param detail  which part, or what is left to do
+problem partial_problem(int code, const std::string& detail);
 problem usage_problem(const std::string& meaning, const std::string& advice);
 
 /// Ends the command unless the library's result is ORV_OK.

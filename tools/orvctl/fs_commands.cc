@@ -2,6 +2,7 @@
 #include "tools/orvctl/commands.h"
 #include "tools/orvctl/confirm.h"
 #include "tools/orvctl/errors.h"
+#include "tools/orvctl/fs_table.h"
 #include "tools/orvctl/records.h"
 
 namespace orvctl {
@@ -17,24 +18,10 @@ struct path_arguments {
   std::string path;
 };
 
-constexpr column<tag_fs_info> fs_columns[] = {
-    {"MOUNT POINT", "mount_point", form::text,
-     [](const tag_fs_info& fs) { return text_value(fs.mountpoint); }},
-    {"STATE", "state", form::text, [](const tag_fs_info& fs) { return text_value(fs.state); }},
-    {"TYPE", "type", form::text, [](const tag_fs_info& fs) { return text_value(fs.fstype); }},
-    {"SIZE", "size_mib", form::mib, [](const tag_fs_info& fs) { return size_value(fs.size); }},
-    {"USED", "used_mib", form::mib, [](const tag_fs_info& fs) { return size_value(fs.used); }},
-    {"GROUP", "volume_group", form::text,
-     [](const tag_fs_info& fs) { return text_value(fs.vgname); }},
-    {"ENCLOSURE", "enclosure", form::number,
-     [](const tag_fs_info& fs) { return text_value(fs.enclosure); }},
-    {"DEVICE", "device", form::text, [](const tag_fs_info& fs) { return text_value(fs.devname); }},
-};
-
 void list(session& run) {
   fs_list systems;
   const int result = fs_get(systems.get());
-  show_list(run, "file_systems", make_table(fs_columns, systems), result);
+  show_list(run, "file_systems", fs_table(systems), result);
 }
 
 void mount(session& run, const mount_arguments& given) {
@@ -78,7 +65,7 @@ std::shared_ptr<path_arguments> add_path(CLI::App& verb, const std::string& name
 
 void add_mount_commands(CLI::App& fs, session& run) {
   CLI::App& mounting =
-      add_verb(fs, run, "mount", "Mount a pool", "orvctl fs mount /mnt/data vg1 data");
+      add_changing_verb(fs, run, "mount", "Mount a pool", "orvctl fs mount /mnt/data vg1 data");
   const auto given = std::make_shared<mount_arguments>();
   add_word(mounting, "MOUNTPOINT", given->mount_point, "absolute path of the mount point");
   add_word(mounting, "VG", given->group, "volume group of the pool");
@@ -86,7 +73,7 @@ void add_mount_commands(CLI::App& fs, session& run) {
   on_run(mounting, run, given, mount);
 
   CLI::App& unmounting =
-      add_verb(fs, run, "umount", "Unmount a pool", "orvctl fs umount /mnt/data");
+      add_changing_verb(fs, run, "umount", "Unmount a pool", "orvctl fs umount /mnt/data");
   on_run(unmounting, run, add_path(unmounting, "MOUNTPOINT", "mount point"), unmount);
 
   CLI::App& asking = add_verb(fs, run, "mounted",
@@ -97,8 +84,8 @@ void add_mount_commands(CLI::App& fs, session& run) {
 
 void add_directory_commands(CLI::App& fs, session& run) {
   CLI::App& making =
-      add_verb(fs, run, "mkdir", "Make an empty, locked directory to mount a pool on",
-               "orvctl fs mkdir /mnt/data");
+      add_changing_verb(fs, run, "mkdir", "Make an empty, locked directory to mount a pool on",
+                        "orvctl fs mkdir /mnt/data");
   on_run(making, run, add_path(making, "PATH", "absolute path"), make_directory);
 
   CLI::App& removing =
@@ -111,8 +98,7 @@ void add_directory_commands(CLI::App& fs, session& run) {
 void add_fs_commands(CLI::App& program, session& run) {
   CLI::App& fs = add_noun(program, "fs", "File systems, mount points and the mount table",
                           "orvctl fs mount /mnt/data vg1 data");
-  on_run(add_verb(fs, run, "list", "Show the file systems of the mount table", "orvctl fs list"),
-         run, list);
+  add_list(fs, run, "list", "Show the file systems of the mount table", "orvctl fs list", list);
   add_mount_commands(fs, run);
   add_directory_commands(fs, run);
   add_fs_table_commands(fs, run);

@@ -50,12 +50,11 @@ void check_pool_entry(session& run, const entry_arguments& given) {
 }  // namespace
 
 void add_fs_table_commands(CLI::App& fs, session& run) {
-  on_run(add_verb(fs, run, "table", "Show the entries of the mount table", "orvctl fs table"), run,
-         list);
+  add_list(fs, run, "table", "Show the entries of the mount table", "orvctl fs table", list);
 
   const auto entry = std::make_shared<entry_arguments>();
-  CLI::App& adding = add_verb(fs, run, "table-add", "Add a pool to the mount table",
-                              "orvctl fs table-add /mnt/data vg1 data");
+  CLI::App& adding = add_changing_verb(fs, run, "table-add", "Add a pool to the mount table",
+                                       "orvctl fs table-add /mnt/data vg1 data");
   add_word(adding, "MOUNTPOINT", entry->mount_point, "absolute path of the mount point");
   add_word(adding, "VG", entry->group, "volume group of the pool");
   add_word(adding, "POOL", entry->pool, "name of the pool");
@@ -63,8 +62,8 @@ void add_fs_table_commands(CLI::App& fs, session& run) {
 
   const auto old_entry = std::make_shared<entry_arguments>();
   CLI::App& removing =
-      add_verb(fs, run, "table-remove", "Remove a mount point from the mount table",
-               "orvctl fs table-remove /mnt/data");
+      add_changing_verb(fs, run, "table-remove", "Remove a mount point from the mount table",
+                        "orvctl fs table-remove /mnt/data");
   add_word(removing, "MOUNTPOINT", old_entry->mount_point, "mount point");
   on_run(removing, run, old_entry, remove);
 

@@ -59,7 +59,7 @@ void show(session& run) {
     shown.add({kinds[i].title, shown_value(limits[i])});
   }
   run.document["ftp_limits"] = fields_of(limits);
-  if (!run.as_json) run.io.out << shown.text();
+  if (!run.as_json) run.io.out << shown.text(run.shown);
 }
 
 // A limit that is not in the file would silently not be set.
@@ -93,17 +93,17 @@ void set(session& run, const limit_values& wanted) {
 void add_ftp_limit_commands(CLI::App& program, session& run) {
   CLI::App& limits = add_noun(program, "ftp-limit", "Limits of the FTP service",
                               "orvctl ftp-limit set --clients 20");
-  on_run(add_verb(limits, run, "show", "Show the limits", "orvctl ftp-limit show"), run, show);
+  add_query(limits, run, "show", "Show the limits", "orvctl ftp-limit show", show);
 
   const auto wanted = std::make_shared<limit_values>();
   CLI::App& setting =
-      add_verb(limits, run, "set", "Change limits; the file's comments and empty lines go",
-               "orvctl ftp-limit set --rate 1048576 --clients 20 --per-address 2");
+      add_changing_verb(limits, run, "set", "Change limits; the file's comments and empty lines go",
+                        "orvctl ftp-limit set --rate 1048576 --clients 20 --per-address 2");
   for (std::size_t i = 0; i < kinds.size(); ++i) {
-    setting
-        .add_option(kinds[i].option, (*wanted)[i], std::string(kinds[i].title) + ", 0 for no limit")
-        ->type_name("N")
-        ->check(limit);
+    add_option(setting, kinds[i].option, (*wanted)[i],
+               std::string(kinds[i].title) + ", 0 for no limit")
+        .type_name("N")
+        .check(limit);
   }
   on_run(setting, run, wanted, set);
 }

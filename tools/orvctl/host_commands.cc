@@ -27,11 +27,12 @@ void set(session& run, const host_arguments& given) {
 
 void add_host_commands(CLI::App& program, session& run) {
   CLI::App& host = add_noun(program, "host", "The host name", "orvctl host set nas1");
-  on_run(add_verb(host, run, "show", "Show the host name", "orvctl host show"), run, show);
+  add_query(host, run, "show", "Show the host name", "orvctl host show", show);
 
   const auto given = std::make_shared<host_arguments>();
-  CLI::App& setting = add_verb(host, run, "set", "Change the host name", "orvctl host set nas1");
-  add_word(setting, "NAME", given->name, "new host name")->check(host_name);
+  CLI::App& setting =
+      add_changing_verb(host, run, "set", "Change the host name", "orvctl host set nas1");
+  add_word(setting, "NAME", given->name, "new host name").check(host_name);
   on_run(setting, run, given, set);
 }
 

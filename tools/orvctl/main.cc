@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "tools/orvctl/run.h"
+#include "tools/orvctl/state_colour.h"
 
 namespace {
 
@@ -34,9 +35,15 @@ int keep_standard_output_for_data() {
 int main(int argc, char** argv) {
   std::setlocale(LC_CTYPE, "");
   fill_standard_descriptors();
-  __gnu_cxx::stdio_filebuf<char> data(keep_standard_output_for_data(), std::ios::out);
+  const bool is_terminal = ::isatty(STDOUT_FILENO) == 1;
+  const int data_descriptor = keep_standard_output_for_data();
+  __gnu_cxx::stdio_filebuf<char> data(data_descriptor, std::ios::out);
   std::ostream out(&data);
+  const bool coloured = is_terminal && orvctl::wants_colours();
   const int terminal = ::isatty(STDIN_FILENO) == 1 ? STDIN_FILENO : -1;
   const bool interactive = terminal >= 0 && ::isatty(STDERR_FILENO) == 1;
-  return orvctl::run(argc, argv, {std::cin, out, std::cerr, interactive, terminal});
+  return orvctl::run(
+      argc, argv,
+      {std::cin, out, std::cerr, interactive, terminal, coloured,
+       is_terminal ? data_descriptor : -1, ::isatty(STDERR_FILENO) == 1 ? STDERR_FILENO : -1});
 }

@@ -24,9 +24,8 @@ void list(session& run) {
 
 void add_net_commands(CLI::App& program, session& run) {
   CLI::App& net = add_noun(program, "net", "Network interfaces", "orvctl net list");
-  on_run(add_verb(net, run, "list", "Show the interfaces that are up and have an IPv4 address",
-                  "orvctl net list --json"),
-         run, list);
+  add_list(net, run, "list", "Show the interfaces that are up and have an IPv4 address",
+           "orvctl net list --json", list);
 }
 
 }  // namespace orvctl

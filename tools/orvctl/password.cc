@@ -8,9 +8,13 @@
 #include "tools/orvctl/arguments.h"
 #include "tools/orvctl/errors.h"
 #include "tools/orvctl/hidden_typing.h"
+#include "tools/orvctl/signals.h"
 
 namespace orvctl {
 namespace {
+
+/// A rehearsal asks nothing. What stands for the password is also what its plan may show of it.
+constexpr char shown_in_plans[] = "***";
 
 bool is_typed(const session& run) { return run.io.interactive || run.io.terminal >= 0; }
 
@@ -31,6 +35,7 @@ std::string ask(const session& run, const std::string& prompt) {
   run.io.err << prompt << std::flush;
   std::string line;
   {
+    const interruptible before_anything_is_done;
     const hidden_typing hidden(run.io.terminal);
     line = read_line(run);
   }
@@ -53,6 +58,7 @@ std::string read_password(const session& run, const std::string& prompt) {
 }
 
 std::string read_new_password(const session& run, const std::string& user) {
+  if (run.planned != nullptr) return shown_in_plans;
   const std::string password = read_password(run, "New password of " + user + ": ");
   must_be_usable(password);
   if (is_typed(run) && ask(run, "The same again: ") != password) {

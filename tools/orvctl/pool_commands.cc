@@ -4,6 +4,7 @@
 #include "tools/orvctl/commands.h"
 #include "tools/orvctl/confirm.h"
 #include "tools/orvctl/errors.h"
+#include "tools/orvctl/long_work.h"
 #include "tools/orvctl/records.h"
 
 namespace orvctl {
@@ -24,9 +25,9 @@ constexpr column<tag_pool_info> pool_columns[] = {
     {"GROUP", "volume_group", form::text,
      [](const tag_pool_info& pool) { return text_value(pool.vgname); }},
     {"POOL", "name", form::text, short_name},
-    {"SIZE", "size_gib", form::gib,
-     [](const tag_pool_info& pool) { return size_value(pool.size); }},
-    {"STATE", "state", form::text,
+    {"SIZE", "size_bytes", form::gib,
+     [](const tag_pool_info& pool) { return gib_value(pool.size); }},
+    {"STATE", "state", form::state,
      [](const tag_pool_info& pool) { return text_value(pool.state); }},
     {"ENCLOSURE", "enclosure", form::number,
      [](const tag_pool_info& pool) { return text_value(pool.enclosure); }},
@@ -79,6 +80,7 @@ void destroy(session& run, const pool_arguments& given) {
 void make_file_system(session& run, const pool_arguments& given) {
   confirm(run, "This pool gets a new file system: all data on it will be lost.",
           [&] { return lost_pool(given); });
+  say_what_begins(run, "Making a file system on " + path_of(given) + ".");
   check(mkfs_pool(given.pool.c_str(), given.group.c_str()));
   report(run, "Made a file system on " + path_of(given) + ".", names(given));
 }
@@ -92,7 +94,7 @@ std::shared_ptr<pool_arguments> add_names(CLI::App& verb) {
 
 std::shared_ptr<pool_arguments> add_names_and_size(CLI::App& verb, const std::string& about) {
   const auto given = add_names(verb);
-  verb.add_option("SIZE_GIB", given->size, about)->required()->type_name("")->check(whole_number);
+  add_option(verb, "SIZE_GIB", given->size, about).required().type_name("").check(whole_number);
   return given;
 }
 
@@ -101,14 +103,14 @@ std::shared_ptr<pool_arguments> add_names_and_size(CLI::App& verb, const std::st
 void add_pool_commands(CLI::App& program, session& run) {
   CLI::App& pool = add_noun(program, "pool", "Pools: volumes that carry one file system each",
                             "orvctl pool create vg1 data 500");
-  on_run(add_verb(pool, run, "list", "Show all pools", "orvctl pool list --json"), run, list);
+  add_list(pool, run, "list", "Show all pools", "orvctl pool list --json", list);
 
   CLI::App& creating =
-      add_verb(pool, run, "create", "Create a pool", "orvctl pool create vg1 data 500");
+      add_changing_verb(pool, run, "create", "Create a pool", "orvctl pool create vg1 data 500");
   on_run(creating, run, add_names_and_size(creating, "size in GiB"), create);
 
-  CLI::App& extending =
-      add_verb(pool, run, "extend", "Make a pool larger", "orvctl pool extend vg1 data 800");
+  CLI::App& extending = add_changing_verb(pool, run, "extend", "Make a pool larger",
+                                          "orvctl pool extend vg1 data 800");
   on_run(extending, run,
          add_names_and_size(extending, "new total size in GiB, which the group must have free"),
          extend);

@@ -1,6 +1,7 @@
 #include <string_view>
 
 #include "tools/orvctl/arguments.h"
+#include "tools/orvctl/array_watch.h"
 #include "tools/orvctl/commands.h"
 #include "tools/orvctl/confirm.h"
 #include "tools/orvctl/disk_selection.h"
@@ -17,6 +18,7 @@ struct member_arguments {
   std::string array;
   std::string disk;
   bool raid5_only = false;
+  bool wait = false;
 };
 
 void list(session& run) {
@@ -33,6 +35,7 @@ void add(session& run, const member_arguments& given) {
   check(raid_add(given.array.c_str(), given.disk.c_str()));
   report(run, "Added the disk of channel " + given.disk + " to " + given.array + ".",
          {{"array", given.array}, {"channel", given.disk}});
+  if (given.wait) wait_for_array(run, given.array);
 }
 
 void remove(session& run, const member_arguments& given) {
@@ -93,19 +96,21 @@ std::shared_ptr<member_arguments> add_member_words(CLI::App& verb) {
   const auto given = std::make_shared<member_arguments>();
   add_word(verb, "MD", given->array, "array, such as md0");
   add_word(verb, "CHANNEL", given->disk, "channel of the disk, in the array's enclosure")
-      ->check(channel);
+      .check(channel);
   return given;
 }
 
 void add_member_commands(CLI::App& raid, session& run) {
   CLI::App& adding =
       add_destroying_verb(raid, run, "add", "Add a disk to an array", "orvctl raid add md0 4");
-  on_run(adding, run, add_member_words(adding), add);
+  const auto added = add_member_words(adding);
+  add_wait(adding, added->wait);
+  on_run(adding, run, added, add);
 
-  CLI::App& removing = add_verb(raid, run, "remove", "Remove a failed disk from an array",
-                                "orvctl raid remove md0 2");
+  CLI::App& removing = add_changing_verb(raid, run, "remove", "Remove a failed disk from an array",
+                                         "orvctl raid remove md0 2");
   const auto given = add_member_words(removing);
-  removing.add_flag("--raid5-only", given->raid5_only, "only when the array is a raid5");
+  add_flag(removing, "--raid5-only", given->raid5_only, "only when the array is a raid5");
   on_run(removing, run, given, remove);
 }
 
@@ -126,7 +131,8 @@ void add_fail_commands(CLI::App& raid, session& run) {
 
 void add_raid_commands(CLI::App& program, session& run) {
   CLI::App& raid = add_noun(program, "raid", "RAID arrays of disks", "orvctl raid list");
-  on_run(add_verb(raid, run, "list", "Show all arrays", "orvctl raid list --json"), run, list);
+  add_list(raid, run, "list", "Show all arrays", "orvctl raid list --json", list);
+  add_raid_watch_command(raid, run);
   add_raid_create_commands(raid, run);
   add_member_commands(raid, run);
   add_fail_commands(raid, run);

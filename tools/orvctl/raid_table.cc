@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tools/orvctl/errors.h"
+#include "tools/orvctl/rebuild_progress.h"
 
 namespace orvctl {
 namespace {
@@ -38,18 +39,33 @@ json items(const char* text, json (*make)(std::string_view)) {
 
 json plain_item(std::string_view item) { return std::string(item); }
 
+}  // namespace
+
+json array_members(const tag_md_info& array) { return items(array.disks, member_object); }
+
+namespace {
+
 constexpr column<tag_md_info> raid_columns[] = {
     {"NAME", "name", form::text, [](const tag_md_info& md) { return text_value(md.name); }},
     {"LEVEL", "level", form::text, [](const tag_md_info& md) { return text_value(md.level); }},
-    {"STATE", "state", form::text, [](const tag_md_info& md) { return text_value(md.state); }},
+    {"STATE", "state", form::state, [](const tag_md_info& md) { return text_value(md.state); }},
     {"PROGRESS", "progress", form::text,
      [](const tag_md_info& md) { return text_value(md.progress); }},
-    {"SIZE", "size_gib", form::gib, [](const tag_md_info& md) { return size_value(md.size); }},
+    {nullptr, "rebuilt_percent", form::number,
+     [](const tag_md_info& md) {
+       const auto progress = read_progress(md.progress);
+       return progress ? json(progress->percent) : json();
+     }},
+    {nullptr, "rebuild_bytes_per_second", form::number,
+     [](const tag_md_info& md) {
+       const auto progress = read_progress(md.progress);
+       return progress ? json(progress->bytes_per_second) : json();
+     }},
+    {"SIZE", "size_bytes", form::gib, [](const tag_md_info& md) { return gib_value(md.size); }},
     {"ENCLOSURE", "enclosure", form::number,
      [](const tag_md_info& md) { return text_value(md.enclosure); }},
     {"MEMBERS", nullptr, form::text, [](const tag_md_info& md) { return text_value(md.disks); }},
-    {nullptr, "members", form::text,
-     [](const tag_md_info& md) { return items(md.disks, member_object); }},
+    {nullptr, "members", form::text, array_members},
     {nullptr, "spares", form::text,
      [](const tag_md_info& md) { return items(md.spares, plain_item); }},
 };

@@ -10,6 +10,9 @@ namespace orvctl {
 
 table raid_table(const raid_list& arrays);
 
+/// The members of an array, each with its name and state.
+json array_members(const tag_md_info& array);
+
 /// One array of the machine, found by its name. The command ends when there is none.
 class named_array {
  public:

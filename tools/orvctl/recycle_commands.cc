@@ -57,7 +57,7 @@ std::vector<tag_share_config> of_name(const std::string& name, const std::string
 void list(session& run) {
   const std::vector<tag_share_config> shares = shares_out_of_use();
   if (shares.empty() && !run.as_json) return report(run, "No share is out of use.", {});
-  show_list(run, "shares", make_table(recycle_columns, shares), ORV_OK);
+  show_list(run, "kept_shares", make_table(recycle_columns, shares), ORV_OK);
 }
 
 // No recycle file keeps an FTP share: only "/etc/sharefolder.conf" has it.
@@ -105,12 +105,11 @@ void remove(session& run, const delete_arguments& given) {
 void add_recycle_commands(CLI::App& program, session& run) {
   CLI::App& recycle = add_noun(program, "recycle", "What is kept of the shares that are out of use",
                                "orvctl recycle list");
-  on_run(
-      add_verb(recycle, run, "list", "Show the shares that are out of use", "orvctl recycle list"),
-      run, list);
+  add_list(recycle, run, "list", "Show the shares that are out of use", "orvctl recycle list",
+           list);
 
-  CLI::App& modifying = add_verb(recycle, run, "modify", "Change what is kept of a share",
-                                 "orvctl recycle modify data --users ann");
+  CLI::App& modifying = add_changing_verb(recycle, run, "modify", "Change what is kept of a share",
+                                          "orvctl recycle modify data --users ann");
   on_run(modifying, run,
          add_share_arguments(modifying, "former service, of a share that several have kept"),
          modify);

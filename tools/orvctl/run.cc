@@ -1,11 +1,14 @@
 #include "tools/orvctl/run.h"
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <ostream>
 #include <string_view>
 
 #include "tools/orvctl/commands.h"
+#include "tools/orvctl/complete_command.h"
 #include "tools/orvctl/errors.h"
+#include "tools/orvctl/problem_text.h"
 
 namespace orvctl {
 namespace {
@@ -26,7 +29,8 @@ void build(CLI::App& program, session& run) {
   program.footer(
       "Example:\n  orvctl raid create --level raid5 --disks 1,2,3\n\n"
       "Data goes to standard output, everything else to standard error.\n"
-      "Exit status: 0 done, 1 failed, 2 wrong usage, 3 not found, 4 in use or taken.");
+      "Exit status: 0 done, 1 failed, 2 wrong usage, 3 not found, 4 busy (in use or taken),\n"
+      "5 done in part. 'orvctl system codes' shows that of every result code.");
   program.get_formatter()->column_width(34);
   add_disk_commands(program, run);
   add_spare_commands(program, run);
@@ -47,6 +51,10 @@ void build(CLI::App& program, session& run) {
   add_clock_commands(program, run);
   add_power_commands(program, run);
   add_system_commands(program, run);
+  add_conf_commands(program, run);
+  add_status_command(program, run);
+  add_report_command(program, run);
+  add_metrics_command(program, run);
 }
 
 // The part of the grammar that the command line got to.
@@ -87,32 +95,11 @@ problem usage_problem_of(const CLI::ParseError& error, const CLI::App& program) 
                        "run 'orvctl " + name + (name.empty() ? "" : " ") + "--help'");
 }
 
-json as_json(const std::string& command, const problem& found) {
-  json error = {{"command", text_value(command)},
-                {"code", nullptr},
-                {"name", found.name},
-                {"meaning", found.meaning},
-                {"detail", text_value(found.detail)},
-                {"advice", found.advice},
-                {"exit_status", static_cast<int>(found.status)}};
-  if (found.code) error["code"] = *found.code;
-  return error;
-}
-
-std::string as_text(const std::string& command, const problem& found) {
-  std::string text = "orvctl: ";
-  if (!command.empty()) text += command + ": ";
-  if (found.code) text += found.name + " (" + std::to_string(*found.code) + "): ";
-  text += found.meaning;
-  if (!found.detail.empty()) text += ": " + found.detail;
-  return text + "\n  What to do: " + found.advice + "\n";
-}
-
 exit_status tell(session& run, const std::string& command, const problem& found) {
   if (run.as_json) {
-    run.document["error"] = as_json(command, found);
+    run.document["error"] = problem_object(command, found);
   } else {
-    run.io.err << as_text(command, found);
+    run.io.err << problem_text(command, found);
   }
   return found.status;
 }
@@ -129,7 +116,21 @@ exit_status parse_and_run(CLI::App& program, session& run, int argc, const char*
     return tell(run, command_name(program), usage_problem_of(error, program));
   } catch (const problem& found) {
     return tell(run, command_name(program), found);
+  } catch (const std::exception& error) {  // no memory, for one
+    return tell(run, command_name(program), library_problem(ORV_E_FAILED, error.what()));
   }
+}
+
+// "orvctl complete WORD..." is asked by the shell's completion and is no command for people.
+bool asks_for_completions(int argc, const char* const* argv) {
+  return argc > 1 && std::string_view(argv[1]) == "complete";
+}
+
+int complete(const CLI::App& program, session& run, int argc, const char* const* argv) {
+  const std::vector<std::string> words(argv + 2, argv + argc);
+  for (const std::string& each : completions(program, words)) run.io.out << each << '\n';
+  run.io.out.flush();
+  return static_cast<int>(exit_status::ok);
 }
 
 }  // namespace
@@ -137,15 +138,18 @@ exit_status parse_and_run(CLI::App& program, session& run, int argc, const char*
 int run(int argc, const char* const* argv, const streams& io) {
   session this_run{io};
   this_run.as_json = asks_for_json(argc, argv);
+  this_run.shown.coloured = io.coloured;
   CLI::App program(
       "Manages the appliance: disks, arrays, volume groups, pools, shares, services and users.");
   build(program, this_run);
+  if (asks_for_completions(argc, argv)) return complete(program, this_run, argc, argv);
   const exit_status status = parse_and_run(program, this_run, argc, argv);
   if (this_run.as_json) {
     io.out << this_run.document.dump(2, ' ', false, json::error_handler_t::replace) << '\n';
   }
   if (io.out.flush()) return static_cast<int>(status);
-  io.err << "orvctl: standard output cannot be written\n";
+  // A reader that has seen enough, such as `head`, wants no message.
+  if (errno != EPIPE) io.err << "orvctl: standard output cannot be written\n";
   return static_cast<int>(exit_status::failed);
 }
 

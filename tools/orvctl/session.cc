@@ -6,10 +6,12 @@
 namespace orvctl {
 
 void show_list(session& run, const std::string& key, const table& found, int result) {
+  // Columns that there are not are refused also when there is nothing to show.
+  const std::string text = run.as_json ? "" : found.text(run.shown);
   if (run.as_json) {
-    run.document[key] = found.objects();
+    run.document[key] = found.objects(run.shown);
   } else if (!found.empty()) {
-    run.io.out << found.text();
+    run.io.out << text;
   } else if (result == ORV_OK) {
     std::string what = key;
     std::replace(what.begin(), what.end(), '_', ' ');

@@ -3,6 +3,7 @@
 
 #include <iosfwd>
 #include <string>
+#include <vector>
 
 #include "tools/orvctl/errors.h"
 #include "tools/orvctl/table.h"
@@ -16,16 +17,36 @@ struct streams {
   std::ostream& err;  ///< everything else
   bool interactive;   ///< somebody sees `err` and can answer on `in`
   int terminal = -1;  ///< descriptor of the terminal on which somebody types `in`, if there is one
+  bool coloured = false;  ///< `out` is a terminal that shows colours
+  int out_terminal = -1;  ///< descriptor of the terminal that `out` is, if it is one
+  int err_terminal = -1;  ///< the same of `err`
 };
+
+/// Of the JSON documents. Raised when a key goes, or comes to mean something else.
+inline constexpr int format_version = 2;
+
+struct session;
+
+/// A command that only asks, and needs no arguments: a support report asks all of them.
+struct query {
+  std::string command;
+  void (*ask)(session&);
+};
+
+struct plan;
 
 /// One run of the program.
 struct session {
   const streams& io;
   bool as_json = false;
   bool yes = false;
+  bool dry_run = false;
+  plan* planned = nullptr;               ///< of a rehearsal: what would be done is noted here
   exit_status status = exit_status::ok;  ///< of a command that ends by itself
+  list_view shown{};                     ///< how the user wants to see lists
+  std::vector<query> queries{};          ///< those of the whole grammar
   /// Under --json everything a command has to say, written once at the end.
-  json document = {{"format_version", 1}};
+  json document = {{"format_version", format_version}};
 };
 
 /// Shows what a getter found, also when it failed part of the way, and then ends the command with

@@ -44,8 +44,9 @@ void remove(session& run, const delete_arguments& given) {
 }  // namespace
 
 void add_share_change_commands(CLI::App& share, session& run) {
-  CLI::App& modifying = add_verb(share, run, "modify", "Change comment, users or rights of a share",
-                                 "orvctl share modify data --users ann,bob --read-only");
+  CLI::App& modifying =
+      add_changing_verb(share, run, "modify", "Change comment, users or rights of a share",
+                        "orvctl share modify data --users ann,bob --read-only");
   on_run(modifying, run, add_share_arguments(modifying, other_service), modify);
 
   const auto doomed = std::make_shared<delete_arguments>();

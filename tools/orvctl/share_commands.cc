@@ -69,6 +69,7 @@ std::vector<std::string> repair_others(const tag_share_config& added, const shar
   } catch (problem& found) {
     found.detail = "the share was added, but the other shares of " + std::string(added.service) +
                    " were not repaired" + (found.detail.empty() ? "" : ": ") + found.detail;
+    found.status = exit_status::partial;
     found.advice =
         "look at 'orvctl share list' and set users and rights with 'orvctl share modify'";
     throw;
@@ -91,7 +92,7 @@ int add_with_patience(tag_share_config& request) {
 // Of a share that another process was first to add the library has changed the service's file.
 void check_added(int result, const add_arguments& given) {
   if (result == ORV_E_SERVICE_LOCKED) {
-    throw library_problem(result, given.name + " is listed, but " + given.service +
+    throw partial_problem(result, given.name + " is listed, but " + given.service +
                                       " does not know it yet; 'orvctl share modify' adds it there");
   }
   if (result != ORV_E_SHARE_EXISTS) check(result);
@@ -115,16 +116,17 @@ void add(session& run, const add_arguments& given) {
 
 void add_add_command(CLI::App& share, session& run) {
   const auto given = std::make_shared<add_arguments>();
-  CLI::App& verb = add_verb(share, run, "add", "Offer a directory or a volume to clients",
-                            "orvctl share add data --service samba --path /mnt/data --users ann");
+  CLI::App& verb =
+      add_changing_verb(share, run, "add", "Offer a directory or a volume to clients",
+                        "orvctl share add data --service samba --path /mnt/data --users ann");
   add_word(verb, "NAME", given->name, "name of the share");
-  add_service(verb, given->service, "samba, nfs, ftp or iscsi")->required();
-  verb.add_option("--path", given->path, "absolute path of the directory or of the volume")
-      ->required()
-      ->type_name("PATH");
-  verb.add_option("--size", given->size, "size of the volume in GiB")
-      ->type_name("GIB")
-      ->check(limit);
+  add_service(verb, given->service, "samba, nfs, ftp or iscsi").required();
+  add_option(verb, "--path", given->path, "absolute path of the directory or of the volume")
+      .required()
+      .type_name("PATH");
+  add_option(verb, "--size", given->size, "size of the volume in GiB")
+      .type_name("GIB")
+      .check(limit);
   add_settings(verb, given->settings);
   on_run(verb, run, given, add);
 }
@@ -135,7 +137,7 @@ void add_share_commands(CLI::App& program, session& run) {
   CLI::App& share =
       add_noun(program, "share", "Shares: what clients reach over Samba, NFS, FTP and iSCSI",
                "orvctl share add data --service samba --path /mnt/data --users ann");
-  on_run(add_verb(share, run, "list", "Show all shares", "orvctl share list --json"), run, list);
+  add_list(share, run, "list", "Show all shares", "orvctl share list --json", list);
   add_add_command(share, run);
   add_share_change_commands(share, run);
   add_share_use_commands(share, run);

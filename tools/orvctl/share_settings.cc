@@ -1,6 +1,5 @@
 #include "tools/orvctl/share_settings.h"
 
-#include <limits>
 #include <vector>
 
 #include "tools/orvctl/arguments.h"
@@ -10,10 +9,9 @@
 namespace orvctl {
 namespace {
 
-// Use is counted in units of 10 MiB.
-json used_mib(const tag_share_config& share) {
-  constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max() / 10;
-  return share.used > largest ? json() : json(share.used * 10);
+json used_space(const tag_share_config& share) {
+  constexpr std::uint64_t bytes_of_unit = 10 * bytes_of_mib;
+  return size_value(share.used, bytes_of_unit);
 }
 
 constexpr column<tag_share_config> share_columns[] = {
@@ -24,8 +22,8 @@ constexpr column<tag_share_config> share_columns[] = {
     {"USERS", "users", form::text,
      [](const tag_share_config& s) { return text_value(s.valid_users); }},
     {"WRITABLE", "writable", form::text, is_writable},
-    {"SIZE", "size_gib", form::gib, [](const tag_share_config& s) { return size_value(s.size); }},
-    {"USED", "used_mib", form::mib, used_mib},
+    {"SIZE", "size_bytes", form::gib, [](const tag_share_config& s) { return gib_value(s.size); }},
+    {"USED", "used_bytes", form::mib, used_space},
     {"COMMENT", "comment", form::text,
      [](const tag_share_config& s) { return text_value(s.comment); }},
 };
@@ -41,19 +39,18 @@ constexpr column<tag_share_config> asked_columns[] = {
 
 }  // namespace
 
-CLI::Option* add_service(CLI::App& verb, std::string& service, const std::string& about) {
-  return verb.add_option("--service", service, about)->type_name("SERVICE")->check(service_word);
+option add_service(CLI::App& verb, std::string& service, const std::string& about) {
+  return add_option(verb, "--service", service, about).type_name("SERVICE").check(service_word);
 }
 
 void add_settings(CLI::App& verb, share_settings& settings) {
-  verb.add_option("--comment", settings.comment, "comment that clients see")->type_name("TEXT");
-  verb.add_option("--users,--clients", settings.users,
-                  "users of the share, separated by commas; of an NFS share its clients")
-      ->type_name("LIST");
-  CLI::Option* read_only =
-      verb.add_flag("--read-only", settings.read_only, "clients may only read");
-  verb.add_flag("--read-write", settings.read_write, "clients may read and write")
-      ->excludes(read_only);
+  add_option(verb, "--comment", settings.comment, "comment that clients see").type_name("TEXT");
+  add_option(verb, "--users,--clients", settings.users,
+             "users of the share, separated by commas; of an NFS share its clients")
+      .type_name("LIST");
+  option read_only = add_flag(verb, "--read-only", settings.read_only, "clients may only read");
+  add_flag(verb, "--read-write", settings.read_write, "clients may read and write")
+      .excludes(read_only);
 }
 
 std::shared_ptr<share_arguments> add_share_arguments(CLI::App& verb,
@@ -61,7 +58,7 @@ std::shared_ptr<share_arguments> add_share_arguments(CLI::App& verb,
                                                      bool needs_service) {
   const auto given = std::make_shared<share_arguments>();
   add_word(verb, "NAME", given->name, "name of the share");
-  add_service(verb, given->service, about_service)->required(needs_service);
+  add_service(verb, given->service, about_service).required(needs_service);
   add_settings(verb, given->settings);
   return given;
 }

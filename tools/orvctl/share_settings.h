@@ -1,11 +1,11 @@
 #ifndef ORVCTL_SHARE_SETTINGS_H
 #define ORVCTL_SHARE_SETTINGS_H
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "tools/orvctl/options.h"
 #include "tools/orvctl/records.h"
 #include "tools/orvctl/table.h"
 
@@ -35,7 +35,7 @@ constexpr char other_service[] = "service, where it is another than the listed o
 void add_settings(CLI::App& verb, share_settings& settings);
 
 /// "--service SERVICE", for a verb that can do without it.
-CLI::Option* add_service(CLI::App& verb, std::string& service, const std::string& about);
+option add_service(CLI::App& verb, std::string& service, const std::string& about);
 
 /// NAME, "--service" and the settings.
 std::shared_ptr<share_arguments> add_share_arguments(CLI::App& verb,

@@ -125,9 +125,9 @@ void add_share_use_commands(CLI::App& share, session& run) {
                           "orvctl share disable data");
   on_run(disabling, run, add_share_arguments(disabling, other_service), disable);
 
-  CLI::App& enabling =
-      add_verb(share, run, "enable", "Take a share into use again, with the settings kept of it",
-               "orvctl share enable data --service samba");
+  CLI::App& enabling = add_changing_verb(
+      share, run, "enable", "Take a share into use again, with the settings kept of it",
+      "orvctl share enable data --service samba");
   on_run(enabling, run, add_share_arguments(enabling, "samba, nfs, ftp or iscsi", true), enable);
 
   const auto forgotten = std::make_shared<name_arguments>();

@@ -1,10 +1,13 @@
+#include <cstdint>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "tools/orvctl/arguments.h"
 #include "tools/orvctl/commands.h"
 #include "tools/orvctl/disk_selection.h"
 #include "tools/orvctl/errors.h"
+#include "tools/orvctl/smart_query.h"
 
 namespace orvctl {
 namespace {
@@ -14,8 +17,18 @@ struct smart_arguments {
   std::string enclosure = "0";
 };
 
-// What a disk does not tell stays "NaN".
-json told(const char* text) { return text == std::string("NaN") ? json() : text_value(text); }
+// "1,000,204,886,016 bytes": digits in groups, and then the unit.
+json told_bytes(const char* text) {
+  std::uint64_t bytes = 0;
+  bool any = false;
+  for (; *text != '\0' && *text != ' '; ++text) {
+    if (*text == ',' || *text == '.') continue;
+    if (*text < '0' || *text > '9') return {};
+    bytes = bytes * 10 + static_cast<std::uint64_t>(*text - '0');
+    any = true;
+  }
+  return any && std::string_view(text).starts_with(" bytes") ? json(bytes) : json();
+}
 
 constexpr column<tag_disk_info> summary_columns[] = {
     {"ENCLOSURE", "enclosure", form::number,
@@ -23,7 +36,7 @@ constexpr column<tag_disk_info> summary_columns[] = {
     {"CHANNEL", "channel", form::number, [](const tag_disk_info& disk) { return json(disk.ch); }},
     {"DEVICE", "device", form::text,
      [](const tag_disk_info& disk) { return text_value(disk.name); }},
-    {"HEALTH", "health", form::text,
+    {"HEALTH", "health", form::state,
      [](const tag_disk_info& disk) { return told(disk.smart.health); }},
     {"MODEL", "model", form::text,
      [](const tag_disk_info& disk) { return told(disk.smart.device_model); }},
@@ -31,8 +44,8 @@ constexpr column<tag_disk_info> summary_columns[] = {
      [](const tag_disk_info& disk) { return told(disk.smart.serial_number); }},
     {"FIRMWARE", "firmware", form::text,
      [](const tag_disk_info& disk) { return told(disk.smart.firmware_version); }},
-    {"CAPACITY", "capacity", form::text,
-     [](const tag_disk_info& disk) { return told(disk.smart.user_capacity); }},
+    {"CAPACITY", "capacity_bytes", form::gib,
+     [](const tag_disk_info& disk) { return told_bytes(disk.smart.user_capacity); }},
     {nullptr, "ata_version", form::text,
      [](const tag_disk_info& disk) { return told(disk.smart.ata_version); }},
     {nullptr, "ata_standard", form::text,
@@ -56,10 +69,6 @@ constexpr column<tag_disksmart_info> own_columns[] = {
      [](const tag_disksmart_info& a) { return text_value(a.status); }},
 };
 
-records_of<tag_disksmart_info> told_by(const tag_disk_info& disk) {
-  return records_of<tag_disksmart_info>(disk.smart_list.list);
-}
-
 // JSON has the attributes in their disk, a table has a line for each.
 constexpr column<tag_disk_info> disk_columns[] = {
     {nullptr, "enclosure", form::number,
@@ -68,7 +77,9 @@ constexpr column<tag_disk_info> disk_columns[] = {
     {nullptr, "device", form::text,
      [](const tag_disk_info& disk) { return text_value(disk.name); }},
     {nullptr, "attributes", form::text,
-     [](const tag_disk_info& disk) { return make_table(own_columns, told_by(disk)).objects(); }},
+     [](const tag_disk_info& disk) {
+       return make_table(own_columns, attributes_told_by(disk)).objects();
+     }},
 };
 
 struct disk_attribute {
@@ -90,17 +101,9 @@ constexpr column<disk_attribute> attribute_columns[] = {
     {"THRESHOLD", nullptr, form::number,
      [](const disk_attribute& row) { return json(row.own.thresh); }},
     {"RAW", nullptr, form::number, [](const disk_attribute& row) { return json(row.own.raw); }},
-    {"STATUS", nullptr, form::text,
+    {"STATUS", nullptr, form::state,
      [](const disk_attribute& row) { return text_value(row.own.status); }},
 };
-
-/// Asks every disk of a list. A line that a tool does not print has no code of its own.
-int ask(disk_list& disks, const char* mode) {
-  tag_diskinfo_list* anchor = disks.get();
-  liborv_strncpy(anchor->smart.smart_enabled, sizeof anchor->smart.smart_enabled, mode);
-  const int result = smart_info_get(anchor);
-  return result == ORV_E_NO_GATEWAY ? static_cast<int>(ORV_E_FAILED) : result;
-}
 
 /// The disks that were named, or all of them.
 class named_disks {
@@ -133,33 +136,37 @@ class named_disks {
 
 void list(session& run, const smart_arguments& given) {
   named_disks disks(given);
-  const int result = ask(disks.get(), "");
-  show_list(run, "disks", make_table(summary_columns, disks.get()), result);
+  const int result = ask_smart(disks.get(), smart_part::summary);
+  show_list(run, "disk_health", make_table(summary_columns, disks.get()), result);
 }
 
 std::vector<disk_attribute> attributes_of(const disk_list& disks) {
   std::vector<disk_attribute> all;
   for (const tag_disk_info& disk : disks) {
-    for (const tag_disksmart_info& own : told_by(disk)) all.push_back({disk, own});
+    for (const tag_disksmart_info& own : attributes_told_by(disk)) all.push_back({disk, own});
   }
   return all;
 }
 
 void show(session& run, const smart_arguments& given) {
   named_disks disks(given);
-  const int result = ask(disks.get(), "detail");
-  if (run.as_json) return show_list(run, "disks", make_table(disk_columns, disks.get()), result);
-  show_list(run, "attributes", make_table(attribute_columns, attributes_of(disks.get())), result);
+  const int result = ask_smart(disks.get(), smart_part::attributes);
+  if (run.as_json)
+    return show_list(run, "disk_attributes", make_table(disk_columns, disks.get()), result);
+  show_list(run, "disk_attributes", make_table(attribute_columns, attributes_of(disks.get())),
+            result);
 }
 
-void add_smart_verb(CLI::App& verb, session& run,
-                    void (*action)(session&, const smart_arguments&)) {
+template <void (*action)(session&, const smart_arguments&)>
+void add_smart_verb(CLI::App& verb, session& run) {
   const auto given = std::make_shared<smart_arguments>();
-  verb.add_option("DISKS", given->disks,
-                  "channels such as 1,2, or a device such as sda; all disks without it")
-      ->type_name("");
+  add_option(verb, "DISKS", given->disks,
+             "channels such as 1,2, or a device such as sda; all disks without it")
+      .type_name("");
   add_enclosure(verb, given->enclosure);
+  add_list_options(verb, run);
   on_run(verb, run, given, action);
+  run.queries.push_back({"smart " + name_of(verb), [](session& report) { action(report, {}); }});
 }
 
 }  // namespace
@@ -167,12 +174,12 @@ void add_smart_verb(CLI::App& verb, session& run,
 void add_smart_commands(CLI::App& program, session& run) {
   CLI::App& smart =
       add_noun(program, "smart", "What disks tell about their health", "orvctl smart list");
-  add_smart_verb(add_verb(smart, run, "list", "Show the health and the identity of disks",
-                          "orvctl smart list --json"),
-                 run, list);
-  add_smart_verb(add_verb(smart, run, "show", "Show the SMART attributes of disks",
-                          "orvctl smart show 3 --enclosure 0"),
-                 run, show);
+  add_smart_verb<list>(add_verb(smart, run, "list", "Show the health and the identity of disks",
+                                "orvctl smart list --json"),
+                       run);
+  add_smart_verb<show>(add_verb(smart, run, "show", "Show the SMART attributes of disks",
+                                "orvctl smart show 3 --enclosure 0"),
+                       run);
 }
 
 }  // namespace orvctl

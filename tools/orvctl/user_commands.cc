@@ -44,6 +44,16 @@ void add(session& run, const user_arguments& given) {
   report(run, "Added the user " + given.name + ".", {{"user", given.name}});
 }
 
+int modify_quietly(const std::string& name, const tag_user_info& request) {
+  const quiet_output quiet;
+  return sys_user_modify(name.c_str(), request);
+}
+
+void check_modified(int result, const std::string& name) {
+  if (result == ORV_OK || is_user(name)) return check(result);
+  throw partial_problem(result, "the old user " + name + " is deleted");
+}
+
 // The library deletes the old user before it finds out that the new one cannot be added.
 void modify(session& run, const user_arguments& given) {
   const std::string name = given.new_name.empty() ? given.name : given.new_name;
@@ -51,10 +61,7 @@ void modify(session& run, const user_arguments& given) {
   must_be_user(given.name);
   if (name != given.name) must_be_free(name);
   const tag_user_info request = request_of(name, read_new_password(run, name));
-  {
-    const quiet_output quiet;
-    check(sys_user_modify(given.name.c_str(), request));
-  }
+  check_modified(modify_quietly(given.name, request), given.name);
   report(run, "Changed the user " + name + ".", {{"user", name}});
 }
 
@@ -100,17 +107,18 @@ CLI::App& add_user_verb(CLI::App& verb, session& run, const std::shared_ptr<user
 
 void add_user_commands(CLI::App& program, session& run) {
   CLI::App& user = add_noun(program, "user", "Users of the shares", "orvctl user add ann");
-  on_run(add_verb(user, run, "list", "Show the users", "orvctl user list"), run, list);
-  add_user_verb(add_verb(user, run, "add", "Add a user; asks for its password, or reads a line",
-                         "orvctl user add ann < password.txt"),
-                run, std::make_shared<user_arguments>(), add);
+  add_list(user, run, "list", "Show the users", "orvctl user list", list);
+  add_user_verb(
+      add_changing_verb(user, run, "add", "Add a user; asks for its password, or reads a line",
+                        "orvctl user add ann < password.txt"),
+      run, std::make_shared<user_arguments>(), add);
 
   const auto changes = std::make_shared<user_arguments>();
-  add_user_verb(add_verb(user, run, "modify", "Change a user's password, and its name if asked to",
-                         "orvctl user modify ann --name anna"),
-                run, changes, modify)
-      .add_option("--name", changes->new_name, "new login name")
-      ->type_name("NAME");
+  CLI::App& modifying =
+      add_changing_verb(user, run, "modify", "Change a user's password, and its name if asked to",
+                        "orvctl user modify ann --name anna");
+  add_user_verb(modifying, run, changes, modify);
+  add_option(modifying, "--name", changes->new_name, "new login name").type_name("NAME");
 
   add_user_verb(add_destroying_verb(user, run, "delete", "Remove a user; its files stay",
                                     "orvctl user delete ann"),

@@ -2,6 +2,7 @@
 #include "tools/orvctl/commands.h"
 #include "tools/orvctl/confirm.h"
 #include "tools/orvctl/disk_selection.h"
+#include "tools/orvctl/long_work.h"
 #include "tools/orvctl/vg_table.h"
 
 namespace orvctl {
@@ -37,6 +38,7 @@ void confirm_disks(const session& run, const create_arguments& given) {
   if (channels.empty()) return;
   confirm(run, "These disks become physical volumes: all data on them will be lost.",
           [&] { return disk_losses(channels, given.enclosure); });
+  say_what_begins(run, "Wiping the disks of channels " + channels + ".");
 }
 
 // A request, released with its physical volumes.
@@ -98,10 +100,10 @@ void add_create_command(CLI::App& vg, session& run) {
   CLI::App& verb = add_destroying_verb(vg, run, "create", "Create a volume group",
                                        "orvctl vg create vg1 --pv md0");
   add_word(verb, "NAME", given->name, "name of the volume group");
-  verb.add_option("--pv", given->volumes, std::string(what_is_a_volume) + "; may be repeated")
-      ->required()
-      ->allow_extra_args(false)
-      ->type_name("PV");
+  add_option(verb, "--pv", given->volumes, std::string(what_is_a_volume) + "; may be repeated")
+      .required()
+      .one_at_a_time()
+      .type_name("PV");
   add_enclosure(verb, given->enclosure);
   on_run(verb, run, given, create);
 }
@@ -114,7 +116,7 @@ void add_extend_command(CLI::App& vg, session& run) {
   add_word(verb, "NAME", given->name, "volume group");
   add_word(verb, "PV", given->volumes.front(), what_is_a_volume);
   add_enclosure(verb, given->enclosure)
-      ->description("enclosure of the volume group and of the channel, 0 to 4");
+      .description("enclosure of the volume group and of the channel, 0 to 4");
   on_run(verb, run, given, extend);
 }
 
@@ -123,7 +125,7 @@ void add_extend_command(CLI::App& vg, session& run) {
 void add_vg_commands(CLI::App& program, session& run) {
   CLI::App& vg = add_noun(program, "vg", "Volume groups of arrays and whole disks",
                           "orvctl vg create vg1 --pv md0");
-  on_run(add_verb(vg, run, "list", "Show all volume groups", "orvctl vg list --json"), run, list);
+  add_list(vg, run, "list", "Show all volume groups", "orvctl vg list --json", list);
   add_create_command(vg, run);
   add_extend_command(vg, run);
   const auto given = std::make_shared<destroy_arguments>();

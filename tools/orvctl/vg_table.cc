@@ -12,8 +12,8 @@ constexpr column<tag_pv_info> pv_columns[] = {
     {nullptr, "attributes", form::text, [](const tag_pv_info& pv) { return text_value(pv.attr); }},
     {nullptr, "enclosure", form::text,
      [](const tag_pv_info& pv) { return text_value(pv.enclosure); }},
-    {nullptr, "size_gib", form::gib, [](const tag_pv_info& pv) { return size_value(pv.size); }},
-    {nullptr, "used_gib", form::gib, [](const tag_pv_info& pv) { return size_value(pv.used); }},
+    {nullptr, "size_bytes", form::gib, [](const tag_pv_info& pv) { return gib_value(pv.size); }},
+    {nullptr, "used_bytes", form::gib, [](const tag_pv_info& pv) { return gib_value(pv.used); }},
 };
 
 records_of<tag_pv_info> volumes_of(const tag_vg_info& vg) {
@@ -28,7 +28,9 @@ json volume_names(const tag_vg_info& vg) {
   return text_value(names);
 }
 
-json free_space(const tag_vg_info& vg) { return vg.size > vg.used ? vg.size - vg.used : 0; }
+json free_space(const tag_vg_info& vg) {
+  return gib_value(vg.size > vg.used ? vg.size - vg.used : 0);
+}
 
 constexpr column<tag_vg_info> vg_columns[] = {
     {"NAME", "name", form::text, [](const tag_vg_info& vg) { return text_value(vg.vgname); }},
@@ -36,9 +38,9 @@ constexpr column<tag_vg_info> vg_columns[] = {
      [](const tag_vg_info& vg) { return text_value(vg.attr); }},
     {"ENCLOSURE", "enclosure", form::number,
      [](const tag_vg_info& vg) { return text_value(vg.enclosure); }},
-    {"SIZE", "size_gib", form::gib, [](const tag_vg_info& vg) { return size_value(vg.size); }},
-    {"USED", "used_gib", form::gib, [](const tag_vg_info& vg) { return size_value(vg.used); }},
-    {"FREE", "free_gib", form::gib, free_space},
+    {"SIZE", "size_bytes", form::gib, [](const tag_vg_info& vg) { return gib_value(vg.size); }},
+    {"USED", "used_bytes", form::gib, [](const tag_vg_info& vg) { return gib_value(vg.used); }},
+    {"FREE", "free_bytes", form::gib, free_space},
     {"VOLUMES", nullptr, form::text, volume_names},
     {nullptr, "physical_volumes", form::text,
      [](const tag_vg_info& vg) { return make_table(pv_columns, volumes_of(vg)).objects(); }},
