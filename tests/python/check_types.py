@@ -34,7 +34,7 @@ def compare_with_the_module() -> None:
 
 def check_programs(cache: str) -> None:
     """The stub itself, the tests as users of the module, and the generator."""
-    programs = sorted(str(path) for path in Path(__file__).parent.glob("*.py"))
+    programs = sorted(str(path) for path in Path(__file__).parent.rglob("*.py"))
     mypy_path = str(STUB.parents[1])
     # A checker needs nothing of the sanitizers.
     common = {"MYPYPATH": mypy_path, "LD_PRELOAD": ""}
