@@ -7,6 +7,7 @@ from collections.abc import Callable
 from pathlib import Path
 
 import pytest
+from compare.normalise import normalise
 from conftest import Machine
 
 FIXTURES = Path(__file__).resolve().parents[1] / "fixtures"
@@ -144,6 +145,16 @@ def test_smbstatus_prints_what_the_real_one_prints(sharing: Machine) -> None:
     sharing.tell("client", "connect", "samba", "data", "--user", "alice", "--address", "10.11.0.7")
     real = (FIXTURES / "smbstatus/one_client.txt").read_text().replace("user1", "alice")
     assert forms(sharing.done("smbstatus")) == forms(real)
+
+
+def test_tools_say_what_those_of_the_guest_say(machine: Machine) -> None:
+    """Ninety calls of init scripts and of the tools for users and clients.
+
+    The real answers come from the root file system of the virtual machine's guest.
+    """
+    compare = Path(__file__).parent / "compare"
+    said = normalise(machine.run("bash", "-s", typed=(compare / "sharing.sh").read_text()).out)
+    assert said.splitlines() == (compare / "sharing.real.txt").read_text().splitlines()
 
 
 def test_netstat_prints_what_the_real_one_prints(sharing: Machine) -> None:

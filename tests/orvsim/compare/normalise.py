@@ -35,6 +35,7 @@ RULES = [
     # the machine
     (r"(creation_host = \"orv\"\t# Linux orv ).*", r"\1<kernel>"),
     (r"/usr/lib/orv/mdadm:", "mdadm:"),
+    (r"\[x86_64-linux-\S+\]", "[<kernel>]"),
     # disks that can discard are emptied by mkfs.xfs
     (r"^1\| Discarding blocks\.\.\.Done\.\n", ""),
     # what the runner of the virtual machine says itself
