@@ -47,6 +47,9 @@ def arguments(parser: argparse.ArgumentParser) -> Iterator[tuple[str, str]]:
 def usage(parser: argparse.ArgumentParser) -> str:
     """The command line without the program's name and the way to its help."""
     words = " ".join(parser.format_usage().split()).removeprefix("usage: orvsim ")
+    for action in parser._actions:  # pylint: disable=protected-access
+        if action.nargs == argparse.REMAINDER:
+            words = words.replace("...", f"[{action.metavar} ...]")
     return words.replace("[-h] ", "").replace(" [-h]", "")
 
 
