@@ -142,3 +142,12 @@ def _new_machine(tmp_path: Path) -> Iterator[Callable[..., Machine]]:
 def _machine(new_machine: Callable[..., Machine]) -> Machine:
     """An appliance as `orvsim new` makes it."""
     return new_machine()
+
+
+@pytest.fixture(name="one_machine", scope="module")
+def _one_machine(tmp_path_factory: pytest.TempPathFactory) -> Iterator[Machine]:
+    """An appliance for the tests of a file that leave nothing behind: each start takes time."""
+    machine = Machine(tmp_path_factory.mktemp("machine") / "appliance")
+    machine.tell("new")
+    yield machine
+    machine.control("stop")

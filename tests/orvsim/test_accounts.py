@@ -9,10 +9,10 @@ ACCOUNTS = (
 )
 
 
-def test_user_is_in_every_file_and_goes_without_a_trace(machine: Machine) -> None:
-    before = machine.done(ACCOUNTS)
-    machine.done("echo 'rose bush' | orvctl user add alice")
-    files = machine.done(ACCOUNTS)
+def test_user_is_in_every_file_and_goes_without_a_trace(one_machine: Machine) -> None:
+    before = one_machine.done(ACCOUNTS)
+    one_machine.done("echo 'rose bush' | orvctl user add alice")
+    files = one_machine.done(ACCOUNTS)
     assert "alice:x:1000:1000:Linux User,,,:/home/alice:/bin/nologin\n" in files
     assert "alice:x:1000:\n" in files
     assert "alice:$1$" in files
@@ -21,29 +21,32 @@ def test_user_is_in_every_file_and_goes_without_a_trace(machine: Machine) -> Non
         "alice:1000:" + "X" * 32 + ":A68F4AB92A4C9CDE22305987E4463057:[U          ]:LCT-" in files
     )
     assert "alice||rose bush\n" in files
-    machine.done("orvctl user delete alice --yes")
-    assert machine.done(ACCOUNTS) == before
+    one_machine.done("orvctl user delete alice --yes")
+    assert one_machine.done(ACCOUNTS) == before
 
 
-def test_passwords_are_checked_with_what_a_shell_takes_for_itself(machine: Machine) -> None:
+def test_passwords_are_checked_with_what_a_shell_takes_for_itself(one_machine: Machine) -> None:
     secret = """echo 'p4ss "$w" \\n `'"""
-    machine.done(f"{secret} | orvctl user add bob; {secret} | orvctl user check bob")
-    assert machine.shell("echo p4ss | orvctl user check bob").status == 3
-    assert machine.shell("echo p4ss | orvctl user check nobody-here").status == 3
+    one_machine.done(f"{secret} | orvctl user add bob; {secret} | orvctl user check bob")
+    assert one_machine.shell("echo p4ss | orvctl user check bob").status == 3
+    assert one_machine.shell("echo p4ss | orvctl user check nobody-here").status == 3
+    one_machine.done("orvctl user delete bob --yes")
 
 
-def test_user_gets_another_name_and_password(machine: Machine) -> None:
-    machine.done(
+def test_user_gets_another_name_and_password(one_machine: Machine) -> None:
+    one_machine.done(
         "echo old | orvctl user add alice; echo new | orvctl user modify alice --name anna"
     )
-    assert [user["name"] for user in machine.listed("user", "list")] == ["anna"]
-    machine.done("echo new | orvctl user check anna; ! getent passwd alice")
+    assert [user["name"] for user in one_machine.listed("user", "list")] == ["anna"]
+    one_machine.done("echo new | orvctl user check anna; ! getent passwd alice")
+    one_machine.done("orvctl user delete anna --yes")
 
 
-def test_name_that_is_taken_is_refused(machine: Machine) -> None:
-    machine.done("echo one | orvctl user add alice")
-    assert machine.shell("echo two | orvctl user add alice").status == 4
-    machine.done("! echo two | orvctl user add users; echo one | orvctl user check alice")
+def test_name_that_is_taken_is_refused(one_machine: Machine) -> None:
+    one_machine.done("echo one | orvctl user add alice")
+    assert one_machine.shell("echo two | orvctl user add alice").status == 4
+    one_machine.done("! echo two | orvctl user add users; echo one | orvctl user check alice")
+    one_machine.done("orvctl user delete alice --yes")
 
 
 TOOL_CALLS = r"""
@@ -86,5 +89,5 @@ userdel: user 'alice' does not exist
 """
 
 
-def test_tools_say_what_the_real_ones_say(machine: Machine) -> None:
-    assert machine.done(TOOL_CALLS) == TOOL_ANSWERS
+def test_tools_say_what_the_real_ones_say(one_machine: Machine) -> None:
+    assert one_machine.done(TOOL_CALLS) == TOOL_ANSWERS
