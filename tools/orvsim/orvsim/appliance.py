@@ -17,9 +17,6 @@ Section = TypeVar("Section")
 
 FORMAT_VERSION = 1
 
-# Folders of the appliance that last; everything else is made anew when it is switched on.
-OWN_FOLDERS = ("etc", "tmp", "var", "mnt", "root", "srv")
-
 
 @section("machine")
 @dataclass

@@ -1,104 +1,44 @@
-"""The command line of orvsim."""
+"""The command line of orvsim. `run` is what people wait for, so it loads little."""
 
 from __future__ import annotations
 
-import argparse
-import json
-import shutil
 import sys
 from pathlib import Path
-from typing import NoReturn
 
-from orvsim import creation, modules, places, session
-from orvsim.control import add_controls
-from orvsim.tools import ControlError
-
-USAGE = 2
-
-
-class _Parser(argparse.ArgumentParser):
-    """Says in one line what is wrong with a command line."""
-
-    def error(self, message: str) -> NoReturn:
-        self.exit(USAGE, f"{self.prog}: {message}; see '{self.prog} --help'\n")
-
-
-def _parser() -> argparse.ArgumentParser:
-    parser = _Parser(
-        prog="orvsim", description="A simulated storage appliance that keeps its state in a folder."
-    )
-    parser.add_argument(
-        "--state", type=Path, metavar="FOLDER", help="the appliance's folder (or ORVSIM_STATE)"
-    )
-    subcommands = parser.add_subparsers(metavar="COMMAND", required=True)
-    _add_new(subcommands)
-    run = subcommands.add_parser("run", help="run a command, or a shell, inside the appliance")
-    run.add_argument("words", nargs=argparse.REMAINDER, metavar="COMMAND")
-    run.set_defaults(function=_run)
-    reset = subcommands.add_parser("reset", help="back to how it was when it was new")
-    reset.set_defaults(function=_reset)
-    stop = subcommands.add_parser("stop", help="switch the appliance off, ending what runs in it")
-    stop.set_defaults(function=_stop)
-    status = subcommands.add_parser("status", help="what the appliance has and how it is")
-    status.set_defaults(control="status")
-    add_controls(subcommands)
-    return parser
-
-
-def _add_new(subcommands: argparse._SubParsersAction) -> None:
-    new = subcommands.add_parser("new", help="make an appliance")
-    creation.add_arguments(new)
-    new.set_defaults(function=_new)
-
-
-def _new(state: Path, arguments: argparse.Namespace) -> int:
-    creation.new(state, creation.options(arguments), replace=arguments.force)
-    return 0
-
-
-def _run(state: Path, arguments: argparse.Namespace) -> int:
-    if not session.is_appliance(state):
-        creation.new(state, creation.Options())
-    words = arguments.words[1:] if arguments.words[:1] == ["--"] else arguments.words
-    return session.run(state, words or ["bash"])
-
-
-def _reset(state: Path, _arguments: argparse.Namespace) -> int:
-    _require(state)
-    session.stop(state)
-    creation.reset(state)
-    return 0
-
-
-def _stop(state: Path, _arguments: argparse.Namespace) -> int:
-    _require(state)
-    session.stop(state)
-    return 0
-
-
-def _require(state: Path) -> None:
-    if not session.is_appliance(state):
-        raise ControlError(f"no appliance in {state}; make one with: orvsim new")
-
-
-def _control(state: Path, arguments: argparse.Namespace) -> int:
-    _require(state)
-    values = {key: value for key, value in vars(arguments).items() if key != "state"}
-    result, text = session.control(state, json.dumps(values))
-    if result != "ok":
-        raise ControlError(text)
-    sys.stdout.write(text)
-    return 0
+from orvsim import places, session
+from orvsim.errors import ControlError
 
 
 def main(words: list[str] | None = None) -> int:
     """The exit status of the command line."""
-    modules.load()
-    arguments = _parser().parse_args(words)
-    state = arguments.state.absolute() if arguments.state else places.default_state()
+    words = sys.argv[1:] if words is None else words
     try:
-        function = getattr(arguments, "function", _control)
-        return function(state, arguments)
-    except (ControlError, OSError, shutil.Error) as error:
+        state, rest = _state_option(words)
+        if rest[:1] == ["run"] and rest[1:2] not in (["-h"], ["--help"]):
+            return _run(state, rest[1:])
+        from orvsim.commands import run_words  # pylint: disable=import-outside-toplevel
+
+        return run_words(words)
+    except (ControlError, OSError) as error:
         print(f"orvsim: {error}", file=sys.stderr)
         return 1
+
+
+def _state_option(words: list[str]) -> tuple[Path, list[str]]:
+    """The appliance's folder, and what follows the option that may name it."""
+    if words[:1] == ["--state"] and len(words) > 1:
+        return Path(words[1]).absolute(), words[2:]
+    if words and words[0].startswith("--state="):
+        return Path(words[0].removeprefix("--state=")).absolute(), words[1:]
+    return places.default_state(), words
+
+
+def _run(state: Path, words: list[str]) -> int:
+    """A command inside; the first time, in an appliance as `orvsim new` makes it."""
+    if not session.is_appliance(state):
+        from orvsim import creation, modules  # pylint: disable=import-outside-toplevel
+
+        modules.load()
+        creation.new(state, creation.Options())
+    words = words[1:] if words[:1] == ["--"] else words
+    return session.run(state, words or ["bash"])

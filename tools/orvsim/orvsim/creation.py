@@ -12,7 +12,8 @@ from dataclasses import asdict, dataclass, field
 from pathlib import Path
 
 from orvsim import places
-from orvsim.appliance import OWN_FOLDERS, Appliance, Machine
+from orvsim.appliance import Appliance, Machine
+from orvsim.places import OWN_FOLDERS
 from orvsim.sections import section
 from orvsim.tools import ON_NEW, ControlError
 

@@ -7,11 +7,8 @@ import socket
 from pathlib import Path
 
 from orvsim import kernel, places
-from orvsim.appliance import OWN_FOLDERS
+from orvsim.places import OWN_FOLDERS, OWN_PLACES
 from orvsim.tools import TOOLS
-
-# The folders of the host that the appliance has in its own form; all others are seen as they are.
-_OWN = {*OWN_FOLDERS, "bin", "sbin", "usr", "dev", "proc", "sys", "run", "host", "boot"}
 
 _DEVICES = ("null", "zero", "full", "random", "urandom", "tty", "pts", "shm")
 _PROC_LINKS = (
@@ -82,7 +79,7 @@ def _bind_host(root: str) -> None:
     kernel.bind("/", root + "/host", recursive=True)
     kernel.make_read_only(root + "/host")
     for entry in os.scandir("/"):
-        if entry.name in _OWN or entry.name.startswith("lib"):
+        if entry.name in OWN_PLACES or entry.name.startswith("lib"):
             _copy_link(entry, root)
         elif entry.is_dir(follow_symlinks=False):
             os.mkdir(f"{root}/{entry.name}")
@@ -190,10 +187,3 @@ def set_host_name(name: str) -> None:
         socket.sethostname(name[:64])
     except OSError:
         pass
-
-
-def visible(path: str) -> str:
-    """Where a path of the host is seen inside the appliance."""
-    path = os.path.abspath(path)
-    first = path.split("/")[1]
-    return "/host" + path if first in _OWN - {"usr", "bin", "sbin"} else path

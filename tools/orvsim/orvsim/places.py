@@ -47,3 +47,17 @@ def default_state() -> Path:
         return Path(told).absolute()
     state_home = os.environ.get("XDG_STATE_HOME") or os.path.expanduser("~/.local/state")
     return Path(state_home).absolute() / "orvsim" / "default"
+
+
+# Folders of the appliance that last; everything else is made anew when it is switched on.
+OWN_FOLDERS = ("etc", "tmp", "var", "mnt", "root", "srv")
+
+# The folders of the host that the appliance has in its own form; all others are seen as they are.
+OWN_PLACES = {*OWN_FOLDERS, "bin", "sbin", "usr", "dev", "proc", "sys", "run", "host", "boot"}
+
+
+def visible(path: str) -> str:
+    """Where a path of the host is seen inside the appliance."""
+    path = os.path.abspath(path)
+    first = path.split("/")[1]
+    return "/host" + path if first in OWN_PLACES - {"usr", "bin", "sbin"} else path

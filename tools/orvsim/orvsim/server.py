@@ -13,7 +13,7 @@ import time
 import traceback
 from pathlib import Path
 
-from orvsim import file_systems, modules, namespace, protocol
+from orvsim import file_systems, namespace, protocol
 from orvsim.appliance import Appliance, Clock, Machine
 from orvsim.control import run_control
 from orvsim.kernel_files import KernelFiles
@@ -214,7 +214,6 @@ def _listen(state: Path) -> socket.socket:
 
 def main(state: Path) -> None:
     """Process 1: makes the machine and serves it to its end."""
-    modules.load()
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(0))
     signal.signal(signal.SIGINT, signal.SIG_IGN)
     namespace.assemble(state)

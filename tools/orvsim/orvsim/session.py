@@ -8,13 +8,10 @@ import os
 import signal
 import sys
 import time
-import traceback
 from pathlib import Path
 
-from orvsim import kernel, namespace, protocol
-from orvsim.appliance import Appliance
-from orvsim.control import run_control
-from orvsim.tools import ControlError
+from orvsim import kernel, places, protocol
+from orvsim.errors import ControlError
 
 START_SECONDS = 30.0
 NOT_STARTED = 126
@@ -67,6 +64,9 @@ def control(state: Path, arguments: str) -> tuple[str, str]:
 
 
 def _control_at_rest(state: Path, arguments: str, lock: int) -> tuple[str, str]:
+    from orvsim.appliance import Appliance  # pylint: disable=import-outside-toplevel
+    from orvsim.control import run_control  # pylint: disable=import-outside-toplevel
+
     try:
         appliance = Appliance(state)
         answer = run_control(appliance, json.loads(arguments))
@@ -92,38 +92,6 @@ def stop(state: Path) -> None:
         os.close(lock)
 
 
-def _start_server(state: Path, lock: int) -> None:
-    """Becomes a server in the background; the lock goes with it."""
-    if os.fork():
-        return
-    try:
-        _become_server(state, lock)
-    except BaseException:  # pylint: disable=broad-except
-        traceback.print_exc()
-    os._exit(1)
-
-
-def _become_server(state: Path, lock: int) -> None:
-    os.setsid()
-    log = os.open(state / "server.log", os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600)
-    null = os.open("/dev/null", os.O_RDWR)
-    for number, source in enumerate((null, log, log)):
-        os.dup2(source, number)
-    os.closerange(3, lock)
-    os.closerange(lock + 1, 1 << 16)
-    for number in (signal.SIGHUP, signal.SIGINT, signal.SIGQUIT):
-        signal.signal(number, signal.SIG_IGN)
-    os.umask(0o022)
-    sys.stdout = sys.stderr = os.fdopen(2, "w", buffering=1)
-    namespace.enter_new()
-    if os.fork():
-        os._exit(0)
-    from orvsim import server  # pylint: disable=import-outside-toplevel  # only a server needs it
-
-    server.main(state)
-    os._exit(0)
-
-
 def _enter(state: Path):
     """A connection that keeps the appliance on, and its namespaces."""
     end = time.monotonic() + START_SECONDS
@@ -138,17 +106,17 @@ def _enter(state: Path):
                 connection.close()
         lock = _lock(state, wait=False)
         if lock is not None:
-            started = (
-                (state / "server.log").stat().st_mtime_ns if (state / "server.log").exists() else 0
-            )
-            _start_server(state, lock)
+            # Only who starts a server needs its parts, and they take a while to load.
+            from orvsim.starting import start_server  # pylint: disable=import-outside-toplevel
+
+            start_server(state, lock)
             os.close(lock)
-            _await_server(state, started)
+            _await_server(state)
         time.sleep(0.005)
     raise ControlError("the appliance does not start; see " + str(state / "server.log"))
 
 
-def _await_server(state: Path, _started: int) -> None:
+def _await_server(state: Path) -> None:
     """Waits until the server answers; an error when it ended instead."""
     time.sleep(0.02)
     end = time.monotonic() + START_SECONDS
@@ -169,7 +137,7 @@ def run(state: Path, words: list[str]) -> int:
     """Runs a command inside and gives its exit status."""
     connection, namespaces = _enter(state)
     words = [_program(words[0]), *words[1:]]
-    folder = namespace.visible(os.getcwd())
+    folder = places.visible(os.getcwd())
     for descriptor in namespaces:
         kernel.setns(descriptor)
     child = os.fork()
@@ -180,13 +148,13 @@ def run(state: Path, words: list[str]) -> int:
 
 
 def _program(word: str) -> str:
-    return namespace.visible(word) if "/" in word else word
+    return places.visible(word) if "/" in word else word
 
 
 def _environment() -> dict[str, str]:
     environment = dict(os.environ)
     extra = environment.get("ORVSIM_PATH", "")
-    visible = [namespace.visible(folder) for folder in extra.split(":") if folder]
+    visible = [places.visible(folder) for folder in extra.split(":") if folder]
     environment["PATH"] = ":".join([*visible, PATH])
     environment["HOME"] = "/root"
     environment["LD_PRELOAD"] = "/run/orvsim/programs/preload.so"

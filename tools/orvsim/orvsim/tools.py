@@ -18,9 +18,15 @@ from collections.abc import Callable
 from dataclasses import dataclass, field
 from typing import TYPE_CHECKING
 
+from orvsim import errors
+
 if TYPE_CHECKING:
     from orvsim.appliance import Appliance
     from orvsim.kernel_files import KernelFiles
+
+
+# For the modules that register controls.
+ControlError = errors.ControlError
 
 
 class ToolError(Exception):
@@ -29,10 +35,6 @@ class ToolError(Exception):
     def __init__(self, message: str, status: int = 1):
         super().__init__(message)
         self.status = status
-
-
-class ControlError(Exception):
-    """A control command that cannot be done; the message is for the user of orvsim."""
 
 
 class ExecInstead(Exception):
