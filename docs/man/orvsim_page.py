@@ -13,7 +13,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True
 
-from orvsim import cli, modules  # pylint: disable=wrong-import-position
+from orvsim import commands, modules  # pylint: disable=wrong-import-position
 
 
 def escaped(text: str) -> str:
@@ -69,7 +69,7 @@ def items(parser: argparse.ArgumentParser) -> Iterator[str]:
 def main() -> None:
     """Prints the page."""
     modules.load()
-    parser = cli._parser()  # pylint: disable=protected-access
+    parser = commands.command_parser()
     page = Path(sys.argv[1]).read_text(encoding="utf-8")
     sys.stdout.write(page.replace("@COMMANDS@", "\n".join(items(parser))))
 

@@ -23,7 +23,8 @@ class _Parser(argparse.ArgumentParser):
         self.exit(USAGE, f"{self.prog}: {message}; see '{self.prog} --help'\n")
 
 
-def _parser() -> argparse.ArgumentParser:
+def command_parser() -> argparse.ArgumentParser:
+    """The whole grammar; the manual page is made of it, too."""
     parser = _Parser(
         prog="orvsim", description="A simulated storage appliance that keeps its state in a folder."
     )
@@ -86,7 +87,7 @@ def _control(state: Path, arguments: argparse.Namespace) -> int:
 def run_words(words: list[str]) -> int:
     """The exit status of a command line."""
     modules.load()
-    arguments = _parser().parse_args(words)
+    arguments = command_parser().parse_args(words)
     state = arguments.state.absolute() if arguments.state else places.default_state()
     try:
         function = getattr(arguments, "function", _control)
