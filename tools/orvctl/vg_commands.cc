@@ -100,7 +100,9 @@ void add_create_command(CLI::App& vg, session& run) {
   CLI::App& verb = add_destroying_verb(vg, run, "create", "Create a volume group",
                                        "orvctl vg create vg1 --pv md0");
   add_word(verb, "NAME", given->name, "name of the volume group");
-  add_option(verb, "--pv", given->volumes, std::string(what_is_a_volume) + "; may be repeated")
+  // Joined by append: g++ 12 takes "+" on a long literal for an overflow when it optimises.
+  const std::string what = std::string(what_is_a_volume).append("; may be repeated");
+  add_option(verb, "--pv", given->volumes, what)
       .required()
       .one_at_a_time()
       .type_name("PV");
