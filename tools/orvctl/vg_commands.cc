@@ -102,10 +102,7 @@ void add_create_command(CLI::App& vg, session& run) {
   add_word(verb, "NAME", given->name, "name of the volume group");
   // Joined by append: g++ 12 takes "+" on a long literal for an overflow when it optimises.
   const std::string what = std::string(what_is_a_volume).append("; may be repeated");
-  add_option(verb, "--pv", given->volumes, what)
-      .required()
-      .one_at_a_time()
-      .type_name("PV");
+  add_option(verb, "--pv", given->volumes, what).required().one_at_a_time().type_name("PV");
   add_enclosure(verb, given->enclosure);
   on_run(verb, run, given, create);
 }
