@@ -18,6 +18,15 @@ say() {
   printf '= %d\n\n' "$status"
 }
 
+# serve_network: the address that Samba serves; the simulated appliance has it already.
+serve_network() {
+  [ ! -e /run/orvsim ] || return 0
+  modprobe dummy numdummies=0
+  ip link add lan type dummy
+  ip address add 10.1.0.1/16 dev lan
+  ip link set lan up
+}
+
 # running DAEMON: the number of its processes, once there are some.
 running() {
   local try
@@ -111,6 +120,7 @@ others() {
   say "smartctl -d foo /dev/sda"
 }
 
+serve_network
 samba
 ftp
 nfs
