@@ -11,6 +11,11 @@ struct control {
   const char* argument;
 
   std::string command() const { return std::string(script) + ' ' + argument + " > /dev/null"; }
+
+  /// In the name of a test.
+  friend std::ostream& operator<<(std::ostream& to, const control& each) {
+    return to << each.command();
+  }
 };
 
 class service_control : public service_machine, public testing::WithParamInterface<control> {

@@ -13,6 +13,9 @@ struct query {
   std::string command() const {
     return std::string("/bin/busybox pidof ") + daemon + " > " + answer;
   }
+
+  /// In the name of a test.
+  friend std::ostream& operator<<(std::ostream& to, const query& each) { return to << each.daemon; }
 };
 
 class service_status : public service_machine, public testing::WithParamInterface<query> {
