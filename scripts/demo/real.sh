@@ -1,6 +1,6 @@
 #!/bin/bash
 # The walk of ./demo --real, in the virtual machine: real disks, md, LVM, XFS and Samba.
-# timeout: 400
+# timeout: 600
 set -euo pipefail
 # shellcheck source=scripts/demo/walk.sh
 source /orv/demo/walk.sh
@@ -30,6 +30,7 @@ disk_fails() {
   show "orvctl raid watch md0"
 }
 
+alarmd &
 walk
 smbclient -U 'alice%rose bush' //10.1.0.1/data -c 'get hello /tmp/hello' >/dev/null 2>&1
 [ "$(cat /tmp/hello)" = "$text" ]
