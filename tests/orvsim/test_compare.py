@@ -1,6 +1,7 @@
 """What the tools say in the simulated appliance is what the real ones say in the virtual machine.
 
-`compare/storage.real.txt` is what `compare/storage.sh` printed there; `compare/record` makes it anew.
+`compare/storage.real.txt` is what `compare/storage.sh` printed there; `compare/record storage` makes it anew, and
+`ctest -C compare -R vm.compare` tells whether the virtual machine still prints it.
 """
 
 from __future__ import annotations

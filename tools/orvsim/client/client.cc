@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -33,6 +34,15 @@ int connect_to_server() {
     give_up("orvsim: the appliance does not answer");
   }
   return connection;
+}
+
+/// A standard descriptor that is closed is open on nothing: all three go to the server.
+void open_missing() {
+  while (true) {
+    const int file = open("/dev/null", O_RDWR);
+    if (file > STDERR_FILENO) close(file);
+    if (file < 0 || file > STDERR_FILENO) return;
+  }
 }
 
 /// "tool", the folder, and the words of the command line, with a NUL between them.
@@ -85,8 +95,10 @@ std::vector<std::string> receive_fields(int connection) {
   receive_bytes(connection, text.data(), size);
   std::vector<std::string> fields(1);
   for (const char c : text) {
-    if (c == '\0') fields.emplace_back();
-    else fields.back() += c;
+    if (c == '\0')
+      fields.emplace_back();
+    else
+      fields.back() += c;
   }
   return fields;
 }
@@ -103,6 +115,7 @@ std::vector<std::string> receive_fields(int connection) {
 
 /// The server answers with "exit STATUS", "signal NUMBER" or "exec PROGRAM WORD...".
 int main(int count, char** words) {
+  open_missing();
   const int connection = connect_to_server();
   const std::string text = question(count, words);
   send_head(connection, static_cast<std::uint32_t>(text.size()));

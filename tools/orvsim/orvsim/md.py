@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 from orvsim.appliance import Appliance
-from orvsim.disks import find_disk
 from orvsim.md_state import (
     FAULTY,
     IN_SYNC,
@@ -20,6 +19,8 @@ from orvsim.tools import on_event, on_tick, status_lines, tell_event
 
 # What a disk reads and writes during a rebuild, in KiB a second.
 DISK_SPEED = 180000.0
+# A bitmap's pages are let go some seconds after the last write.
+BITMAP_SECONDS = 10.0
 
 
 def sync_speed(appliance: Appliance) -> float:
@@ -145,10 +146,13 @@ def written(appliance: Appliance, device: str) -> None:
         use_spares(appliance, array)
 
 
-def usable_device(appliance: Appliance, device: str) -> bool:
-    """Can the disk be read and written?"""
-    disk = find_disk(appliance, device)
-    return disk is not None and not disk.failed
+def is_busy(appliance: Appliance) -> bool:
+    """Is there something that changes with time alone?"""
+    now = appliance.now()
+    return any(
+        array.sync or now - array.last_synced < BITMAP_SECONDS + 1
+        for array in appliance.get(Arrays).running
+    )
 
 
 @status_lines

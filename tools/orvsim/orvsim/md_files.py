@@ -4,7 +4,7 @@ from __future__ import annotations
 
 from orvsim.appliance import Appliance
 from orvsim.kernel_files import KernelFiles
-from orvsim.md import fail_member, set_speed, start_sync, sync_done
+from orvsim.md import BITMAP_SECONDS, fail_member, set_speed, start_sync, sync_done
 from orvsim.disks import find_disk
 from orvsim.md_state import (
     FAULTY,
@@ -19,8 +19,6 @@ from orvsim.md_state import (
 from orvsim.tools import kernel_files
 
 CHUNKS_IN_PAGE = 2048
-# A bitmap's pages are let go some seconds after the last write.
-BITMAP_SECONDS = 10.0
 
 
 @kernel_files

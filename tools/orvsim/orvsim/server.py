@@ -13,9 +13,10 @@ import time
 import traceback
 from pathlib import Path
 
-from orvsim import file_systems, namespace, protocol
+from orvsim import file_systems, md, namespace, protocol
 from orvsim.appliance import Appliance, Clock, Machine
 from orvsim.control import run_control
+from orvsim.disks import has_controller
 from orvsim.kernel_files import KernelFiles
 from orvsim.log import serve_log
 from orvsim.tool_call import run_tool
@@ -80,8 +81,12 @@ class Server:
             self.files.take_writes(self.appliance)
             for function in ON_TICK:
                 function(self.appliance)
-            self.appliance.save()
-            self.show()
+            # What nobody has changed is as it was, but for rebuilds, which go on.
+            if self.appliance.save() or self._is_busy():
+                self.show()
+
+    def _is_busy(self) -> bool:
+        return md.is_busy(self.appliance) or has_controller(self.appliance)
 
     def serve(self, listener: socket.socket) -> None:
         """Accepts callers until nobody has used the appliance for a while."""
