@@ -58,9 +58,10 @@ const char* running_command() { return running; }
 }  // namespace orvctl
 
 // A definition that the libraries find before the one it hides. The label keeps it clear of the
-// headers, which differ in what they declare noexcept.
-#define DEFINE(result, name, symbol, ...)                                                       \
-  extern "C" __attribute__((visibility("default"))) result own_##name(__VA_ARGS__) asm(symbol); \
+// headers, which differ in what they declare noexcept. Tests may have definitions of their own.
+#define DEFINE(result, name, symbol, ...)                 \
+  extern "C" __attribute__((visibility("default"), weak)) \
+  result own_##name(__VA_ARGS__) asm(symbol);             \
   extern "C" result own_##name(__VA_ARGS__)
 
 DEFINE(int, liborv_system, "_Z13liborv_systemPKc", const char* line) {
