@@ -203,3 +203,31 @@ def test_a_disk_that_is_formatted_has_nothing(machine: Machine) -> None:
     machine.done("mdadm -C /dev/md0 -l 1 -n 2 -R /dev/sda /dev/sdb")
     held = machine.shell("diskformat /dev/sdb")
     assert held.status == 1 and "in use by md0" in held.err
+
+
+def test_an_immutable_mount_point_takes_no_files(pool: Machine) -> None:
+    pool.done("orvctl fs umount /mnt/data")
+    assert pool.shell("touch /mnt/data/file").status != 0
+    pool.tell("stop")
+    assert pool.shell("touch /mnt/data/file").status != 0
+    pool.done(
+        "orvctl fs mount /mnt/data vg1 data; touch /mnt/data/file; orvctl fs umount /mnt/data"
+    )
+    pool.done(
+        "orvctl fs rmdir /mnt/data --yes; test ! -e /mnt/data; mkdir /mnt/data; touch /mnt/data/x"
+    )
+
+
+def test_a_tool_that_is_killed_while_it_hangs_does_nothing(machine: Machine) -> None:
+    machine.tell("tool-hangs", "pvcreate", "0.5")
+    machine.done("pvcreate -q /dev/sda & kill $!; sleep 1")
+    assert machine.done("pvdisplay -c") == ""
+    machine.done("pvcreate -q /dev/sda")
+    assert machine.done("pvs --noheadings -o pv_name").split() == ["/dev/sda"]
+
+
+def test_status_tells_what_there_is(pool: Machine) -> None:
+    pool.tell("fail-disk", "sdb")
+    told = pool.tell("status")
+    for line in ("sdb has failed", "md0 raid5 degraded", "vg1/data, 2.00 GiB on /mnt/data"):
+        assert line in told

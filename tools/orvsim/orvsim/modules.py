@@ -24,6 +24,7 @@ MODULES = (
     "mounts",
     "mount_tools",
     "file_systems",
+    "lvm_status",
     "faults",
     "clock",
     "default_files",

@@ -9,7 +9,7 @@ from orvsim import kernel
 from orvsim.appliance import Appliance
 from orvsim.devices import contents_at, kernel_path
 from orvsim.file_system_state import Mount, Mounts
-from orvsim.mounts import attach, mount_at, mount_line, mount_of_device
+from orvsim.mounts import attach, mount_at, mount_line, mount_of_device, protect, release
 from orvsim.tools import Call, ExecInstead, ToolError, tool
 
 _FAILED = 32
@@ -175,7 +175,7 @@ def _aligned(table: list[list[str]], row: list[str]) -> str:
 
 @tool("/usr/bin/chattr")
 def chattr(appliance: Appliance, call: Call) -> int:
-    """Notes the immutable mark: the host does not let an ordinary user set it."""
+    """The immutable mark, which the host does not let an ordinary user set: the file is read-only."""
     words = [word for word in call.arguments if word]
     marks = [word for word in words if word[0] in "+-="]
     immutable = appliance.get(Mounts).immutable
@@ -186,8 +186,11 @@ def chattr(appliance: Appliance, call: Call) -> int:
             call.err(f"chattr: No such file or directory while trying to stat {name}\n")
             status = 1
         elif any(mark[0] in "+=" and "i" in mark for mark in marks):
-            immutable.append(path) if path not in immutable else None
+            if path not in immutable and not mount_at(appliance, path):
+                protect(path)
+                immutable.append(path)
         elif path in immutable:
+            release(appliance, path)
             immutable.remove(path)
     return status
 

@@ -65,10 +65,29 @@ def attach(appliance: Appliance, mount: Mount) -> None:
         written(appliance, device)
 
 
+def protect(path: str) -> None:
+    """Nothing changes an immutable file: it is bound on itself, read-only."""
+    kernel.bind(path, path)
+    kernel.set_read_only(path, True)
+
+
+def release(appliance: Appliance, path: str) -> None:
+    """The file can be changed again; what is mounted on it stays."""
+    mount = mount_at(appliance, path)
+    if mount:
+        kernel.unmount(path)
+    kernel.unmount(path)
+    if mount:
+        attach(appliance, mount)
+
+
 @on_start
 def mount_again(appliance: Appliance) -> None:
-    """The mounts are part of the state: they outlive the server."""
+    """Mounts and immutable marks are part of the state: they outlive the server."""
     mounts = appliance.get(Mounts)
+    mounts.immutable = [path for path in mounts.immutable if os.path.lexists(path)]
+    for path in mounts.immutable:
+        protect(path)
     for mount in list(mounts.mounted):
         try:
             os.makedirs(mount.target, exist_ok=True)

@@ -135,7 +135,9 @@ class Server:
             connection.close()
 
     def _on_tool(self, connection: socket.socket, fields: list[str], files: list[int]) -> None:
-        answer = run_tool(self.appliance, self.files, fields[0], fields[1:], files)
+        answer = run_tool(
+            self.appliance, self.files, fields[0], fields[1:], files, lambda: _is_closed(connection)
+        )
         protocol.send(connection, answer)
 
     def _on_statfs(self, connection: socket.socket, fields: list[str], _files: list[int]) -> None:
@@ -171,6 +173,16 @@ class Server:
             self.appliance.save()
             protocol.send(connection, ["ok", ""])
             os._exit(0)
+
+
+def _is_closed(connection: socket.socket) -> bool:
+    """Has the other side gone?"""
+    try:
+        return not connection.recv(1, socket.MSG_PEEK | socket.MSG_DONTWAIT)
+    except BlockingIOError:
+        return False
+    except ConnectionError:
+        return True
 
 
 def _show_clock(appliance: Appliance) -> None:

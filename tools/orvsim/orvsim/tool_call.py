@@ -6,6 +6,7 @@ import os
 import signal
 import time
 import traceback
+from collections.abc import Callable
 
 from orvsim.appliance import Appliance, Faults
 from orvsim.kernel_files import KernelFiles
@@ -15,15 +16,22 @@ NOT_FOUND = 127
 
 
 def run_tool(
-    appliance: Appliance, files: KernelFiles, folder: str, words: list[str], descriptors: list[int]
+    appliance: Appliance,
+    files: KernelFiles,
+    folder: str,
+    words: list[str],
+    descriptors: list[int],
+    is_gone: Callable[[], bool],
 ) -> list[str]:
-    """The answer for the client: how it is to end."""
+    """The answer for the client: how it is to end. One that was killed meanwhile does nothing."""
     name = os.path.basename(words[0])
     call = Call(name, words[1:], folder)
     tool = TOOLS.get(name)
     if not tool:
         return ["exit", str(NOT_FOUND)]
     fault = _fault(appliance, name)
+    if is_gone():
+        raise ConnectionError(f"{name} was killed")
     if fault is not None:
         call.err(f"{name}: failed as told by orvsim tool-fails\n")
         return _deliver(call, fault, descriptors)
