@@ -6,7 +6,7 @@ build_packages=(g++ cmake ninja-build pkg-config libcrypt-dev libcli11-dev libsm
   nlohmann-json3-dev python3)
 # shellcheck disable=SC2034
 test_packages=(libgtest-dev libgmock-dev bash-static busybox-static binutils python3-jsonschema
-  python3-prometheus-client pybind11-dev python3-dev python3-pytest mypy black)
+  python3-prometheus-client pybind11-dev python3-dev python3-pytest mypy black jq)
 # shellcheck disable=SC2034  # packaging/build, the reference, and their tests
 packaging_packages=(debhelper dh-python dpkg-dev mandoc doxygen lintian mmdebstrap pybind11-dev
   python3-dev)

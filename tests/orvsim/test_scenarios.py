@@ -24,7 +24,9 @@ def disk_options(scenario: str) -> list[str]:
     return ["--disks", str(len(sizes)), "--disk-size", ",".join(sizes)]
 
 
-@pytest.mark.parametrize("name", ["typical_request", "failed_member", "lost_array"])
+@pytest.mark.parametrize(
+    "name", ["typical_request", "failed_member", "lost_array", "park_and_restore"]
+)
 def test_scenario(new_machine: Callable[..., Machine], name: str) -> None:
     path = SCENARIOS / f"{name}.sh"
     machine = new_machine(*disk_options(path.read_text(encoding="utf-8")))
