@@ -112,7 +112,7 @@ def is_taken(appliance: Appliance, path: str, name: str) -> bool:
 
 def free_number(appliance: Appliance) -> int | None:
     """The first number that is neither a user's nor a group's."""
-    taken = set()
+    taken: set[int] = set()
     for path in ("/etc/passwd", "/etc/group"):
         numbers = (fields[2] for fields in records(appliance, path) if len(fields) > 2)
         taken.update(int(number) for number in numbers if number.isdigit())

@@ -51,12 +51,22 @@ _AFTER_STOP: dict[str, list[ServiceHook]] = {}
 
 def after_start(service: str) -> Callable[[ServiceHook], ServiceHook]:
     """Registers what a service does when it starts: it reads its configuration."""
-    return lambda hook: _AFTER_START.setdefault(service, []).append(hook) or hook
+    return _register(_AFTER_START, service)
 
 
 def after_stop(service: str) -> Callable[[ServiceHook], ServiceHook]:
     """Registers what the end of a service entails."""
-    return lambda hook: _AFTER_STOP.setdefault(service, []).append(hook) or hook
+    return _register(_AFTER_STOP, service)
+
+
+def _register(
+    hooks: dict[str, list[ServiceHook]], service: str
+) -> Callable[[ServiceHook], ServiceHook]:
+    def register(hook: ServiceHook) -> ServiceHook:
+        hooks.setdefault(service, []).append(hook)
+        return hook
+
+    return register
 
 
 def is_running(appliance: Appliance, service: str) -> bool:
