@@ -91,7 +91,7 @@ TEST_F(kept_copies, are_restored_with_owner_and_mode) {
   EXPECT_EQ(machine.mode(samba), 0640u);
   struct stat found {};
   ASSERT_EQ(::stat(samba, &found), 0);
-  if (others) EXPECT_EQ(found.st_gid, 42u);
+  EXPECT_EQ(found.st_gid, others ? 42u : ::getegid());
   EXPECT_THAT(machine.list("/etc/samba"), testing::ElementsAre("smb.conf"));
   EXPECT_THAT(machine.open_descriptors(), IsEmpty());
 }

@@ -87,7 +87,7 @@ TEST_F(shares, say_whose_lists_are_lost) {
   list.replace(list.find("samba = 1"), 9, "samba = 0");
   machine.file(listed, list);
   const outcome got = orvctl("share add more --service samba --path /mnt/more");
-  EXPECT_EQ(got.status, 3);
+  EXPECT_EQ(got.status, 5);
   EXPECT_THAT(got.err, HasSubstr("the share was added, but the other shares of samba were not "
                                  "repaired: the users of data (ann,bob) are lost\n"
                                  "  What to do: look at 'orvctl share list' and set users and "

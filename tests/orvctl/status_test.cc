@@ -88,7 +88,7 @@ TEST_F(status_screen, judges_disks) {
 
 TEST_F(status_screen, judges_file_systems) {
   machine.statfs("/mnt/data", {4096, 1000000, 70000});
-  expect_problem("warning", "file system", "/mnt/data", "is 93% full");
+  expect_problem("warning", "file system", "/mnt/data", "is 92% full");
   machine.statfs("/mnt/data", {4096, 1000000, 10000});
   expect_problem("critical", "file system", "/mnt/data", "is 99% full");
   machine.file("/proc/mounts", "");
@@ -99,6 +99,8 @@ TEST_F(status_screen, judges_services_that_are_needed) {
   EXPECT_THAT(given()["problems"].dump(), Not(HasSubstr("\"service\""))) << "nobody needs nfs";
   runs("smbd", false);
   expect_problem("warning", "service", "samba", "has shares and does not run");
+  done("share add vol --service iscsi --path /dev/vg1/data --size 12");
+  expect_problem("warning", "service", "iscsi", "has shares and does not run");
 }
 
 TEST_F(status_screen, judges_the_hardware) {
@@ -142,7 +144,8 @@ TEST_F(support_report, has_all_lists_versions_and_logs) {
   EXPECT_EQ(report["commands"]["host show"]["host_name"], "nas1");
   EXPECT_EQ(report["commands"].size(), 22u);
   EXPECT_EQ(report["versions"]["mdadm"], "mdadm - v4.2");
-  EXPECT_EQ(report["versions"]["smartctl"], nullptr);
+  EXPECT_EQ(report["versions"]["smartctl"], "smartctl version 5.38");
+  EXPECT_EQ(report["versions"]["samba"], nullptr);
   EXPECT_THAT(std::string(report["files"]["/proc/mdstat"]), HasSubstr("md0 : active raid5"));
 }
 
@@ -150,8 +153,8 @@ TEST_F(support_report, shows_no_password) {
   machine.tool("/sbin/mdadm").on("--version").if_asked();
   const json report = json::parse(orvctl("report --json").out)["report"];
   EXPECT_EQ(report["log"],
-            json::parse(R"(["Mar  1 08:00:00 nas1 orv: raid_create:12 return -1 with Success",
-                            "Mar  1 08:00:02 nas1 orv[77]: (left out: it may hold a password)"])"));
+            json::parse(R"json(["Mar  1 08:00:00 nas1 orv: raid_create:12 return -1 with Success",
+                            "Mar  1 08:00:02 nas1 orv[77]: (left out: it may hold a password)"])json"));
   EXPECT_THAT(report.dump(), AllOf(Not(HasSubstr("rosebud")), Not(HasSubstr("secret of ann"))));
   EXPECT_THAT(orvctl("report").out,
               AllOf(Not(HasSubstr("rosebud")), Not(HasSubstr("secret of ann"))));

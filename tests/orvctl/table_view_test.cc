@@ -64,8 +64,9 @@ TEST_F(list_options, refuse_columns_that_there_are_not) {
     EXPECT_EQ(got.out, "") << columns;
   }
   EXPECT_EQ(orvctl("pool list --columns").status, 2);
-  const json error = json::parse(orvctl("pool list --columns pool --json").out)["error"];
-  EXPECT_EQ(error["exit_status"], 2) << "JSON has no key 'pool'";
+  const json error = json::parse(orvctl("raid list --columns colour --json").out)["error"];
+  EXPECT_EQ(error["exit_status"], 2);
+  EXPECT_THAT(error["meaning"].get<std::string>(), HasSubstr("name, level, state"));
 }
 
 TEST_F(list_options, belong_to_every_list) {

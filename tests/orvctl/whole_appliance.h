@@ -44,6 +44,7 @@ class whole_appliance : public appliance_with_shares {
       disk_says(disk, summary_output);
       tell("attributes-" + disk, attributes);
     }
+    machine.tool(smartctl).on("--version").prints("smartctl version 5.38\n").if_asked();
     machine.tool(smartctl)
         .on("-d marvell -T permissive -Hi ...")
         .runs(

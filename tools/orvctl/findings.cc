@@ -86,7 +86,7 @@ void judge_file_system(const tag_fs_info& fs, findings& all) {
 
 void judge_services(const inventory& machine, findings& all) {
   std::set<std::string> needed;
-  for (const tag_share_config& share : machine.shares) needed.insert(share.service);
+  for (const tag_share_config& share : machine.shares) needed.insert(service_of(share));
   for (const service_state& state : machine.services) {
     if (needed.count(state.name) == 0 || is_running(state) != json(false)) continue;
     all.push_back({severity::warning, "service", state.name, "has shares and does not run"});

@@ -110,7 +110,7 @@ bool exists(const std::string& path) {
 
 bool is_usable(const std::string& path) {
   return path.starts_with('/') && !path.ends_with('/') &&
-         fs::path(path).lexically_normal() == fs::path(path);
+         fs::path(path).lexically_normal().string() == path;
 }
 
 // A link on the way would lead out of the folder.

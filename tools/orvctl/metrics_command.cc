@@ -57,7 +57,7 @@ void measure_sharing(const inventory& machine, metric_families& to) {
   std::map<std::string, int> clients = {{"CIFS", 0}, {"Ftp", 0}, {"iSCSI", 0}};
   for (const service_state& each : machine.services) shares[each.name] = 0;
   shares.erase("orv");
-  for (const tag_share_config& share : machine.shares) ++shares[share.service];
+  for (const tag_share_config& share : machine.shares) ++shares[service_of(share)];
   for (const tag_share_conn& client : machine.clients) ++clients[client.protocol];
   to.begin("orv_shares", "Shares by the service that offers them; those out of use have none.");
   for (const auto& [service, many] : shares) to.add({{"service", service}}, many);

@@ -41,6 +41,10 @@ json is_running(const service_state& state) {
   return state.result == ORV_E_COMMAND ? json(false) : json();
 }
 
+std::string service_of(const tag_share_config& share) {
+  return share.service == std::string("iSCSI") ? "iscsi" : share.service;
+}
+
 table service_table(const std::vector<service_state>& states) {
   return make_table(state_columns, states);
 }

@@ -86,7 +86,9 @@ std::string table::text(const list_view& view) const {
   const places shown = chosen(view, &heading::title);
   for (const std::size_t i : shown) {
     const int flags = is_right_aligned(headings_[i].shown_as) ? SCOLS_FL_RIGHT : 0;
-    must(scols_table_new_column(made.get(), headings_[i].title, 0, flags) != nullptr);
+    // A heading makes its column as wide as itself, even one that is not shown.
+    const char* title = view.without_headings ? "" : headings_[i].title;
+    must(scols_table_new_column(made.get(), title, 0, flags) != nullptr);
   }
   for (const auto& row : rows_) {
     libscols_line* line = scols_table_new_line(made.get(), nullptr);
