@@ -10,7 +10,7 @@ import time
 from collections.abc import Callable
 from pathlib import Path
 
-from conftest import TREE, Machine
+from conftest import TREE, Machine, _build
 
 
 def started(machine: Machine, *words: str) -> subprocess.Popen:
@@ -174,3 +174,26 @@ def test_a_pipe_that_breaks_ends_the_tool(machine: Machine) -> None:
     assert machine.done("mdadm --detail /dev/md0 | head -n1") == "/dev/md0:\n"
     script = "(mdadm --detail /dev/md0 || echo $? >/tmp/status) | sleep 0; cat /tmp/status || true"
     assert machine.done(script) in ("", "141\n")
+
+
+def test_it_runs_where_it_is_installed(tmp_path: Path) -> None:
+    prefix, state = tmp_path / "usr", tmp_path / "appliance"
+    install = ["cmake", "--install", str(_build()), "--prefix", str(prefix)]
+    subprocess.run(install, check=True, stdout=subprocess.DEVNULL)
+    environment = {
+        name: value for name, value in os.environ.items() if not name.startswith("ORVSIM_")
+    }
+    orvsim = [str(prefix / "bin" / "orvsim"), "--state", str(state)]
+    try:
+        done = subprocess.run(
+            [*orvsim, "run", "sh", "-c", "cat /etc/sys_info; pvcreate /dev/sda; hotspare --list"],
+            env=environment,
+            capture_output=True,
+            text=True,
+            check=False,
+        )
+        assert done.returncode == 0, done.stderr
+        assert "type=KTA7120X" in done.stdout and "successfully created" in done.stdout
+        assert done.stdout.endswith("Global hotspare disk:\n")
+    finally:
+        subprocess.run([*orvsim, "stop"], env=environment, check=True)
