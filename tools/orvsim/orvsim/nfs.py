@@ -65,7 +65,8 @@ def exportfs(appliance: Appliance, call: Call) -> int:
         for path, clients in state.exported.items():
             for client in clients:
                 host = client.split("(")[0] or "<world>"
-                call.out(f"{path:<14}\t{'<world>' if host == '*' else host}\n")
+                gap = "\n\t\t" if len(path) > 14 else "\t"
+                call.out(f"{path:<14}{gap}{'<world>' if host == '*' else host}\n")
     return 0
 
 
