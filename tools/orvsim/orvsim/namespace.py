@@ -82,10 +82,17 @@ def _bind_host(root: str) -> None:
         if entry.name in OWN_PLACES or entry.name.startswith("lib"):
             _copy_link(entry, root)
         elif entry.is_dir(follow_symlinks=False):
-            os.mkdir(f"{root}/{entry.name}")
-            kernel.bind(entry.path, f"{root}/{entry.name}", recursive=True)
+            _bind_same(root, entry.path)
         else:
             _copy_link(entry, root)
+
+
+def _bind_same(root: str, path: str) -> None:
+    os.mkdir(root + path)
+    try:
+        kernel.bind(path, root + path, recursive=True)
+    except PermissionError:  # somebody else's file system: it is not seen inside
+        pass
 
 
 def _copy_link(entry: os.DirEntry, root: str) -> None:
