@@ -181,6 +181,19 @@ TEST_F(change_verbs, extend_and_destroy_volume_groups) {
   EXPECT_THAT(changes(), IsEmpty());
 }
 
+TEST_F(change_verbs, remove_a_volume_group_without_pools) {
+  tell("pools", "");
+  tell("groups", "  vg1:r/w:772:-1:0:0:0:-1:0:1:1:1953255424:4096:476869:0:476869:u\n");
+  for (const char* tool : {"/sbin/vgremove", "/sbin/pvremove"}) changer(tool);
+  EXPECT_EQ(result_of("vg destroy vg1 --yes --json"), json::parse(R"({"volume_group": "vg1"})"));
+}
+
+TEST_F(change_verbs, have_nothing_to_wait_for_at_a_whole_array) {
+  const outcome got = orvctl("raid watch md0 --json");
+  EXPECT_EQ(got.status, 0) << got.out << got.err;
+  EXPECT_EQ(json::parse(got.out)["arrays"][0]["state"], "clean");
+}
+
 TEST_F(change_verbs, create_and_extend_pools) {
   changer("/sbin/lvcreate");
   changer("/sbin/lvextend");

@@ -58,7 +58,7 @@ TEST(program, says_when_its_data_cannot_be_written) {
 
 TEST(program, ends_quietly_when_its_reader_has_seen_enough) {
   for (const std::string ignored : {"", "trap '' PIPE; "}) {
-    for (const std::string words : {"system codes", "system codes --json", "metrics"}) {
+    for (const std::string words : {"system codes", "system codes --json", "metrics", "report"}) {
       const std::string late = ignored + "sleep 0.2; PATH=/none " + orvctl + " " + words;
       const ended got =
           run("{ { " + late + " 2>&3; } < /dev/null | true; } 3>&1 | grep '^orvctl:'");

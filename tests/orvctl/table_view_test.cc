@@ -83,8 +83,8 @@ TEST_F(list_options, belong_to_every_list) {
 
 TEST_F(list_options, colour_states_and_nothing_else) {
   EXPECT_EQ(on_colour_terminal("raid list --no-headings --columns name,state"),
-            "md0  \x1b[32mclean\x1b[0m\n"
-            "md1  \x1b[33mclean, degraded, recovering\x1b[0m\n");
+            "md0 \x1b[32mclean\x1b[0m\n"
+            "md1 \x1b[33mclean, degraded, recovering\x1b[0m\n");
   EXPECT_THAT(shown("raid list"), Not(HasSubstr("\x1b")));
   EXPECT_THAT(on_colour_terminal("raid list --json"), Not(HasSubstr("\\u001b")));
 }

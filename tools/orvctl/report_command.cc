@@ -106,16 +106,16 @@ json time_now() {
   return systime_get(time, static_cast<int>(sizeof time)) == ORV_OK ? json(time) : json();
 }
 
+// The text is written at once: a reader that goes away in its midst is known by the failure.
 void make_report(session& run) {
   json report = {{"time", time_now()}, {"versions", versions()}};
-  if (!run.as_json) run.io.out << "Report of orvctl, " << report["time"].dump() << '\n';
+  std::ostringstream text;
+  text << "Report of orvctl, " << report["time"].dump() << '\n';
   json answers = json::object();
   for (const query& each : run.queries) {
     const asked answer = ask(run, each);
-    if (!run.as_json) {
-      show_title(run.io.out, "orvctl " + each.command);
-      run.io.out << answer.text;
-    }
+    show_title(text, "orvctl " + each.command);
+    text << answer.text;
     answers[each.command] = answer.document;
   }
   report["commands"] = answers;
@@ -123,7 +123,9 @@ void make_report(session& run) {
   for (const char* path : shown_files) report["files"][path] = content_of(path);
   report["log"] = last_log_lines(most_log_lines);
   run.document["report"] = report;
-  if (!run.as_json) write_text(run.io.out, report);
+  if (run.as_json) return;
+  write_text(text, report);
+  run.io.out << text.str();
 }
 
 }  // namespace
