@@ -5,9 +5,9 @@
 
 namespace orv_python {
 
-/// The disks of some channels of an enclosure. The call ends when the disks cannot be listed or a
-/// channel has none.
-orv::disk_list disks_of(const char* channels, const char* enclosure);
+/// The disks of some channels (a list with commas) of an enclosure. The call ends when the disks
+/// cannot be listed or a channel has none.
+orv::disk_list disks_of(const char* wanted, const char* place);
 
 }  // namespace orv_python
 

@@ -54,4 +54,14 @@ std::vector<py::object> signature::arguments(const py::args& positional,
   return values;
 }
 
+void add_function(py::module_& module, const signature& of, const call& made) {
+  const std::string documentation = of.documentation();
+  module.attr(of.name().c_str()) = py::cpp_function(
+      [of, made](const py::args& positional, const py::kwargs& named) {
+        return made(of.arguments(positional, named));
+      },
+      py::name(of.name().c_str()), py::scope(module), py::doc(documentation.c_str()));
+  module.attr("_signatures").attr("append")(of.description());
+}
+
 }  // namespace orv_python

@@ -4,6 +4,7 @@
 #include <pybind11/pybind11.h>
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -135,36 +136,34 @@ auto run_outside(turn wanted, const signature& of, const body& run, const argume
   }
 }
 
+/// A call with its arguments in the order of the parameters.
+using call = std::function<py::object(const std::vector<py::object>& values)>;
+
+void add_function(py::module_& module, const signature& of, const call& made);
+
 /// Adds a function. The body takes the parameters' kinds.
 template <class... parameters, class body>
 void define(py::module_& module, const char* name, turn wanted, const char* about,
             const body& run) {
   using result = std::invoke_result_t<body, const typename parameters::kind&...>;
-  const signature described(
-      name,
-      {{std::string(parameters::name), std::string(parameters::kind::annotation),
-        std::string(parameters::fallback)}...},
-      returned<result>::annotation(), about);
-  const auto call = [described, run, wanted](const py::args& positional,
-                                             const py::kwargs& named) -> py::object {
-    const std::vector<py::object> values = described.arguments(positional, named);
+  const signature of(name,
+                     {{std::string(parameters::name), std::string(parameters::kind::annotation),
+                       std::string(parameters::fallback)}...},
+                     returned<result>::annotation(), about);
+  add_function(module, of, [of, run, wanted](const std::vector<py::object>& values) {
     return [&]<std::size_t... place>(std::index_sequence<place...>)->py::object {
       const std::tuple<typename parameters::kind...> given{
-          typename parameters::kind(described.given(values, place))...};
+          typename parameters::kind(of.given(values, place))...};
       if constexpr (std::is_void_v<result>) {
-        run_outside(wanted, described, run, std::get<place>(given)...);
+        run_outside(wanted, of, run, std::get<place>(given)...);
         return py::none();
       } else {
-        const result made = run_outside(wanted, described, run, std::get<place>(given)...);
-        return returned<result>::object(made, described);
+        const result made = run_outside(wanted, of, run, std::get<place>(given)...);
+        return returned<result>::object(made, of);
       }
     }
     (std::index_sequence_for<parameters...>());
-  };
-  const std::string documentation = described.documentation();
-  module.attr(name) =
-      py::cpp_function(call, py::name(name), py::scope(module), py::doc(documentation.c_str()));
-  module.attr("_signatures").attr("append")(described.description());
+  });
 }
 
 /// A change that is one call of the library, whose parameters are the function's.
