@@ -114,7 +114,7 @@ TEST_F(watch, redraws_bars_on_a_terminal) {
   orvctl::streams io = {in, out, err, false};
   io.out_terminal = 0;
   EXPECT_EQ(orvctl::run(static_cast<int>(words.size()), words.data(), io), 0) << err.str();
-  EXPECT_THAT(out.str(), HasSubstr("md1 recovering [=====>"));
+  EXPECT_THAT(out.str(), HasSubstr("md1 recovering [===>  "));
   EXPECT_THAT(out.str(), HasSubstr("46.2%, 48.0 MiB/s, 2 h 58 min left\n\x1b[1A\x1b[Jmd1 clean\n"));
 }
 
@@ -125,10 +125,10 @@ TEST_F(watch, needs_an_array_of_that_name) {
 
 TEST_F(watch, follows_a_change_that_waits) {
   end_with(whole);
-  machine.tool("/sbin/mdadm").on("--manage /dev/md1 --add /dev/sdd");
-  const outcome got = orvctl("raid add md1 4 --yes --wait");
+  machine.tool("/sbin/mdadm").on("-C /dev/md1 -l 5 -n 3 -R /dev/sda /dev/sde /dev/sdf");
+  const outcome got = orvctl("raid recreate md1 --level raid5 --disks sda,sde,sdf --yes --wait");
   EXPECT_EQ(got.status, 0) << got.err;
   EXPECT_EQ(got.out, "");
-  EXPECT_THAT(got.err, HasSubstr("Added the disk of channel 4 to md1.\nmd1 recovering"));
+  EXPECT_THAT(got.err, HasSubstr("Created md1 anew.\nmd1 recovering"));
   EXPECT_THAT(got.err, HasSubstr("\nmd1 clean\n"));
 }

@@ -65,7 +65,10 @@ class program_at_work {
     int status = 0;
     while (keyboard_ >= 0 && read_more(20'000)) {
     }
-    ::waitpid(process_, &status, 0);
+    for (int i = 0; i < 2000 && ::waitpid(process_, &status, WNOHANG) == 0; ++i) ::usleep(10'000);
+    if (::kill(process_, SIGKILL) == 0 && ::waitpid(process_, &status, 0) == process_) {
+      ADD_FAILURE() << "it goes on and on, and has shown\n" << shown_;
+    }
     process_ = -1;
     return status;
   }

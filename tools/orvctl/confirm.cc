@@ -30,7 +30,10 @@ void note(plan& planned, const std::string& warning, const std::function<table()
   if (!losses) return;
   const table lost = losses();
   planned.losses = lost.text();
-  planned.lost = lost.objects();
+  // Tables that are only for people have no keys.
+  for (const json& object : lost.objects()) {
+    if (!object.empty()) planned.lost.push_back(object);
+  }
 }
 
 }  // namespace
@@ -46,10 +49,10 @@ void confirm(const session& run, const std::string& warning, const std::function
   must_be_answerable(run, reason);
   if (run.planned != nullptr) return note(*run.planned, warning, losses);
   if (run.yes) return;
-  if (losses) run.io.err << losses().text();
-  run.io.err << warning << "\nContinue? [y/N] " << std::flush;
-  std::string answer;
+  const std::string lost = losses ? losses().text() : "";
   const interruptible before_anything_is_done;
+  run.io.err << lost << warning << "\nContinue? [y/N] " << std::flush;
+  std::string answer;
   std::getline(run.io.in, answer);
   if (!is_yes(answer)) throw declined();
 }

@@ -62,6 +62,7 @@ json rehearsed(const session& run, const std::function<void(session&)>& action) 
     result["problem"] = json_of(found);
   }
   result["plan"] = json_of(noted);
+  result["losses"] = noted.losses;
   return result;
 }
 
@@ -116,7 +117,9 @@ void show(session& run, const json& result) {
     run.document["plan"] = result["plan"];
     return;
   }
-  run.io.out << text_of(plan_of(result["plan"])) << std::flush;
+  plan made = plan_of(result["plan"]);
+  made.losses = result["losses"];
+  run.io.out << text_of(made) << std::flush;
   run.io.err << "This was a dry run: nothing was changed.\n";
 }
 

@@ -32,10 +32,10 @@ std::string read_line(const session& run) {
 }
 
 std::string ask(const session& run, const std::string& prompt) {
+  const interruptible before_anything_is_done;
   run.io.err << prompt << std::flush;
   std::string line;
   {
-    const interruptible before_anything_is_done;
     const hidden_typing hidden(run.io.terminal);
     line = read_line(run);
   }

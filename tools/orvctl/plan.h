@@ -26,8 +26,9 @@ struct plan {
 
 /// The plan as the user reads it; says so when it is empty.
 std::string text_of(const plan& made);
-/// The "plan" of the JSON document, also how the plan gets from one process to another.
+/// The "plan" of the JSON document.
 json json_of(const plan& made);
+/// The plan of such an object, which does not have the text of the losses.
 plan plan_of(const json& object);
 
 }  // namespace orvctl
