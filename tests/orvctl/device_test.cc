@@ -51,9 +51,10 @@ TEST_F(smart_verbs, show_the_health_of_all_disks) {
   EXPECT_EQ(got.status, 0);
   EXPECT_THAT(
       got.out,
-      HasSubstr("ENCLOSURE CHANNEL DEVICE HEALTH MODEL        SERIAL NUMBER FIRMWARE CAPACITY SMART\n"
-                "        1       1 sda    PASSED ST31000340NS 9QJ2ABCD      SN06      932 GiB Enabled\n"
-                "        1       2 sdb    -      -            -             -               - -\n"));
+      HasSubstr(
+          "ENCLOSURE CHANNEL DEVICE HEALTH MODEL        SERIAL NUMBER FIRMWARE CAPACITY SMART\n"
+          "        1       1 sda    PASSED ST31000340NS 9QJ2ABCD      SN06      932 GiB Enabled\n"
+          "        1       2 sdb    -      -            -             -               - -\n"));
 }
 
 TEST_F(smart_verbs, give_the_whole_summary_as_json) {
@@ -76,7 +77,8 @@ TEST_F(smart_verbs, show_attributes) {
             "ENCLOSURE CHANNEL DEVICE  ID ATTRIBUTE           VALUE WORST THRESHOLD RAW STATUS\n"
             "        1       2 sdb      3 Spin_Up_Time          100    99        44   0 -\n"
             "        1       2 sdb    194 Temperature_Celsius   100    99        44  31 -\n");
-  const json disks = json::parse(orvctl("smart show 2,3 --enclosure 1 --json").out)["disk_attributes"];
+  const json disks =
+      json::parse(orvctl("smart show 2,3 --enclosure 1 --json").out)["disk_attributes"];
   EXPECT_EQ(disks[0]["attributes"][1],
             json::parse(R"({"id": "194", "name": "Temperature_Celsius", "value": 100, "worst": 99,
                 "threshold": 44, "raw": 31, "status": "-"})"));

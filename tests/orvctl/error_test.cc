@@ -16,7 +16,6 @@ TEST_F(errors, give_name_code_meaning_and_advice) {
   EXPECT_EQ(got.status, 4);
   EXPECT_EQ(got.out, "");
   EXPECT_EQ(got.err,
-            "Wiping the disks of channels 1,2, then creating the array.\n"
             "orvctl: raid create: ORV_E_DISK_USED (-2030): a disk is already used by an array, a "
             "volume group or as hot spare\n"
             "  What to do: run 'orvctl raid list', 'orvctl vg list' and 'orvctl spare list' to see "

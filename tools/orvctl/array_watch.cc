@@ -231,7 +231,7 @@ void watch_arrays(session& run, const watch_wish& wish, std::ostream& shown, int
 
 void add_wait(CLI::App& verb, bool& wait) {
   add_flag(verb, "--wait", wait,
-                "end when the array is built (exit status 0 when it is whole then)");
+           "end when the array is built (exit status 0 when it is whole then)");
 }
 
 void wait_for_array(session& run, const std::string& array) {

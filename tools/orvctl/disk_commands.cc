@@ -23,7 +23,7 @@ void wipe(const session& run, const disk_list& disks) {
   std::string failed;
   bool any_wiped = false;
   for (const tag_disk_info& disk : disks) {
-    say_what_begins(
+    const begins said(
         run, std::string("Wiping ") + disk.name + " (channel " + std::to_string(disk.ch) + ").");
     const bool wiped = clear_disk(disk.name) == ORV_OK;
     any_wiped = any_wiped || wiped;

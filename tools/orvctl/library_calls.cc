@@ -8,12 +8,16 @@
 #include <atomic>
 #include <ctime>
 #include <string_view>
+#include <utility>
+
+#include "tools/orvctl/rehearsal.h"
 
 namespace orvctl {
 namespace {
 
 library_calls* asked = nullptr;
 std::atomic<const char*> running = "";
+std::function<void()> due;
 
 // Of a command line that sets a password, all but the tool that it goes to.
 const char* without_secret(const char* line) {
@@ -32,6 +36,7 @@ int run_command(int (*own)(const char*), const char* symbol, const char* line) {
   if (asked != nullptr && line != nullptr) {
     if (const std::optional<int> status = asked->command(line)) return *status;
   }
+  if (due && line != nullptr && !only_asks(line)) std::exchange(due, nullptr)();
   running = without_secret(line);
   const int status = hidden(own, symbol, line);
   running = "";
@@ -52,6 +57,8 @@ std::string local_time(std::time_t when) {
 }  // namespace
 
 void replace_library_calls(library_calls* calls) { asked = calls; }
+
+void before_next_change(std::function<void()> call) { due = std::move(call); }
 
 const char* running_command() { return running; }
 

@@ -1,6 +1,7 @@
 #ifndef ORVCTL_LIBRARY_CALLS_H
 #define ORVCTL_LIBRARY_CALLS_H
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -19,6 +20,9 @@ class library_calls {
 
 /// From here on these are asked; NULL: nobody is.
 void replace_library_calls(library_calls* calls);
+
+/// Called once, right before the next command that changes something; an empty one never.
+void before_next_change(std::function<void()> call);
 
 /// The command line that the library runs at this moment, empty when there is none. Fit for a
 /// signal handler.

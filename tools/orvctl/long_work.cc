@@ -2,10 +2,15 @@
 
 #include <ostream>
 
+#include "tools/orvctl/library_calls.h"
+
 namespace orvctl {
 
-void say_what_begins(const session& run, const std::string& sentence) {
-  if (!run.as_json) run.io.err << sentence << std::endl;
+begins::begins(const session& run, const std::string& sentence) {
+  if (run.as_json) return;
+  before_next_change([&run, sentence] { run.io.err << sentence << std::endl; });
 }
+
+begins::~begins() { before_next_change({}); }
 
 }  // namespace orvctl

@@ -7,8 +7,15 @@
 
 namespace orvctl {
 
-/// Says, before it begins, what may take long. Under --json nothing is said.
-void say_what_begins(const session& run, const std::string& sentence);
+/// Says what may take long, when it begins: right before the first command that changes something.
+/// Of a change that is refused nothing is said, nor under --json.
+class begins {
+ public:
+  begins(const session& run, const std::string& sentence);
+  ~begins();
+  begins(const begins&) = delete;
+  begins& operator=(const begins&) = delete;
+};
 
 }  // namespace orvctl
 

@@ -80,7 +80,7 @@ void destroy(session& run, const pool_arguments& given) {
 void make_file_system(session& run, const pool_arguments& given) {
   confirm(run, "This pool gets a new file system: all data on it will be lost.",
           [&] { return lost_pool(given); });
-  say_what_begins(run, "Making a file system on " + path_of(given) + ".");
+  const begins said(run, "Making a file system on " + path_of(given) + ".");
   check(mkfs_pool(given.pool.c_str(), given.group.c_str()));
   report(run, "Made a file system on " + path_of(given) + ".", names(given));
 }

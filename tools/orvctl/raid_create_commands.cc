@@ -34,8 +34,8 @@ void create(session& run, const create_arguments& given) {
   tag_md_info request = request_of(given);
   confirm(run, "These disks are wiped: all data on them will be lost.",
           [&] { return disk_losses(given.disks, given.enclosure); });
-  say_what_begins(run,
-                  "Wiping the disks of channels " + given.disks + ", then creating the array.");
+  const begins said(run,
+                    "Wiping the disks of channels " + given.disks + ", then creating the array.");
   check(raid_create(&request));
   report(run, std::string("Created ") + request.name + ".",
          {{"array", request.name}, {"level", given.level}});

@@ -43,7 +43,7 @@ void add(session& run, const spare_arguments& given) {
   disk_selection disks(given.channels, given.enclosure);
   confirm(run, "A disk is wiped when it becomes a hot spare: all data on these disks will be lost.",
           [&] { return disk_losses(given.channels, given.enclosure); });
-  say_what_begins(run, "Wiping the disks of channels " + given.channels + ".");
+  const begins said(run, "Wiping the disks of channels " + given.channels + ".");
   set_and_verify(run, disks, given, true);
   report(run, "The disks of channels " + given.channels + " are hot spares now.",
          {{"channels", given.channels}, {"enclosure", given.enclosure}});

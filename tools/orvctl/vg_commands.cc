@@ -38,7 +38,7 @@ void confirm_disks(const session& run, const create_arguments& given) {
   if (channels.empty()) return;
   confirm(run, "These disks become physical volumes: all data on them will be lost.",
           [&] { return disk_losses(channels, given.enclosure); });
-  say_what_begins(run, "Wiping the disks of channels " + channels + ".");
+  const begins said(run, "Wiping the disks of channels " + channels + ".");
 }
 
 // A request, released with its physical volumes.
