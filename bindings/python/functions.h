@@ -143,8 +143,7 @@ void add_function(py::module_& module, const signature& of, const call& made);
 
 /// Adds a function. The body takes the parameters' kinds.
 template <class... parameters, class body>
-void define(py::module_& module, const char* name, turn wanted, const char* about,
-            const body& run) {
+void define(py::module_& module, const char* name, turn wanted, const char* about, body run) {
   using result = std::invoke_result_t<body, const typename parameters::kind&...>;
   const signature of(name,
                      {{std::string(parameters::name), std::string(parameters::kind::annotation),

@@ -41,9 +41,3 @@ def test_an_error_is_an_exception_of_this_module_that_can_be_kept() -> None:
         "ORV_E_NO_VG",
         str(raised.value),
     )
-
-
-def test_a_query_that_fails_keeps_what_it_found() -> None:
-    with pytest.raises(orv.Error) as raised:
-        orv.share_list() if Path("/etc/sharefolder.conf").exists() else orv.fs_table()
-    assert raised.value.found == []
