@@ -21,6 +21,7 @@ class KernelFiles:
         self.passing: dict[str, str] = {}
         self.writable: dict[str, tuple[int, WriteHandler]] = {}
         self.handlers: dict[str, WriteHandler] = {}
+        self.touched = False
 
     def put(self, path: str, text: str, on_write: WriteHandler | None = None) -> None:
         """A file with this text. `on_write` is told what somebody else writes into it."""
@@ -47,19 +48,28 @@ class KernelFiles:
         for path, content in self.passing.items():
             if self.shown.get(path) != content:
                 self._write(path, content)
+                self.writable.pop(path, None)
         for path, handler in self.handlers.items():
-            self.writable[path] = (self._changed_at(path), handler)
+            # What was written since the last look has not been taken yet.
+            seen = self.writable[path][0] if path in self.writable else self._changed_at(path)
+            self.writable[path] = (seen, handler)
         self.shown = self.passing
+        self.touched = False
 
     def take_writes(self, appliance: Appliance) -> None:
-        """Hands what was written into files to their handlers, and shows the old text again."""
+        """Hands what was written into files to their handlers; the next pass shows what came of it.
+
+        Until then a file keeps what was written: nobody sees the old text in between.
+        """
         for path, (seen, handler) in list(self.writable.items()):
-            if self._changed_at(path) == seen:
+            changed = self._changed_at(path)
+            if changed == seen:
                 continue
             with open(self.root + path, encoding="utf-8", errors="replace") as file:
                 text = file.read()
-            self._write(path, self.shown[path])
-            self.writable[path] = (self._changed_at(path), handler)
+            self.writable[path] = (changed, handler)
+            self.shown[path] = "written by somebody else"
+            self.touched = True
             handler(appliance, text.strip())
 
     def _changed_at(self, path: str) -> int:

@@ -64,7 +64,7 @@ class Server:
 
     def settle(self) -> None:
         """Saves what has changed and brings the kernel files in line with it."""
-        if self.appliance.save():
+        if self.appliance.save() or self.files.touched:
             self.show()
 
     def show(self) -> None:
@@ -82,7 +82,7 @@ class Server:
             for function in ON_TICK:
                 function(self.appliance)
             # What nobody has changed is as it was, but for rebuilds, which go on.
-            if self.appliance.save() or self._is_busy():
+            if self.appliance.save() or self.files.touched or self._is_busy():
                 self.show()
 
     def _is_busy(self) -> bool:
