@@ -7,7 +7,7 @@
 namespace orvctl {
 
 begins::begins(const session& run, const std::string& sentence) {
-  if (run.as_json) return;
+  if (run.as_json || sentence.empty()) return;
   before_next_change([&run, sentence] { run.io.err << sentence << std::endl; });
 }
 

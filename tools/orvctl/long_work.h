@@ -11,6 +11,7 @@ namespace orvctl {
 /// Of a change that is refused nothing is said, nor under --json.
 class begins {
  public:
+  /// @param sentence  empty for nothing
   begins(const session& run, const std::string& sentence);
   ~begins();
   begins(const begins&) = delete;

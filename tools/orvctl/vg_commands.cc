@@ -38,7 +38,12 @@ void confirm_disks(const session& run, const create_arguments& given) {
   if (channels.empty()) return;
   confirm(run, "These disks become physical volumes: all data on them will be lost.",
           [&] { return disk_losses(channels, given.enclosure); });
-  const begins said(run, "Wiping the disks of channels " + channels + ".");
+}
+
+// Empty without whole disks.
+std::string what_begins(const create_arguments& given) {
+  const std::string channels = whole_disks(given.volumes);
+  return channels.empty() ? "" : "Wiping the disks of channels " + channels + ".";
 }
 
 // A request, released with its physical volumes.
@@ -73,6 +78,7 @@ void create(session& run, const create_arguments& given) {
   volumes_must_fit(given);
   vg_request request(given);
   confirm_disks(run, given);
+  const begins said(run, what_begins(given));
   check(vg_create(request.get()));
   report(run, "Created " + given.name + ".", {{"volume_group", given.name}});
 }
@@ -81,6 +87,7 @@ void extend(session& run, const create_arguments& given) {
   volumes_must_fit(given);
   confirm_disks(run, given);
   const std::string& volume = given.volumes.front();
+  const begins said(run, what_begins(given));
   check(vg_extend(given.name.c_str(), volume.c_str(), given.enclosure.c_str()));
   report(run, "Extended " + given.name + " by " + volume + ".",
          {{"volume_group", given.name}, {"physical_volume", volume}});
