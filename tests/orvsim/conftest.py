@@ -25,7 +25,7 @@ sys.path.insert(0, str(TREE / "tools" / "orvsim"))
 os.environ["TZ"] = "UTC"
 time.tzset()
 
-from orvsim import cli  # pylint: disable=wrong-import-position  # noqa: E402
+from orvsim import cli, places  # pylint: disable=wrong-import-position  # noqa: E402
 
 
 def _build() -> Path:
@@ -103,6 +103,10 @@ class Machine:
     def run(self, *words: str, typed: str = "") -> Result:
         """A command inside the appliance."""
         return self.orvsim("run", *words, typed=typed)
+
+    def script(self, path: Path) -> Result:
+        """A script of the host, in bash inside the appliance."""
+        return self.run("bash", places.visible(str(path)))
 
     def shell(self, script: str) -> Result:
         """Commands inside the appliance, in one go; the first that fails ends them."""

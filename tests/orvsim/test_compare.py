@@ -31,7 +31,7 @@ def commands(text: str) -> dict[str, str]:
 def test_storage_tools_say_what_the_real_ones_say(new_machine: Callable[..., Machine]) -> None:
     machine = new_machine(*DISKS)
     machine.environment["COMPARE_MOMENT"] = "0.3"
-    simulated = machine.run("bash", str(COMPARE / "storage.sh"))
+    simulated = machine.script(COMPARE / "storage.sh")
     assert simulated.status == 0, simulated.err
     real = (COMPARE / "storage.real.txt").read_text(encoding="utf-8")
     before, after = commands(normalise(real)), commands(normalise(simulated.out))

@@ -32,6 +32,6 @@ def test_scenario(new_machine: Callable[..., Machine], name: str) -> None:
     machine = new_machine(*disk_options(path.read_text(encoding="utf-8")))
     machine.environment["ORV_VM_LIB"] = f"/host{TREE}/tests/vm/lib.sh"
     machine.tell("clock", "--rate", "10")  # rebuilds are not what is waited for
-    result = machine.run("bash", str(path))
+    result = machine.script(path)
     checks = re.search(r"^(\d+) checks, 0 failed$", result.out, re.MULTILINE)
     assert result.status == 0 and checks and int(checks[1]) > 10, result

@@ -65,6 +65,7 @@ def assemble(state: Path) -> None:
     kernel.mount("orvsim", root, "tmpfs", options="mode=755")
     _bind_host(root)
     _bind_own(root, state)
+    _bind_shared(root)
     _make_run(root, state)
     _make_usr(root)
     _make_dev(root)
@@ -104,6 +105,13 @@ def _bind_own(root: str, state: Path) -> None:
     for name in OWN_FOLDERS:
         os.mkdir(f"{root}/{name}")
         kernel.bind(str(state / "root" / name), f"{root}/{name}")
+
+
+def _bind_shared(root: str) -> None:
+    """Folders that the host shares stay where they are, also below a folder of the appliance."""
+    for folder in filter(None, os.environ.get("ORVSIM_SHARE", "").split(":")):
+        if places.visible(folder) != folder:
+            kernel.bind(folder, _folder(root + folder), recursive=True)
 
 
 def _make_run(root: str, state: Path) -> None:
