@@ -251,6 +251,24 @@ class records {
   list_node* anchor_;
 };
 
+/// Appends a fresh record to a list, which then owns it. Throws `std::bad_alloc` without memory.
+template <record_list List>
+typename family<List>::record& append(List& list) {
+  using record = typename family<List>::record;
+  const auto link_in = [](auto& of) {
+    return reinterpret_cast<list_node*>(reinterpret_cast<char*>(&of) + family<List>::link_offset);
+  };
+  auto* const made = static_cast<record*>(std::calloc(1, sizeof(record)));
+  if (made == nullptr) throw std::bad_alloc();
+  family<List>::init(made);
+  list_node* const end = link_in(list);
+  list_node* const link = link_in(*made);
+  *link = {end, end->prev};
+  end->prev->next = link;
+  end->prev = link;
+  return *made;
+}
+
 // --- Owning a list -------------------------------------------------------------------------------
 
 /// A list that is initialised when it is made and released when it goes out of scope. It can be
@@ -297,17 +315,7 @@ class scoped_list {
   }
 
   /// Appends a fresh record, which the list owns. Throws `std::bad_alloc` without memory.
-  record& append() {
-    auto* const made = static_cast<record*>(std::calloc(1, sizeof(record)));
-    if (made == nullptr) throw std::bad_alloc();
-    family_type::init(made);
-    list_node* const end = anchor();
-    list_node* const link = &link_of(*made);
-    *link = {end, end->prev};
-    end->prev->next = link;
-    end->prev = link;
-    return *made;
-  }
+  record& append() { return orv::append(list_); }
 
   /// Releases the record at an iterator. @return an iterator at the record behind it
   iterator erase(iterator at) noexcept {

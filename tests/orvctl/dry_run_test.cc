@@ -54,6 +54,11 @@ picture picture_of_machine() {
 struct changing_command {
   const char* words;
   void (*prepare)(class rehearsed_machine&);
+
+  /// In the name of a test.
+  friend std::ostream& operator<<(std::ostream& to, const changing_command& each) {
+    return to << each.words;
+  }
 };
 
 /// The appliance with shares in and out of use, users, and everything else that the commands

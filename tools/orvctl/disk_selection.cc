@@ -52,7 +52,7 @@ constexpr column<disk_use> loss_columns[] = {
     {"USED BY", nullptr, form::text, [](const disk_use& use) { return text_value(use.user); }},
 };
 
-std::string user_of(const tag_disk_info& disk, const raid_list& arrays, const vg_list& groups) {
+std::string user_of(const tag_disk_info& disk, const raid_list& arrays, vg_list& groups) {
   for (const tag_md_info& array : arrays) {
     if (found_disk(array.disks, disk.name) == 1) return std::string("array ") + array.name;
   }
@@ -80,7 +80,7 @@ disk_selection::disk_selection(const std::string& channels, const std::string& e
   int found = 0;
   for (const tag_disk_info& disk : all) {
     if (!selects(channels, enclosure, disk)) continue;
-    auto& wanted = append<tag_disk_info>(selected_.get()->list, disk_conf_init);
+    auto& wanted = selected_.append();
     wanted.ch = disk.ch;
     liborv_strncpy(wanted.enclosure, sizeof wanted.enclosure, disk.enclosure);
     liborv_strncpy(wanted.name, sizeof wanted.name, disk.name);

@@ -98,8 +98,8 @@ void read_parked(share_list& shares) {
   read_file(shares, nfs_recycle_path, get_share_from_nfs);
 }
 
-tag_share_config* find_share(const share_list& shares, const std::string& name) {
-  for (tag_share_config& share : shares) {
+const tag_share_config* find_share(const share_list& shares, const std::string& name) {
+  for (const tag_share_config& share : shares) {
     if (name == share.name || name == plain_name(share)) return &share;
   }
   return nullptr;

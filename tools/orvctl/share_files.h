@@ -27,7 +27,7 @@ void read_service(share_list& shares, const std::string& service);
 void read_parked(share_list& shares);
 
 /// The record of this name, or NULL. Of the names of iSCSI volumes the time stamp does not count.
-tag_share_config* find_share(const share_list& shares, const std::string& name);
+const tag_share_config* find_share(const share_list& shares, const std::string& name);
 
 /// Every change of the NFS file makes all of its shares writable, as read-only is not read back.
 /// This makes those read-only again that were before, and the changed one what it is to be.

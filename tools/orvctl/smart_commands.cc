@@ -78,7 +78,7 @@ constexpr column<tag_disk_info> disk_columns[] = {
      [](const tag_disk_info& disk) { return text_value(disk.name); }},
     {nullptr, "attributes", form::text,
      [](const tag_disk_info& disk) {
-       return make_table(own_columns, attributes_told_by(disk)).objects();
+       return make_table(own_columns, orv::records(disk.smart_list)).objects();
      }},
 };
 
@@ -143,7 +143,7 @@ void list(session& run, const smart_arguments& given) {
 std::vector<disk_attribute> attributes_of(const disk_list& disks) {
   std::vector<disk_attribute> all;
   for (const tag_disk_info& disk : disks) {
-    for (const tag_disksmart_info& own : attributes_told_by(disk)) all.push_back({disk, own});
+    for (const tag_disksmart_info& own : orv::records(disk.smart_list)) all.push_back({disk, own});
   }
   return all;
 }

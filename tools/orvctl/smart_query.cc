@@ -18,7 +18,7 @@ json told(const char* text) { return text == std::string_view("NaN") ? json() : 
 // The raw value may hold the least and the greatest temperature above the present one.
 json temperature_of(const tag_disk_info& disk) {
   constexpr std::uint32_t present = 0xff;
-  for (const tag_disksmart_info& each : attributes_told_by(disk)) {
+  for (const tag_disksmart_info& each : orv::records(disk.smart_list)) {
     const std::string_view name = each.attr_name;
     if (name.starts_with("Temperature")) return each.raw & present;
   }

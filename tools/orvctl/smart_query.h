@@ -15,11 +15,6 @@ enum class smart_part { summary, attributes };
 /// @return ORV_OK or the code of the last disk
 int ask_smart(disk_list& disks, smart_part wanted);
 
-/// The attributes that a disk has told.
-inline records_of<tag_disksmart_info> attributes_told_by(const tag_disk_info& disk) {
-  return records_of<tag_disksmart_info>(disk.smart_list.list);
-}
-
 /// A text of a summary; what a disk does not tell stays "NaN", and is null here.
 json told(const char* text);
 

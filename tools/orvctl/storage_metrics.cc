@@ -40,7 +40,7 @@ void measure_attributes(const inventory& machine, metric_families& to, const cha
                         const char* help, std::uint32_t tag_disksmart_info::*figure) {
   to.begin(name, help);
   for (const tag_disk_info& disk : machine.disks) {
-    for (const tag_disksmart_info& each : attributes_told_by(disk)) {
+    for (const tag_disksmart_info& each : orv::records(disk.smart_list)) {
       metric_labels labels = labels_of(disk);
       labels.emplace_back("attribute", text_of(text_value(each.attr_name)));
       to.add(labels, each.*figure);

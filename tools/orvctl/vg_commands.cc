@@ -53,7 +53,7 @@ class vg_request {
     vg_conf_init(&request_);
     set_field(request_.vgname, given.name, "the name of the volume group");
     for (const std::string& volume : given.volumes) {
-      auto& pv = append<tag_pv_info>(request_.pvs.list, pv_conf_init);
+      auto& pv = orv::append(request_.pvs);
       liborv_strncpy(pv.pvname, sizeof pv.pvname, volume.c_str());
       liborv_strncpy(pv.enclosure, sizeof pv.enclosure, given.enclosure.c_str());
     }

@@ -16,13 +16,9 @@ constexpr column<tag_pv_info> pv_columns[] = {
     {nullptr, "used_bytes", form::gib, [](const tag_pv_info& pv) { return gib_value(pv.used); }},
 };
 
-records_of<tag_pv_info> volumes_of(const tag_vg_info& vg) {
-  return records_of<tag_pv_info>(vg.pvs.list);
-}
-
 json volume_names(const tag_vg_info& vg) {
   std::string names;
-  for (const tag_pv_info& pv : volumes_of(vg)) {
+  for (const tag_pv_info& pv : orv::records(vg.pvs)) {
     names += (names.empty() ? "" : ",") + std::string(pv.pvname);
   }
   return text_value(names);
@@ -43,7 +39,7 @@ constexpr column<tag_vg_info> vg_columns[] = {
     {"FREE", "free_bytes", form::gib, free_space},
     {"VOLUMES", nullptr, form::text, volume_names},
     {nullptr, "physical_volumes", form::text,
-     [](const tag_vg_info& vg) { return make_table(pv_columns, volumes_of(vg)).objects(); }},
+     [](const tag_vg_info& vg) { return make_table(pv_columns, orv::records(vg.pvs)).objects(); }},
 };
 
 }  // namespace
