@@ -25,7 +25,15 @@ def disk_options(scenario: str) -> list[str]:
 
 
 @pytest.mark.parametrize(
-    "name", ["typical_request", "failed_member", "lost_array", "park_and_restore"]
+    "name",
+    [
+        "typical_request",
+        "failed_member",
+        "lost_array",
+        "park_and_restore",
+        "raid_levels",
+        "volume_groups",
+    ],
 )
 def test_scenario(new_machine: Callable[..., Machine], name: str) -> None:
     path = SCENARIOS / f"{name}.sh"

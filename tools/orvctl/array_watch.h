@@ -1,7 +1,6 @@
 #ifndef ORVCTL_ARRAY_WATCH_H
 #define ORVCTL_ARRAY_WATCH_H
 
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <string>
 

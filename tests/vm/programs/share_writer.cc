@@ -1,5 +1,6 @@
 // Adds shares of the NFS service one after the other: share_writer PREFIX COUNT makes PREFIX1,
-// PREFIX2, ... A share whose files another process holds is tried again. Any other answer ends it.
+// PREFIX2, ... and deletes each again but every fiftieth. A change whose files another process
+// holds is tried again. Any other answer ends it.
 #include <orv.h>
 #include <unistd.h>
 
@@ -18,32 +19,41 @@ tag_share_config a_share(const std::string& name) {
   return share;
 }
 
-/// How often a share file was found locked on the way, or -1 when the share could not be added.
-int add(const std::string& name) {
-  for (int refusals = 0;; ++refusals) {
-    tag_share_config share = a_share(name);
-    const int result = share_add(&share);
-    share_conf_fini(&share);
-    // Refused at the second file, it is in the list by then: the next try finds it there.
-    if (result == ORV_OK || (refusals > 0 && result == ORV_E_SHARE_EXISTS)) return refusals;
+int refusals = 0;
+
+/// Repeats a change until it is made.
+/// @param made_before  what it ends with when it was half made while the second file was locked
+bool insist(const std::string& name, int (*change)(const std::string&), int made_before) {
+  for (bool refused = false;; refused = true) {
+    const int result = change(name);
+    if (result == ORV_OK || (refused && result == made_before)) return true;
     if (result != ORV_E_SHARES_LOCKED && result != ORV_E_SERVICE_LOCKED) {
       std::printf("%s: %s\n", name.c_str(), orv_strerror(result));
-      return -1;
+      return false;
     }
+    ++refusals;
     usleep(1000);
   }
 }
+
+int add(const std::string& name) {
+  tag_share_config share = a_share(name);
+  const int result = share_add(&share);
+  share_conf_fini(&share);
+  return result;
+}
+
+int remove_again(const std::string& name) { return share_del(name.c_str(), "nfs"); }
 
 }  // namespace
 
 int main(int, char** arguments) {
   const std::string prefix = arguments[1];
   const int count = std::atoi(arguments[2]);
-  int refusals = 0;
   for (int i = 1; i <= count; ++i) {
-    const int met = add(prefix + std::to_string(i));
-    if (met < 0) return 1;
-    refusals += met;
+    const std::string name = prefix + std::to_string(i);
+    if (!insist(name, add, ORV_E_SHARE_EXISTS)) return 1;
+    if (i % 50 != 0 && !insist(name, remove_again, ORV_OK)) return 1;
   }
   std::printf("%s: %d shares, %d refusals because of a lock\n", prefix.c_str(), count, refusals);
 }

@@ -2,6 +2,7 @@
 # A member fails, is seen, removed and replaced; the rebuild is watched and the data is intact.
 # disks: 5x1G
 # timeout: 500
+# long
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"

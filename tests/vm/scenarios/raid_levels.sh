@@ -2,6 +2,7 @@
 # Arrays of every level are made, listed and taken apart; a refusal leaves every disk as it was.
 # disks: 6x1G
 # timeout: 850
+# long
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"

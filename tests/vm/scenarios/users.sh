@@ -63,7 +63,7 @@ cp /etc/samba/private/smbpasswd /tmp/smbpasswd
 output=$(orvctl user add bob <<<secret 2>&1) && result=0 || result=$?
 rm /tmp/holding
 wait "$holder"
-same "while another process holds the shadow file's lock no user is added" 4 "$result"
+same "while another process holds the shadow file's lock no user is added" 5 "$result"
 check "with -2010" grep -q -- "(-2010)" <<<"$output"
 check "the appliance's users are as they were" cmp /tmp/userfile /etc/nas_userfile.conf
 check "Samba's too" cmp /tmp/smbpasswd /etc/samba/private/smbpasswd

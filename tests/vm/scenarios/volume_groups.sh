@@ -2,6 +2,7 @@
 # Groups and pools grow and go in order; out of order they are refused.
 # disks: 6x1G
 # timeout: 850
+# long
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"
