@@ -3,6 +3,7 @@
 # its data.
 # disks: 2x1G 1x2G
 # timeout: 500
+# long
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"

@@ -2,6 +2,7 @@
 # Shares go out of use and come back, over all services; files are compared byte for byte.
 # disks: 3x1200M
 # timeout: 500
+# long
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"
