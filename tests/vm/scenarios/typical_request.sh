@@ -2,6 +2,7 @@
 # From bare disks in bays to a mounted file system, and what is on it outlives the way back.
 # disks: 3x1200M 1x300M
 # timeout: 400
+# long
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"
