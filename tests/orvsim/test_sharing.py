@@ -153,7 +153,7 @@ def test_tools_say_what_those_of_the_guest_say(machine: Machine) -> None:
     The real answers come from the root file system of the virtual machine's guest.
     """
     compare = Path(__file__).parent / "compare"
-    said = normalise(machine.run("bash", "-s", typed=(compare / "sharing.sh").read_text()).out)
+    said = normalise(machine.script(compare / "sharing.sh").out)
     assert said.splitlines() == (compare / "sharing.real.txt").read_text().splitlines()
 
 
