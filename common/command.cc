@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "common/text.h"
+#include "common/tool_limit.h"
 
 namespace orv {
 namespace {
@@ -153,7 +154,7 @@ int run_by_c_library(const command& line) {
     log_not_run(line);
     return ORV_E_COMMAND;
   }
-  const int status = std::system(line.text());
+  const int status = tool_limit() == 0 ? std::system(line.text()) : liborv_system(line.text());
   if (status == 0) return ORV_OK;
   log_command(command_failed, line.logged_text(), status);
   return ORV_E_COMMAND;

@@ -9,8 +9,10 @@
 #include <string_view>
 #include <vector>
 
+#include "support/limited_wait.h"
 #include "support/signals.h"
 
+using orv::support::ending;
 using orv::support::set_of;
 using orv::support::signals_blocked;
 
@@ -34,13 +36,16 @@ std::vector<char*> environment_of_tools() {
 /// blocked, and the signals that tools rely on in their default state.
 class child_settings {
  public:
-  child_settings() {
+  /// @param own_group  the child leads a process group of its own
+  explicit child_settings(bool own_group) {
     const sigset_t none = set_of({});
     const sigset_t defaults = set_of({SIGPIPE, SIGCHLD});
+    const int flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
     posix_spawnattr_init(&attributes_);
     posix_spawnattr_setsigmask(&attributes_, &none);
     posix_spawnattr_setsigdefault(&attributes_, &defaults);
-    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setflags(&attributes_,
+                             static_cast<short>(own_group ? flags | POSIX_SPAWN_SETPGROUP : flags));
     posix_spawn_file_actions_init(&actions_);
     open_null(STDIN_FILENO, O_RDONLY);
     open_null_if_closed(STDOUT_FILENO);
@@ -78,8 +83,8 @@ int wait_for(pid_t child) {
   return status;
 }
 
-int run_shell(const char* cmd) {
-  const child_settings settings;
+ending run_shell(const char* cmd, unsigned limit) {
+  const child_settings settings(limit != 0);
   std::vector<char*> environment = environment_of_tools();
   char* const arguments[] = {const_cast<char*>("sh"), const_cast<char*>("-c"),
                              const_cast<char*>(cmd), nullptr};
@@ -89,9 +94,11 @@ int run_shell(const char* cmd) {
   // posix_spawn shares the caller's memory until the shell runs: its cost does not grow with it.
   const int error = posix_spawn(&child, "/bin/sh", settings.actions(), settings.attributes(),
                                 arguments, environment.data());
-  if (error == 0) return wait_for(child);
+  if (error == 0) {
+    return limit == 0 ? ending{wait_for(child)} : orv::support::wait_at_most(child, limit);
+  }
   errno = error;
-  return error == ENOENT || error == EACCES ? shell_not_found : no_status;
+  return {error == ENOENT || error == EACCES ? shell_not_found : no_status};
 }
 
 }  // namespace
@@ -102,7 +109,8 @@ int liborv_system(const char* cmd) {
     return no_status;
   }
   const int saved_errno = errno;
-  const int status = run_shell(cmd);
-  if (status != no_status && status != shell_not_found) errno = saved_errno;
-  return status;
+  const ending made = run_shell(cmd, orv_tool_timeout());
+  if (made.status != no_status && made.status != shell_not_found) errno = saved_errno;
+  if (made.was_ended) errno = ETIMEDOUT;
+  return made.status;
 }

@@ -49,8 +49,10 @@ ORV_API void alarm_list_show(const tag_alarm_list* list);
 
 // --- The daemon ----------------------------------------------------------------------------------
 
-/// Appends the current alarms, in the daemon's order. The call waits as long as the daemon takes to
-/// answer. The client's path stays in "/dev" until the process asks again.
+/// Appends the current alarms, in the daemon's order. A daemon that has not sent its whole answer
+/// 30 seconds after the call is given up, whatever it sent by then; where the thread's limit for
+/// commands (`orv_set_tool_timeout`) is shorter, that counts. At most 256 units of 516 bytes are
+/// read. The client's path stays in "/dev" until the process asks again.
 /// @return ORV_OK, also when there is no alarm; ORV_E_ALARM_BIND, ORV_E_ALARM_CONNECT (no daemon),
 ///         ORV_E_ALARM_SEND, ORV_E_ALARM_REPLY, ORV_E_ALARM_ITEM; ORV_E_FAILED for a NULL list.
 ///         Alarms that arrived before a failure stay in the list.
@@ -59,13 +61,14 @@ ORV_API int alarm_get(tag_alarm_list* list);
 /// The same operation as `alarm_get`.
 ORV_API int get_alarminfo_from_socket(tag_alarm_list* list);
 
-/// Connects to the daemon.
+/// Connects to the daemon, and waits for it to take the connection as long as `alarm_get` would.
 /// @return a descriptor that the caller closes; ORV_E_ALARM_BIND when the client's own socket or
-///         path cannot be made, ORV_E_ALARM_CONNECT when nothing listens; then nothing stays open
+///         path cannot be made, ORV_E_ALARM_CONNECT when nothing listens or takes the connection;
+///         then nothing stays open
 ORV_API int alarm_socket_open();
 
 /// Asks for the alarms on an open connection and appends them. The connection stays open; it serves
-/// for one question.
+/// for one question, which is given up as that of `alarm_get`.
 /// @return ORV_OK; ORV_E_ALARM_SEND when the question cannot be sent; ORV_E_ALARM_REPLY when the
 ///         answer does not begin or its first unit is cut; ORV_E_ALARM_ITEM when the answer ends
 ///         before the last alarm that it announces, or within one; ORV_E_FAILED for a NULL list.

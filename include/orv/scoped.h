@@ -12,6 +12,8 @@
 ///
 ///     orv::check(raid_create(&request), "raid_create");  // throws orv::error
 ///
+///     const orv::tool_timeout limit(30);  // from here on no command takes longer than 30 seconds
+///
 /// Optional and header-only: the libraries export nothing of it, orv.h does not include it, and
 /// whoever prefers plain functions loses nothing. What it throws is said with each function; all
 /// else throws nothing.
@@ -26,6 +28,7 @@
 #include <orv/raid.h>
 #include <orv/service.h>
 #include <orv/share.h>
+#include <orv/support.h>
 #include <orv/user.h>
 
 #include <concepts>
@@ -125,6 +128,22 @@ inline int check(result result, const std::string& doing = {}) {
   if (!result) throw error(result, doing);
   return result.code();
 }
+
+// --- Limits of time ------------------------------------------------------------------------------
+
+/// A limit for the commands of this thread, as `orv_set_tool_timeout`, until it goes out of scope;
+/// then the limit is what it was before. To be made and destroyed on one thread.
+class tool_timeout {
+ public:
+  /// @param seconds  the limit of each command; 0: none
+  explicit tool_timeout(unsigned seconds) noexcept : former_(orv_set_tool_timeout(seconds)) {}
+  ~tool_timeout() { orv_set_tool_timeout(former_); }
+  tool_timeout(const tool_timeout&) = delete;
+  tool_timeout& operator=(const tool_timeout&) = delete;
+
+ private:
+  unsigned former_;
+};
 
 // --- Record families -----------------------------------------------------------------------------
 

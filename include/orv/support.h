@@ -31,6 +31,26 @@
 ///         A process that ignores SIGCHLD cannot wait: its commands run, but always give -1.
 ORV_API int liborv_system(const char* cmd);
 
+/// Limits how long each command may run that the calling thread runs from here on, by
+/// `liborv_system` or inside any other function of the libraries. The limit is of one command, not
+/// of a function that runs several; it belongs to the thread, and a new thread has none.
+///
+/// Under a limit the shell leads a process group of its own, so that keys typed at the terminal do
+/// not reach the command. Past the limit the whole group gets SIGTERM, and what is left of it
+/// SIGKILL after two seconds, or as soon as the shell and all that it started have ended. The call
+/// then fails as for a command that was ended by a signal, at most three seconds past the limit, and
+/// `errno` is ETIMEDOUT, which the log shows. A process that a device holds, so that not even SIGKILL
+/// ends it, is waited for no longer; nor is one that left the group (a daemon, as services start
+/// them), which is left alone and goes on. The command may have done any part of its work, or all of
+/// it.
+///
+/// @param seconds  the limit; 0: none, which is what every thread begins with
+/// @return the limit before
+ORV_API unsigned orv_set_tool_timeout(unsigned seconds);
+
+/// @return the calling thread's limit for commands in seconds; 0: none
+ORV_API unsigned orv_tool_timeout();
+
 /// Formats like `printf` and appends the text to the error log: `syslog(3)` with the ident "orv",
 /// facility daemon, priority error. Nothing is added to the text. `errno` is kept.
 ///

@@ -224,4 +224,19 @@ TEST(scoped_list, hands_its_own_fields_to_getters) {
   EXPECT_STREQ(disks.get()->smart.smart_enabled, "detail");
 }
 
+// --- Limits of time ------------------------------------------------------------------------------
+
+TEST(tool_timeout, holds_until_its_scope_ends) {
+  {
+    const orv::tool_timeout limit(30);
+    EXPECT_EQ(orv_tool_timeout(), 30U);
+    {
+      const orv::tool_timeout none(0);
+      EXPECT_EQ(orv_tool_timeout(), 0U);
+    }
+    EXPECT_EQ(orv_tool_timeout(), 30U);
+  }
+  EXPECT_EQ(orv_tool_timeout(), 0U);
+}
+
 }  // namespace
