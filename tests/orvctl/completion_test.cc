@@ -59,6 +59,17 @@ TEST_F(completion, knows_the_channels_of_the_enclosure) {
   EXPECT_THAT(after({"smart", "show", "sd"}), ElementsAre("sda", "sdb", "sdc", "sdd"));
 }
 
+TEST_F(completion, knows_the_columns_of_a_list) {
+  EXPECT_THAT(after({"client", "list", "--columns", ""}),
+              ElementsAre("address", "protocol", "share", "user"));
+  EXPECT_THAT(after({"client", "list", "--columns", "share,"}),
+              ElementsAre("share,address", "share,protocol", "share,user"));
+  EXPECT_THAT(after({"fs", "list", "--columns", "mou"}), ElementsAre("mount_point"));
+  machine.remove(listed);
+  EXPECT_THAT(after({"share", "list", "--columns", "na"}), ElementsAre("name"))
+      << "columns are known when the list is not";
+}
+
 TEST_F(completion, offers_no_name_for_something_new) {
   EXPECT_THAT(after({"share", "add", ""}), IsEmpty());
   EXPECT_THAT(after({"vg", "create", ""}), IsEmpty());

@@ -93,3 +93,14 @@ TEST(program, does_not_go_down_without_a_terminal) {
     EXPECT_THAT(got.text, HasSubstr("there is no terminal to ask on"));
   }
 }
+
+TEST(program, tries_no_change_when_it_may_make_no_copies_of_the_settings) {
+  const std::string unprivileged =
+      ::geteuid() == 0 ? "setpriv --bounding-set=-all --inh-caps=-all " : "";
+  const ended got = run(unprivileged + orvctl + " ftp-limit set --clients 20 --dry-run 2>&1");
+  EXPECT_EQ(got.status, 1);
+  EXPECT_EQ(got.text,
+            "orvctl: ftp-limit set: private copies of the settings cannot be made, and so nothing "
+            "was tried: a mount namespace: Operation not permitted\n"
+            "  What to do: run it as root\n");
+}

@@ -1,4 +1,8 @@
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include "tests/orvctl/appliance.h"
+#include "tools/orvctl/redirection.h"
 #include "tools/orvctl/table.h"
 
 using orvctl::json;
@@ -99,6 +103,34 @@ TEST_F(client_verbs, show_what_was_found_before_a_failure) {
   EXPECT_EQ(got.status, 1);
   EXPECT_THAT(got.out, HasSubstr("Ftp"));
   EXPECT_THAT(got.err, HasSubstr("ORV_E_COMMAND (-11000)"));
+}
+
+/// What the library's tools wrote on standard error while a command line ran.
+class client_notes : public client_verbs {
+ protected:
+  client_notes() { machine.tool("netstat").prints(""); }
+
+  std::string notes_of(const std::string& words) {
+    char text[256] = "";
+    const int notes = ::memfd_create("notes", MFD_CLOEXEC);
+    {
+      const orvctl::redirection noted(stderr, notes);
+      orvctl(words);
+    }
+    EXPECT_GE(::pread(notes, text, sizeof text - 1, 0), 0);
+    ::close(notes);
+    return text;
+  }
+};
+
+TEST_F(client_notes, of_a_tool_that_succeeds_are_no_news) {
+  machine.tool("smbstatus").runs("echo 'No locked files' >&2");
+  EXPECT_EQ(notes_of("client list"), "");
+}
+
+TEST_F(client_notes, of_a_tool_that_fails_are_shown) {
+  machine.tool("smbstatus").runs("echo 'no messaging' >&2; exit 1");
+  EXPECT_EQ(notes_of("client list"), "no messaging\n");
 }
 
 class ftp_limit_verbs : public appliance {

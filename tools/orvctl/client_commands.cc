@@ -1,4 +1,5 @@
 #include "tools/orvctl/commands.h"
+#include "tools/orvctl/quiet_output.h"
 #include "tools/orvctl/records.h"
 
 namespace orvctl {
@@ -14,7 +15,7 @@ constexpr column<tag_share_conn> client_columns[] = {
 
 void list(session& run) {
   client_list clients;
-  const int result = share_conn_get(clients.get());
+  const int result = without_notes([&] { return share_conn_get(clients.get()); });
   show_list(run, "clients", make_table(client_columns, clients), result);
 }
 

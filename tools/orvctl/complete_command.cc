@@ -3,9 +3,11 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <map>
+#include <sstream>
 
 #include "tools/orvctl/errors.h"
 #include "tools/orvctl/live_objects.h"
+#include "tools/orvctl/session.h"
 
 namespace orvctl {
 namespace {
@@ -22,6 +24,7 @@ struct typed_line {
   const CLI::Option* awaited = nullptr;  ///< whose value is being typed
   std::size_t positional = 0;            ///< number of positional words before the last word
   bool options_are_over = false;         ///< after "--"
+  const std::vector<query>& queries;     ///< of the whole grammar
 
   std::string value_of(const std::string& name, const std::string& otherwise = "") const {
     const auto found = values.find(name);
@@ -73,8 +76,8 @@ void take(typed_line& line, const std::string& word) {
   }
 }
 
-typed_line read(const CLI::App& program, const names& words) {
-  typed_line line{&program, {}};
+typed_line read(const CLI::App& program, const std::vector<query>& queries, const names& words) {
+  typed_line line{.at = &program, .values = {}, .queries = queries};
   for (std::size_t i = 0; i + 1 < words.size(); ++i) take(line, words[i]);
   return line;
 }
@@ -141,6 +144,24 @@ names file_words(const typed_line& line) {
   return noun_of(line) == "conf" ? paths_of_kept_files() : names{any_file};
 }
 
+names columns_of(const query& list) {
+  names columns;
+  std::istringstream in;
+  std::ostringstream unseen;
+  const streams io{in, unseen, unseen, false};
+  session asking{.io = io, .columns_wanted = &columns};
+  list.ask(asking);
+  return columns;
+}
+
+names column_words(const typed_line& line) {
+  const std::string command = noun_of(line) + " " + line.at->get_name();
+  for (const query& each : line.queries) {
+    if (each.command == command) return columns_of(each);
+  }
+  return {};
+}
+
 struct word_kind {
   const char* name;  ///< of an option or of a positional word
   names (*words)(const typed_line&);
@@ -171,6 +192,7 @@ constexpr word_kind kinds[] = {
      [](const typed_line&) {
        return names{"samba", "nfs", "ftp", "iscsi"};
      }},
+    {"--columns", column_words},
     {"--users", [](const typed_line&) { return names_of_users(); }},
     {"MOUNTPOINT", mount_point_words},
     {"PATH", mount_point_words},
@@ -216,8 +238,8 @@ names continued(const names& all, const std::string& word) {
 
 }  // namespace
 
-names completions(const CLI::App& program, const names& words) {
-  const typed_line line = read(program, words);
+names completions(const CLI::App& program, const std::vector<query>& queries, const names& words) {
+  const typed_line line = read(program, queries, words);
   const std::string word = words.empty() ? "" : words.back();
   return continued(candidates(line, word), word);
 }

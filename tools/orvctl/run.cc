@@ -128,7 +128,8 @@ bool asks_for_completions(int argc, const char* const* argv) {
 
 int complete(const CLI::App& program, session& run, int argc, const char* const* argv) {
   const std::vector<std::string> words(argv + 2, argv + argc);
-  for (const std::string& each : completions(program, words)) run.io.out << each << '\n';
+  for (const std::string& each : completions(program, run.queries, words))
+    run.io.out << each << '\n';
   run.io.out.flush();
   return static_cast<int>(exit_status::ok);
 }

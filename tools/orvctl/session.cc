@@ -6,6 +6,10 @@
 namespace orvctl {
 
 void show_list(session& run, const std::string& key, const table& found, int result) {
+  if (run.columns_wanted != nullptr) {
+    *run.columns_wanted = found.names_of_columns();
+    return;
+  }
   // Columns that there are not are refused also when there is nothing to show.
   const std::string text = run.as_json ? "" : found.text(run.shown);
   if (run.as_json) {

@@ -44,7 +44,9 @@ struct session {
   plan* planned = nullptr;               ///< of a rehearsal: what would be done is noted here
   exit_status status = exit_status::ok;  ///< of a command that ends by itself
   list_view shown{};                     ///< how the user wants to see lists
-  std::vector<query> queries{};          ///< those of the whole grammar
+  /// Of a completion: a list tells the names of its columns here, and shows nothing.
+  std::vector<std::string>* columns_wanted = nullptr;
+  std::vector<query> queries{};  ///< those of the whole grammar
   /// Under --json everything a command has to say, written once at the end.
   json document = {{"format_version", format_version}};
 };

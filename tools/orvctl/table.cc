@@ -81,6 +81,14 @@ table::places table::chosen(const list_view& view, const char* heading::*name) c
   return wanted;
 }
 
+std::vector<std::string> table::names_of_columns() const {
+  std::vector<std::string> names;
+  for (const heading& each : headings_) {
+    if (each.title != nullptr) names.push_back(column_name(each.title));
+  }
+  return names;
+}
+
 std::string table::text(const list_view& view) const {
   const scols_table made = make_empty(view);
   const places shown = chosen(view, &heading::title);

@@ -49,6 +49,9 @@ class table {
   void add(std::vector<json> row) { rows_.push_back(std::move(row)); }
   bool empty() const { return rows_.empty(); }
 
+  /// By which the columns that have a title can be chosen.
+  std::vector<std::string> names_of_columns() const;
+
   // A column that the view names and the table or the objects do not have ends the command.
   std::string text(const list_view& view = {}) const;
   json objects(const list_view& view = {}) const;

@@ -37,16 +37,8 @@ void add(session& run, const user_arguments& given) {
   must_fit(given.name, sizeof(tag_user_info::name), "the name of the user");
   must_be_free(given.name);
   const tag_user_info request = request_of(given.name, read_new_password(run, given.name));
-  {
-    const quiet_output quiet;
-    check(sys_user_add(request));
-  }
+  check(without_output([&] { return sys_user_add(request); }));
   report(run, "Added the user " + given.name + ".", {{"user", given.name}});
-}
-
-int modify_quietly(const std::string& name, const tag_user_info& request) {
-  const quiet_output quiet;
-  return sys_user_modify(name.c_str(), request);
 }
 
 void check_modified(int result, const std::string& name) {
@@ -61,7 +53,8 @@ void modify(session& run, const user_arguments& given) {
   must_be_user(given.name);
   if (name != given.name) must_be_free(name);
   const tag_user_info request = request_of(name, read_new_password(run, name));
-  check_modified(modify_quietly(given.name, request), given.name);
+  check_modified(without_output([&] { return sys_user_modify(given.name.c_str(), request); }),
+                 given.name);
   report(run, "Changed the user " + name + ".", {{"user", name}});
 }
 
@@ -73,21 +66,14 @@ void remove(session& run, const user_arguments& given) {
     doomed.add({given.name});
     return doomed;
   });
-  {
-    const quiet_output quiet;
-    check(sys_user_delete(given.name.c_str()));
-  }
+  check(without_output([&] { return sys_user_delete(given.name.c_str()); }));
   report(run, "Deleted the user " + given.name + ".", {{"user", given.name}});
-}
-
-int check_password(const std::string& name, const std::string& password) {
-  const quiet_output quiet;
-  return sys_user_validpwd(name.c_str(), password.c_str());
 }
 
 void verify(session& run, const user_arguments& given) {
   const std::string password = read_password(run, "Password of " + given.name + ": ");
-  const int result = check_password(given.name, password);
+  const int result =
+      without_output([&] { return sys_user_validpwd(given.name.c_str(), password.c_str()); });
   if (result != ORV_E_PASSWORD) check(result);
   const bool right = result == ORV_OK;
   answer(run, right,
