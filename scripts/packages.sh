@@ -11,6 +11,8 @@ test_packages=(libgtest-dev libgmock-dev bash-static busybox-static binutils pyt
 packaging_packages=(debhelper dh-python dpkg-dev mandoc doxygen lintian mmdebstrap pybind11-dev
   python3-dev)
 # shellcheck disable=SC2034
+bench_packages=(libbenchmark-dev libglib2.0-dev libinih-dev)
+# shellcheck disable=SC2034
 lint_packages=(clang clang-format clang-tidy shellcheck black pyflakes3)
 
 # as_root COMMAND...: runs it as root, through sudo for an ordinary user.

@@ -1,0 +1,80 @@
+// Every getter that runs tools, against a shell script that runs exactly the same command lines.
+#include "bench/getters.h"
+
+#include <filesystem>
+#include <memory>
+
+#include "bench/appliance.h"
+#include "bench/clock.h"
+#include "bench/machine.h"
+#include "bench/process.h"
+#include "bench/row.h"
+#include "bench/watch.h"
+
+namespace bench {
+namespace {
+
+constexpr char limit[] = "a shell of its own for each command line";
+
+/// The command line with its output thrown away.
+std::string discarding(std::string line) {
+  const std::size_t redirection = line.rfind("> /tmp/");
+  if (redirection != std::string::npos) line.replace(redirection, line.npos, "> /dev/null");
+  return line;
+}
+
+/// A script of the command lines that a getter runs, found out by watching it.
+void write_script(const getter& asked, const std::string& path) {
+  const watch watching;
+  asked.call();
+  std::string script;
+  for (const std::string& line : watching.seen().commands) script += discarding(line) + '\n';
+  write_file(path, script);
+}
+
+row compared(const getter& asked, const std::string& size, int rounds, pace tools,
+             std::function<void()> set_up) {
+  const std::string script = std::string("/tmp/") + asked.name + ".sh";
+  row made;
+  made.name = std::string(asked.name) + ", " + size +
+              (tools == pace::real ? "" : ", tools that take no time");
+  made.other = "shell script of the same command lines";
+  made.wanted = 1.05;
+  made.limit = limit;
+  made.prepare = [asked, script, set_up, tools] {
+    set_up();
+    set_pace(tools);
+    write_script(asked, script);
+  };
+  made.ours = time_of(asked.call);
+  made.others = time_of([script] { run_program({"/bin/sh", script}); });
+  made.rounds = rounds;
+  made.tells_own_share = true;
+  return made;
+}
+
+}  // namespace
+
+void add_getters(rows& all) {
+  struct {
+    storage sizes;
+    const char* text;
+    int rounds;
+  } const machines[] = {{{4, 1, 1}, "4 disks, 1 array, 1 pool", 21},
+                        {{40, 20, 50}, "40 disks, 20 arrays, 50 pools", 9},
+                        {{80, 40, 500}, "80 disks, 40 arrays, 500 pools", 7}};
+  for (const auto& machine : machines) {
+    const auto set_up = [machine] {
+      set_storage(machine.sizes);
+      set_shares(machine.sizes.pools);
+      set_connections(3 * machine.sizes.pools);
+    };
+    for (const getter& asked : getters) {
+      for (const pace tools : {pace::real, pace::none}) {
+        all.push_back(compared(asked, machine.text, machine.rounds, tools, set_up));
+      }
+    }
+  }
+}
+
+}  // namespace bench

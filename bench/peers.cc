@@ -1,0 +1,69 @@
+// The same answers from what a user would write instead: a shell script, and a Python script.
+#include <sstream>
+#include <stdexcept>
+
+#include "bench/appliance.h"
+#include "bench/machine.h"
+#include "bench/process.h"
+#include "bench/row.h"
+
+namespace bench {
+namespace {
+
+using command = std::vector<std::string>;
+
+void ask(const command& program, const std::string& answer) {
+  if (run_program(program, answer) != 0) throw std::runtime_error(program.back() + " failed");
+}
+
+/// Both give the same answer, to the byte.
+void expect_same(const command& ours, const command& other) {
+  ask(ours, "/tmp/ours");
+  ask(other, "/tmp/other");
+  std::istringstream our_answer(read_file("/tmp/ours"));
+  std::istringstream other_answer(read_file("/tmp/other"));
+  std::string our_line;
+  std::string other_line;
+  while (std::getline(our_answer, our_line)) {
+    std::getline(other_answer, other_line);
+    if (our_line != other_line) throw std::runtime_error(our_line + " | " + other_line);
+  }
+  if (std::getline(other_answer, other_line)) throw std::runtime_error("more: " + other_line);
+}
+
+struct question {
+  const char* name;
+  const char* limit;
+};
+
+constexpr question questions[] = {
+    {"disks", "ours starts a shell for each of the driver's files"},
+    {"arrays", "ours reads mdstat twice and lists the disks for the enclosures"},
+    {"groups", "ours lists arrays and disks, each array once more, for the enclosures"},
+    {"pools", "ours lists groups, arrays and disks for the enclosures"},
+    {"filesystems", "ours lists pools, groups, arrays and disks for states and enclosures"},
+    {"shares", "the library reads each file once"},
+};
+
+}  // namespace
+
+void add_peers(rows& all) {
+  for (const question& asked : questions) {
+    const command ours = {"/usr/bin/orv_report", asked.name};
+    for (const command& other : {command{"/bin/sh", "/peers/report.sh", asked.name},
+                                 command{"/usr/bin/python3", "/peers/report.py", asked.name}}) {
+      const auto prepare = [=] {
+        set_storage({.disks = 40, .arrays = 20, .pools = 50});
+        set_shares(300);
+        set_pace(pace::real);
+        expect_same(ours, other);
+      };
+      all.push_back({std::string("report of ") + asked.name + ", " + other[1].substr(7),
+                     other[1].substr(7), 1.0, asked.limit, prepare,
+                     time_of([=] { ask(ours, "/dev/null"); }),
+                     time_of([=] { ask(other, "/dev/null"); }), 9});
+    }
+  }
+}
+
+}  // namespace bench

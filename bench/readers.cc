@@ -1,0 +1,104 @@
+// The configuration files with 10,000 entries, against two readers of INI files. A file in another
+// format is compared with an INI file of as many bytes.
+#include <fcntl.h>
+#include <glib.h>
+#include <ini.h>
+#include <orv/scoped.h>
+#include <unistd.h>
+
+#include "bench/appliance.h"
+#include "bench/machine.h"
+#include "bench/row.h"
+
+namespace bench {
+namespace {
+
+constexpr int entries = 10'000;
+constexpr char ini_path[] = "/tmp/same_size.ini";
+
+template <int (*Reader)(int, tag_shareconf_list*)>
+void read_shares(const char* path) {
+  const int file = open(path, O_RDONLY | O_CLOEXEC);
+  orv::share_list shares;
+  shares.read([file](tag_shareconf_list* list) { return Reader(file, list); });
+  close(file);
+}
+
+template <auto Getter, class List>
+void read_list(const char* /*path*/) {
+  List list;
+  list.read(Getter);
+}
+
+struct reader {
+  const char* name;
+  const char* path;
+  void (*read)(const char* path);
+  bool is_ini;
+};
+
+constexpr reader readers[] = {
+    {"sharefolder.conf", "/etc/sharefolder.conf", read_shares<get_share_from_conf>, true},
+    {"sharefolder.conf of share_get", "/etc/sharefolder.conf",
+     read_list<get_shareinfo_from_shareconf, orv::share_list>, true},
+    {"smb.conf", "/etc/samba/smb.conf", read_shares<get_share_from_smb>, true},
+    {"exports", "/etc/exports", read_shares<get_share_from_nfs>, false},
+    {"ietd.conf", "/etc/ietd.conf", read_shares<get_share_from_ietd>, false},
+    {"mdfstab", "/etc/mdfstab", read_list<mdfstab_get, orv::file_system_list>, false},
+    {"user file", "/etc/nas_userfile.conf", read_list<sys_user_get, orv::user_list>, false},
+};
+
+std::string ini_of_size(std::size_t size) {
+  std::string text;
+  for (int section = 0; text.size() < size; ++section) {
+    const std::string number = std::to_string(section);
+    text += "[share" + number + "]\n    comment = what the people of room " + number +
+            " share\n    path = /mnt/pool" + number + "/share\n    writable = yes\n";
+  }
+  text.resize(size - 1);
+  return text + '\n';
+}
+
+/// Each entry is one of the file's own service.
+void write_configuration(const reader& measured) {
+  const std::string path = measured.path;
+  const int shares_of_all_services = 3 * entries;
+  const bool is_of_all = path == "/etc/exports" || path == "/etc/ietd.conf";
+  set_shares(is_of_all ? shares_of_all_services : entries,
+             is_of_all ? services::mixed : services::samba);
+  if (path == "/etc/mdfstab") set_mount_table(entries);
+  if (path == "/etc/nas_userfile.conf") set_users(entries);
+  write_file(ini_path, measured.is_ini ? read_file(path) : ini_of_size(read_file(path).size()));
+}
+
+void read_by_glib() {
+  GKeyFile* const file = g_key_file_new();
+  g_key_file_load_from_file(file, ini_path, G_KEY_FILE_NONE, nullptr);
+  g_key_file_free(file);
+}
+
+int take(void* count, const char* /*section*/, const char* /*name*/, const char* /*value*/) {
+  ++*static_cast<int*>(count);
+  return 1;
+}
+
+void read_by_inih() {
+  int settings = 0;
+  ini_parse(ini_path, take, &settings);
+}
+
+}  // namespace
+
+void add_readers(rows& all) {
+  constexpr char limit[] = "filling the records: each is cleared, filled and released";
+  for (const reader& measured : readers) {
+    const auto prepare = [measured] { write_configuration(measured); };
+    const side ours = time_of([measured] { measured.read(measured.path); });
+    const std::string name = std::string(measured.name) + ", 10,000 entries";
+    all.push_back(
+        {name + ", GKeyFile", "GKeyFile", 0.5, limit, prepare, ours, time_of(read_by_glib), 31});
+    all.push_back({name + ", inih", "inih", 1.0, limit, prepare, ours, time_of(read_by_inih), 31});
+  }
+}
+
+}  // namespace bench

@@ -1,0 +1,121 @@
+// Discovery and changes of shares at ten times the number of shares.
+#include <orv/scoped.h>
+#include <orv/support.h>
+
+#include "bench/appliance.h"
+#include "bench/clock.h"
+#include "bench/machine.h"
+#include "bench/row.h"
+#include "bench/watch.h"
+
+namespace bench {
+namespace {
+
+constexpr int few = 1'000;
+constexpr int many = 10'000;
+
+/// A side that first brings the machine to a number of shares.
+side with_shares(int count, services used, side measured) {
+  return [=] {
+    set_shares(count, used);
+    return measured();
+  };
+}
+
+void get_shares() {
+  orv::share_list shares;
+  shares.read(share_get);
+}
+
+double opens_of(const std::string& path) {
+  const watch watching;
+  get_shares();
+  return watching.seen().opens.contains(path) ? watching.seen().opens.at(path) : 0;
+}
+
+tag_share_config share_called(const char* name) {
+  tag_share_config share{};
+  share_conf_init(&share);
+  liborv_strncpy(share.name, sizeof share.name, name);
+  liborv_strncpy(share.path, sizeof share.path, "/mnt/pool1/new");
+  liborv_strncpy(share.service, sizeof share.service, "samba");
+  return share;
+}
+
+void add_share() {
+  tag_share_config share = share_called("new");
+  share_add(&share);
+}
+
+void mod_share() {
+  tag_share_config share = share_called("share500");
+  share_mod(&share);
+}
+
+void del_share() { share_del("share500", "samba"); }
+
+struct change {
+  const char* name;
+  void (*make)();
+};
+
+constexpr change changes[] = {
+    {"share_add", add_share}, {"share_mod", mod_share}, {"share_del", del_share}};
+
+double file_syncs_of(void (*make)()) {
+  const watch watching;
+  make();
+  return watching.seen().file_syncs;
+}
+
+double directory_syncs_of(void (*make)()) {
+  const watch watching;
+  make();
+  return watching.seen().directory_syncs;
+}
+
+row counted(const std::string& name, const std::string& other, side ours, side others,
+            const std::string& limit) {
+  return {name, other, 1.0, limit, nullptr, std::move(ours), std::move(others), 1, unit::count};
+}
+
+}  // namespace
+
+void add_share_get(rows& all) {
+  const auto prepare = [] { set_storage({.disks = 4, .arrays = 1, .pools = 500}); };
+  const side time = time_of(get_shares);
+  all.push_back({"share_get, 10,000 shares", "share_get, 1,000 shares", 11,
+                 "linear: statfs of each share's path, records, lookups", prepare,
+                 with_shares(many, services::mixed, time), with_shares(few, services::mixed, time),
+                 11});
+  for (const std::string path : {"/etc/sharefolder.conf", "/etc/samba/smb.conf", "/etc/exports"}) {
+    const side opens = [path] { return opens_of(path); };
+    all.push_back(counted("opens of " + path + " by share_get, 10,000 shares",
+                          "the same, 1,000 shares", with_shares(many, services::mixed, opens),
+                          with_shares(few, services::mixed, opens),
+                          "nothing: a file is read once"));
+  }
+}
+
+void add_share_changes(rows& all) {
+  for (const change& each : changes) {
+    const side time = time_of(each.make);
+    const std::string name = each.name;
+    all.push_back({name + ", 10,000 shares", name + ", 1,000 shares", 11,
+                   "linear: both files are read and written whole", nullptr,
+                   with_shares(many, services::samba, time),
+                   with_shares(few, services::samba, time), 9});
+    const auto make = each.make;
+    const auto counting = [make](double (*count)(void (*)())) {
+      return with_shares(many, services::samba, [=] { return count(make); });
+    };
+    const side allowed = [] { return 2.0; };
+    all.push_back(counted("file syncs of " + name, "as many as allowed", counting(file_syncs_of),
+                          allowed, "two files are changed, and a copy is kept of each"));
+    all.push_back(counted("directory syncs of " + name, "as many as allowed",
+                          counting(directory_syncs_of), allowed,
+                          "two files are changed, and a copy is kept of each"));
+  }
+}
+
+}  // namespace bench

@@ -1,0 +1,46 @@
+/// What the library asks of the C library and of its support library, counted while it runs: these
+/// functions are defined in the benchmark's own program, which comes before the libraries.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+struct watched {
+  std::vector<std::string> commands;  ///< what the command runner was given
+  std::map<std::string, int> opens;   ///< of each path
+  int file_syncs = 0;
+  int directory_syncs = 0;
+};
+
+/// Watches from its making to its end; not one inside the other.
+class watch {
+ public:
+  watch();
+  ~watch();
+  watch(const watch&) = delete;
+  watch& operator=(const watch&) = delete;
+
+  const watched& seen() const { return seen_; }
+
+ private:
+  watched seen_;
+};
+
+/// Watches the heap from its making to its end.
+class heap_watch {
+ public:
+  heap_watch();
+  ~heap_watch();
+  heap_watch(const heap_watch&) = delete;
+  heap_watch& operator=(const heap_watch&) = delete;
+
+  /// Bytes, the allocator's own among them.
+  std::size_t kept() const;
+  std::size_t peak() const;
+};
+
+}  // namespace bench
