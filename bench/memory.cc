@@ -2,8 +2,8 @@
 #include <orv/scoped.h>
 
 #include "bench/appliance.h"
+#include "bench/heap.h"
 #include "bench/row.h"
-#include "bench/watch.h"
 
 namespace bench {
 namespace {

@@ -1,11 +1,9 @@
 #include "bench/watch.h"
 
 #include <dlfcn.h>
-#include <malloc.h>
 #include <orv/support.h>
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 
@@ -14,15 +12,6 @@
 namespace {
 
 bench::watched* watched_now = nullptr;
-
-/// The heap is not counted in blocks that were there before the watch began; those that it frees
-/// meanwhile are few.
-bool counts_heap = false;
-long heap_now = 0;
-long heap_peak = 0;
-
-/// What the allocator keeps before each block.
-constexpr long block_head = 8;
 
 template <class Function>
 Function* next(const char* name) {
@@ -39,32 +28,12 @@ void count_sync(int file) {
   ++(S_ISDIR(examined.st_mode) ? watched_now->directory_syncs : watched_now->file_syncs);
 }
 
-void* counted(void* block) {
-  if (!counts_heap || block == nullptr) return block;
-  heap_now += static_cast<long>(malloc_usable_size(block)) + block_head;
-  heap_peak = std::max(heap_peak, heap_now);
-  return block;
-}
-
-void discount(void* block) {
-  if (!counts_heap || block == nullptr) return;
-  heap_now -= static_cast<long>(malloc_usable_size(block)) + block_head;
-}
-
 }  // namespace
 
 namespace bench {
 
 watch::watch() { watched_now = &seen_; }
 watch::~watch() { watched_now = nullptr; }
-
-heap_watch::heap_watch() {
-  heap_now = heap_peak = 0;
-  counts_heap = true;
-}
-heap_watch::~heap_watch() { counts_heap = false; }
-std::size_t heap_watch::kept() const { return static_cast<std::size_t>(std::max(heap_now, 0L)); }
-std::size_t heap_watch::peak() const { return static_cast<std::size_t>(heap_peak); }
 
 }  // namespace bench
 
@@ -103,31 +72,5 @@ INTERPOSED int fdatasync(int file) {
   count_sync(file);
   return real(file);
 }
-
-// AddressSanitizer has an allocator of its own: nothing is counted there.
-#ifndef __SANITIZE_ADDRESS__
-
-void* __libc_malloc(std::size_t);               // NOLINT(bugprone-reserved-identifier)
-void* __libc_calloc(std::size_t, std::size_t);  // NOLINT(bugprone-reserved-identifier)
-void* __libc_realloc(void*, std::size_t);       // NOLINT(bugprone-reserved-identifier)
-void __libc_free(void*);                        // NOLINT(bugprone-reserved-identifier)
-
-INTERPOSED void* malloc(std::size_t size) noexcept { return counted(__libc_malloc(size)); }
-
-INTERPOSED void* calloc(std::size_t count, std::size_t size) noexcept {
-  return counted(__libc_calloc(count, size));
-}
-
-INTERPOSED void* realloc(void* block, std::size_t size) noexcept {
-  discount(block);
-  return counted(__libc_realloc(block, size));
-}
-
-INTERPOSED void free(void* block) noexcept {
-  discount(block);
-  __libc_free(block);
-}
-
-#endif
 
 }  // extern "C"

@@ -2,7 +2,6 @@
 /// functions are defined in the benchmark's own program, which comes before the libraries.
 #pragma once
 
-#include <cstddef>
 #include <map>
 #include <string>
 #include <vector>
@@ -28,19 +27,6 @@ class watch {
 
  private:
   watched seen_;
-};
-
-/// Watches the heap from its making to its end.
-class heap_watch {
- public:
-  heap_watch();
-  ~heap_watch();
-  heap_watch(const heap_watch&) = delete;
-  heap_watch& operator=(const heap_watch&) = delete;
-
-  /// Bytes, the allocator's own among them.
-  std::size_t kept() const;
-  std::size_t peak() const;
 };
 
 }  // namespace bench

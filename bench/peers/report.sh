@@ -5,7 +5,7 @@ set -eu
 
 disks() {
   spares=$(/usr/local/bin/hotspare --list)
-  awk -v spares=" ${spares#*:} " '
+  cat /proc/scsi/mvSata/? /proc/scsi/mvSata/?? 2> /dev/null | awk -v spares=" ${spares#*:} " '
     function value(file, text) { getline text < file; close(file); return text }
     /^PCI location/ { enclosure = /2,1$/ ? 1 : 3 }
     $10 ~ /^\*sd/ {
@@ -14,11 +14,11 @@ disks() {
       printf "%s %d %d %d %s %s\n", name, 4 * ($2 % 4) + $3 + 1, enclosure + int($2 / 4),
         value(folder "/size") / 2097152 + 0.5, value(folder "/device/state"),
         index(spares, " " name " ") ? "spare" : "-"
-    }' $(printf '%s\n' /proc/scsi/mvSata/* | sort -V)
+    }'
 }
 
 arrays() {
-  for name in $(sed -n 's/^\(md[^ ]*\) .*/\1/p' /proc/mdstat); do
+  sed -n 's/^\(md[^ ]*\) .*/\1/p' /proc/mdstat | while read -r name; do
     members=
     for state in /sys/block/"$name"/md/dev-*/state; do
       member=${state%/state}
