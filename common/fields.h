@@ -11,9 +11,9 @@ namespace orv {
 /// of separators counts as one.
 inline std::string_view from_field(std::string_view line, std::string_view separators,
                                    std::size_t index) {
-  const auto fields = split(line, separators);
-  if (index >= fields.size()) return {};
-  return line.substr(static_cast<std::size_t>(fields[index].data() - line.data()));
+  for (; index > 0; --index) next_part(line, separators);
+  while (!line.empty() && is_one_of(line.front(), separators)) line.remove_prefix(1);
+  return line;
 }
 
 }  // namespace orv

@@ -1,5 +1,7 @@
 #include "common/octal_code.h"
 
+#include <algorithm>
+
 #include "common/control_characters.h"
 
 namespace orv {
@@ -36,7 +38,10 @@ std::string escaped(std::string_view word, std::string_view also) {
 }
 
 std::string unescaped(std::string_view text) {
-  std::string word;
+  // Most words have no code at all.
+  const std::size_t plain = std::min(text.find('\\'), text.size());
+  std::string word(text.substr(0, plain));
+  text.remove_prefix(plain);
   while (!text.empty()) {
     const char coded = coded_character(text);
     word += coded != 0 ? coded : text.front();

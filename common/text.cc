@@ -16,14 +16,14 @@ bool equal_ignoring_case(std::string_view first, std::string_view second) {
 }
 
 std::vector<std::string_view> split(std::string_view text, std::string_view separators) {
+  constexpr std::size_t usual_parts = 8;
   std::vector<std::string_view> parts;
-  std::size_t start = text.find_first_not_of(separators);
-  while (start != std::string_view::npos) {
-    const std::size_t end = text.find_first_of(separators, start);
-    parts.push_back(text.substr(start, end - start));
-    start = text.find_first_not_of(separators, end);
+  parts.reserve(usual_parts);
+  while (true) {
+    const std::string_view part = next_part(text, separators);
+    if (part.empty()) return parts;
+    parts.push_back(part);
   }
-  return parts;
 }
 
 uint64_t leading_number(std::string_view text) {

@@ -30,9 +30,19 @@ void set_text(char (&field)[Size], std::string_view text) {
   copy_text(field, static_cast<int>(Size), text);
 }
 
+/// Whether a character is one of a few. A loop: they are too few for a search to pay.
+constexpr bool is_one_of(char c, std::string_view characters) {
+  for (const char each : characters) {
+    if (c == each) return true;
+  }
+  return false;
+}
+
 /// The text before the first of some characters; all of it when there is none.
-inline std::string_view before(std::string_view text, std::string_view characters) {
-  return text.substr(0, text.find_first_of(characters));
+constexpr std::string_view before(std::string_view text, std::string_view characters) {
+  std::size_t size = 0;
+  while (size < text.size() && !is_one_of(text[size], characters)) ++size;
+  return text.substr(0, size);
 }
 
 /// The text behind the first such character; empty when there is none.
@@ -48,6 +58,14 @@ inline std::string_view after_last(std::string_view text, char character) {
 
 /// True when two texts differ at most in the case of English letters.
 bool equal_ignoring_case(std::string_view first, std::string_view second);
+
+/// Cuts the next part, and the separators before it, off a text; an empty part at its end.
+constexpr std::string_view next_part(std::string_view& text, std::string_view separators) {
+  while (!text.empty() && is_one_of(text.front(), separators)) text.remove_prefix(1);
+  const std::string_view part = before(text, separators);
+  text.remove_prefix(part.size());
+  return part;
+}
 
 /// The parts of a text between separator characters; a run of separators counts as one, so no part
 /// is empty.

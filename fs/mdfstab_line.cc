@@ -14,10 +14,13 @@ constexpr std::size_t longest_line = 255;
 }  // namespace
 
 std::optional<mdfstab_entry> mdfstab_entry_of(std::string_view line) {
-  const std::string_view text = trimmed(line);
-  const auto words = split(text, word_separators);
-  if (text.starts_with('#') || words.size() < 3) return std::nullopt;
-  return mdfstab_entry{unescaped(words[0]), unescaped(words[1]), unescaped(words[2])};
+  std::string_view rest = trimmed(line);
+  if (rest.starts_with('#')) return std::nullopt;
+  const std::string_view device = next_part(rest, word_separators);
+  const std::string_view mountpoint = next_part(rest, word_separators);
+  const std::string_view type = next_part(rest, word_separators);
+  if (type.empty()) return std::nullopt;
+  return mdfstab_entry{unescaped(device), unescaped(mountpoint), unescaped(type)};
 }
 
 std::optional<std::string> mdfstab_key_of(std::string_view line) {

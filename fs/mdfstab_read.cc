@@ -1,5 +1,6 @@
 #include <orv/fs.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "common/families.h"
@@ -16,9 +17,8 @@ namespace {
 /// over.
 std::string_view volume_group_of(std::string_view device) {
   constexpr std::size_t prefix = 5;
-  if (device.size() <= prefix) return {};
-  const auto components = orv::split(device.substr(prefix), "/");
-  return components.empty() ? std::string_view() : components.front();
+  device.remove_prefix(std::min(prefix, device.size()));
+  return orv::next_part(device, "/");
 }
 
 bool append_record(tag_fsinfo_list* list, const orv::mdfstab_entry& entry) {

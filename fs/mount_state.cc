@@ -3,31 +3,37 @@
 
 #include <mntent.h>
 
+#include <string>
+#include <unordered_set>
+
 #include "common/families.h"
 #include "common/handles.h"
 #include "common/log.h"
+#include "common/record_index.h"
 #include "common/text.h"
 
 namespace {
 
-/// True when exactly this directory is mounted; false also when the kernel's list of mounts cannot
+using pool_index = orv::record_index<tag_poolinfo_list>;
+using directories = std::unordered_set<std::string>;
+
+/// The directories on which the kernel has something mounted; none when its list of mounts cannot
 /// be opened.
-bool is_mounted(std::string_view directory) {
+directories mounted_directories() {
+  directories mounted;
   const orv::unique_mount_table mounts(setmntent("/proc/mounts", "re"));
-  if (!mounts || directory.empty()) return false;
+  if (!mounts) return mounted;
   char strings[4096];
   mntent entry{};
   while (getmntent_r(mounts.get(), &entry, strings, sizeof strings) != nullptr) {
-    if (directory == entry.mnt_dir) return true;
+    mounted.emplace(entry.mnt_dir);
   }
-  return false;
+  return mounted;
 }
 
-const tag_pool_info* pool_of(const tag_fs_info& fs, tag_poolinfo_list* pools) {
-  for (const tag_pool_info& pool : orv::records(pools)) {
-    if (orv::text_of(pool.poolname) == orv::text_of(fs.devname)) return &pool;
-  }
-  return nullptr;
+/// True when exactly this directory is mounted.
+bool is_mounted(const directories& mounted, std::string_view directory) {
+  return !directory.empty() && mounted.contains(std::string(directory));
 }
 
 void complete_from_pool(tag_fs_info& fs, const tag_pool_info& pool) {
@@ -39,10 +45,10 @@ void complete_from_pool(tag_fs_info& fs, const tag_pool_info& pool) {
   fs.used = pool.used * mib_per_gib;
 }
 
-void complete(tag_fs_info& fs, tag_poolinfo_list* pools) {
-  const tag_pool_info* const pool = pool_of(fs, pools);
+void complete(tag_fs_info& fs, const pool_index& pools, const directories& mounted) {
+  const tag_pool_info* const pool = pools.find(orv::text_of(fs.devname));
   if (pool != nullptr) complete_from_pool(fs, *pool);
-  if (!is_mounted(orv::text_of(fs.mountpoint))) {
+  if (!is_mounted(mounted, orv::text_of(fs.mountpoint))) {
     orv::set_text(fs.state, "umount");
   } else if (pool == nullptr) {
     orv::set_text(fs.state, "not available");
@@ -60,10 +66,13 @@ int mountfs_get(tag_fsinfo_list* list) {
     orv::log_mount_failure(result);
     return ORV_E_LVDISPLAY;
   }
-  for (tag_fs_info& fs : orv::records(list)) complete(fs, pools.get());
+  const pool_index by_name(pools.get(), &tag_pool_info::poolname);
+  const directories mounted = mounted_directories();
+  for (tag_fs_info& fs : orv::records(list)) complete(fs, by_name, mounted);
   return ORV_OK;
 }
 
 int mount_check(const char* path) {
-  return is_mounted(orv::text_or_empty(path)) ? ORV_OK : ORV_E_FAILED;
+  const bool is_mounted_there = is_mounted(mounted_directories(), orv::text_or_empty(path));
+  return is_mounted_there ? ORV_OK : ORV_E_FAILED;
 }

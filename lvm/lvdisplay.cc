@@ -10,9 +10,9 @@
 #include "common/gib.h"
 #include "common/line_reader.h"
 #include "common/log.h"
+#include "common/record_index.h"
 #include "common/text.h"
 #include "lvm/display.h"
-#include "lvm/vg_lookup.h"
 
 namespace {
 
@@ -26,6 +26,7 @@ void fill_pool(tag_pool_info& pool, const char* line) {
 
 /// Adds the pool of every line of a logical volume; false without memory.
 bool add_pools(tag_poolinfo_list* list, FILE* file, tag_vginfo_list* groups) {
+  const orv::record_index<tag_vginfo_list> known(groups, &tag_vg_info::vgname);
   orv::line_reader reader(file);
   while (reader.next()) {
     const char* const line = ltrimstr(reader.line());
@@ -36,7 +37,7 @@ bool add_pools(tag_poolinfo_list* list, FILE* file, tag_vginfo_list* groups) {
     if (pool == nullptr) return false;
     orv::set_text(pool->poolname, *path);
     fill_pool(*pool, line);
-    const tag_vg_info* const vg = orv::find_group(groups, orv::text_of(pool->vgname));
+    const tag_vg_info* const vg = known.find(orv::text_of(pool->vgname));
     if (vg != nullptr) orv::set_text(pool->enclosure, orv::text_of(vg->enclosure));
   }
   return true;

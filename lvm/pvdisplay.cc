@@ -2,13 +2,17 @@
 #include <orv/lvm.h>
 #include <orv/raid.h>
 
+#include <span>
 #include <string_view>
+#include <unordered_map>
+#include <vector>
 
 #include "common/captured_output.h"
 #include "common/families.h"
 #include "common/gib.h"
 #include "common/line_reader.h"
 #include "common/log.h"
+#include "common/record_index.h"
 #include "common/text.h"
 #include "lvm/display.h"
 
@@ -22,10 +26,24 @@ std::optional<std::string> device_name(const char* line) {
   return path->substr(slash + 1);
 }
 
-/// A group's name in the list is cut to its field; its volumes are found all the same.
-bool is_name_of(const tag_vg_info& vg, std::string_view name) {
-  return orv::text_of(vg.vgname) == name.substr(0, sizeof vg.vgname - 1);
-}
+/// The groups of a list by their names.
+class group_index {
+ public:
+  explicit group_index(tag_vginfo_list* list) {
+    for (tag_vg_info& vg : orv::records(list)) groups_[orv::text_of(vg.vgname)].push_back(&vg);
+  }
+
+  /// Every group of a name. A group's name in the list is cut to its field; its volumes are found
+  /// all the same.
+  std::span<tag_vg_info* const> called(std::string_view name) const {
+    const auto found = groups_.find(name.substr(0, sizeof(tag_vg_info::vgname) - 1));
+    if (found == groups_.end()) return {};
+    return found->second;
+  }
+
+ private:
+  std::unordered_map<std::string_view, std::vector<tag_vg_info*>> groups_;
+};
 
 void set_enclosure(tag_vg_info& vg, tag_pv_info& pv, std::string_view enclosure) {
   orv::set_text(pv.enclosure, enclosure);
@@ -49,16 +67,22 @@ void set_figures(tag_pv_info& pv, const char* line) {
   pv.used = orv::nearest_gib_of_kib(orv::kib_of_extents(orv::number_column(line, 10), extent_kib));
 }
 
+/// Fills a list; what a getter could not read is not in it.
+template <class List>
+List* read(orv::scoped_list<List>& list, int (*getter)(List*)) {
+  getter(list.get());
+  return list.get();
+}
+
 /// Arrays are md devices, and whole disks are named by their channel.
 class software_raid {
  public:
   /// A line without a device path yields no record.
   static constexpr bool keeps_nameless = false;
 
-  software_raid() {
-    raid_get(raids_.get());
-    disks_info_get(disks_.get());
-  }
+  software_raid()
+      : raids_by_name_(read(raids_, raid_get), &tag_md_info::name),
+        disks_by_name_(read(disks_, disks_info_get), &tag_disk_info::name) {}
 
   /// Fills the enclosure; a disk takes its channel number as its name.
   void identify(tag_vg_info& vg, tag_pv_info& pv) {
@@ -69,22 +93,21 @@ class software_raid {
 
  private:
   void identify_array(tag_vg_info& vg, tag_pv_info& pv) {
-    for (const tag_md_info& md : raids_) {
-      if (orv::text_of(md.name) != orv::text_of(pv.pvname)) continue;
-      return set_enclosure(vg, pv, orv::text_of(md.enclosure));
-    }
+    const tag_md_info* const md = raids_by_name_.find(orv::text_of(pv.pvname));
+    if (md != nullptr) set_enclosure(vg, pv, orv::text_of(md->enclosure));
   }
 
   void identify_disk(tag_vg_info& vg, tag_pv_info& pv) {
-    for (const tag_disk_info& disk : disks_) {
-      if (orv::text_of(disk.name) != orv::text_of(pv.pvname)) continue;
-      set_enclosure(vg, pv, orv::text_of(disk.enclosure));
-      return orv::set_text(pv.pvname, std::to_string(disk.ch));
-    }
+    const tag_disk_info* const disk = disks_by_name_.find(orv::text_of(pv.pvname));
+    if (disk == nullptr) return;
+    set_enclosure(vg, pv, orv::text_of(disk->enclosure));
+    orv::set_text(pv.pvname, std::to_string(disk->ch));
   }
 
   orv::scoped_list<tag_mdinfo_list> raids_;
   orv::scoped_list<tag_diskinfo_list> disks_;
+  orv::record_index<tag_mdinfo_list> raids_by_name_;
+  orv::record_index<tag_diskinfo_list> disks_by_name_;
 };
 
 /// Arrays are sd devices, which the controller gives as the arrays' enclosure (model KTA7120U).
@@ -93,20 +116,20 @@ class controller {
   /// A line without a device path yields an empty record.
   static constexpr bool keeps_nameless = true;
 
-  controller() { raid_get(raids_.get()); }
+  controller() : raids_by_device_(read(raids_, raid_get), &tag_md_info::enclosure) {}
 
   /// Gives the volume its array's name, and the only enclosure there is.
   void identify(tag_vg_info& vg, tag_pv_info& pv) {
     if (!orv::text_of(pv.pvname).starts_with("sd")) return;
-    for (const tag_md_info& md : raids_) {
-      if (orv::text_of(md.enclosure) != orv::text_of(pv.pvname)) continue;
-      set_enclosure(vg, pv, "0");
-      return orv::set_text(pv.pvname, orv::text_of(md.name));
-    }
+    const tag_md_info* const md = raids_by_device_.find(orv::text_of(pv.pvname));
+    if (md == nullptr) return;
+    set_enclosure(vg, pv, "0");
+    orv::set_text(pv.pvname, orv::text_of(md->name));
   }
 
  private:
   orv::scoped_list<tag_mdinfo_list> raids_;
+  orv::record_index<tag_mdinfo_list> raids_by_device_;
 };
 
 /// Adds the volume of one line to its group; false without memory.
@@ -127,12 +150,13 @@ bool add_volume(tag_vg_info& vg, const char* line, Devices& known) {
 /// Attaches the volume of every line to the listed group that it names; false without memory.
 template <class Devices>
 bool add_volumes(tag_vginfo_list* list, FILE* file, Devices& known) {
+  const group_index groups(list);
   orv::line_reader reader(file);
   while (reader.next()) {
     const std::optional<std::string> group = orv::text_column(reader.line(), 1);
     if (!group) continue;
-    for (tag_vg_info& vg : orv::records(list)) {
-      if (is_name_of(vg, *group) && !add_volume(vg, reader.line(), known)) return false;
+    for (tag_vg_info* const vg : groups.called(*group)) {
+      if (!add_volume(*vg, reader.line(), known)) return false;
     }
   }
   return true;

@@ -15,6 +15,7 @@
 #include "common/families.h"
 #include "common/handles.h"
 #include "common/log.h"
+#include "common/record_index.h"
 #include "common/text.h"
 
 namespace {
@@ -73,12 +74,11 @@ void append_text(tag_md_info& md, const std::string& text) {
   liborv_strncat(md.disks, static_cast<int>(sizeof md.disks), text.c_str());
 }
 
-void copy_enclosure(tag_diskinfo_list* disks, std::string_view name, tag_md_info& md) {
-  for (const tag_disk_info& disk : orv::records(disks)) {
-    if (orv::text_of(disk.name) != name) continue;
-    orv::set_text(md.enclosure, orv::text_of(disk.enclosure));
-    return;
-  }
+using disk_index = orv::record_index<tag_diskinfo_list>;
+
+void copy_enclosure(const disk_index& disks, std::string_view name, tag_md_info& md) {
+  const tag_disk_info* const disk = disks.find(name);
+  if (disk != nullptr) orv::set_text(md.enclosure, orv::text_of(disk->enclosure));
 }
 
 void add_member(const std::string& name, int state, member_counts& counts, tag_md_info& md) {
@@ -91,7 +91,7 @@ void add_member(const std::string& name, int state, member_counts& counts, tag_m
   }
 }
 
-member_counts read_members(DIR* directory, const std::string& path, tag_diskinfo_list* disks,
+member_counts read_members(DIR* directory, const std::string& path, const disk_index& disks,
                            tag_md_info& md) {
   constexpr std::string_view prefix = "dev-";
   constexpr std::string_view member_beginning = "dev-sd";
@@ -129,8 +129,7 @@ bool has_lost_data(const tag_md_info& md, int expected, int missing, const membe
   return counts.faulty >= 1 || missing >= 1 || counts.spare >= 1;
 }
 
-void read_array(DIR* directory, const std::string& path, tag_diskinfo_list* disks,
-                tag_md_info& md) {
+void read_array(DIR* directory, const std::string& path, const disk_index& disks, tag_md_info& md) {
   const int expected = get_raid_disks((path + "/raid_disks").c_str());
   const member_counts counts = read_members(directory, path, disks, md);
   const int missing = expected > counts.found ? expected - counts.found : 0;
@@ -161,6 +160,7 @@ int get_mdinfo_from_sysblock(tag_mdinfo_list* list) {
   // Only the enclosures come from the disks: without them the arrays are read all the same.
   orv::scoped_list<tag_diskinfo_list> disks;
   disks_info_get(disks.get());
+  const disk_index by_name(disks.get(), &tag_disk_info::name);
   for (tag_md_info& md : orv::records(list)) {
     orv::set_text(md.disks, "");
     const std::string path = "/sys/block/" + std::string(orv::text_of(md.name)) + "/md";
@@ -170,7 +170,7 @@ int get_mdinfo_from_sysblock(tag_mdinfo_list* list) {
       std::printf("cannot open dir %s\n", path.c_str());
       return ORV_E_MD_SYSFS;
     }
-    read_array(directory.get(), path, disks.get(), md);
+    read_array(directory.get(), path, by_name, md);
   }
   return ORV_OK;
 }

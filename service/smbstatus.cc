@@ -1,6 +1,10 @@
 #include <orv/service.h>
 #include <orv/support.h>
 
+#include <algorithm>
+#include <optional>
+#include <vector>
+
 #include "common/captured_output.h"
 #include "common/families.h"
 #include "common/fields.h"
@@ -57,19 +61,40 @@ bool add_process(tag_shareconn_list* list, std::string_view row) {
   return true;
 }
 
-/// Gives the clients of a row of the service table their share. A client whose protocol is set
-/// keeps the share that it has: the first one listed.
-void take_service(tag_shareconn_list* list, std::string_view row) {
-  const auto words = orv::split(row, " ");
-  if (words.size() < 2 || !orv::is_number(words[1]) || words[0] == control_share) return;
-  for (tag_share_conn& connection : orv::records(list)) {
-    if (orv::text_of(connection.protocol) != words[1]) continue;
-    orv::set_text(connection.share, words[0]);
-    orv::set_text(connection.protocol, smb_protocol);
+/// The clients of the process table by their processes. They stay in this order until their
+/// protocols are settled.
+class client_index {
+ public:
+  explicit client_index(tag_shareconn_list* list) {
+    for (tag_share_conn& connection : orv::records(list)) clients_.push_back({&connection});
+    std::ranges::stable_sort(clients_, {}, process_of);
   }
-}
 
-/// Completes the clients that use no share.
+  /// Gives the clients of a row of the service table their share. A client keeps the share that it
+  /// has: the first one listed.
+  void take_service(std::string_view row) {
+    const auto words = orv::split(row, " ");
+    if (words.size() < 2 || !orv::is_number(words[1]) || words[0] == control_share) return;
+    for (client& found : std::ranges::equal_range(clients_, words[1], {}, process_of)) {
+      if (!found.has_share) orv::set_text(found.connection->share, words[0]);
+      found.has_share = true;
+    }
+  }
+
+ private:
+  struct client {
+    tag_share_conn* connection;
+    bool has_share = false;
+  };
+
+  static std::string_view process_of(const client& of) {
+    return orv::text_of(of.connection->protocol);
+  }
+
+  std::vector<client> clients_;
+};
+
+/// Replaces the numbers of the processes.
 void settle_protocols(tag_shareconn_list* list) {
   for (tag_share_conn& connection : orv::records(list)) {
     if (!orv::is_number(orv::text_of(connection.protocol))) continue;
@@ -80,13 +105,16 @@ void settle_protocols(tag_shareconn_list* list) {
 /// Reads the tables of processes and services; false without memory.
 bool read_tables(tag_shareconn_list* list, FILE* file) {
   table_position position;
+  std::optional<client_index> clients;
   orv::line_reader reader(file);
   bool complete = true;
   while (complete && reader.next()) {
     const std::string_view line = orv::trimmed(reader.line());
     const int table = position.table_of(line);
     if (table == 1) complete = add_process(list, line);
-    if (table == 2) take_service(list, line);
+    if (table != 2) continue;
+    if (!clients) clients.emplace(list);
+    clients->take_service(line);
   }
   settle_protocols(list);
   return complete;

@@ -1,6 +1,8 @@
 #ifndef ORV_SHARE_FILE_TEXT_H
 #define ORV_SHARE_FILE_TEXT_H
 
+#include <sys/stat.h>
+
 #include <string>
 #include <string_view>
 
@@ -13,7 +15,13 @@ namespace orv {
 inline std::string file_text(const char* path) {
   std::string text;
   const unique_file file(std::fopen(path, "re"));
-  if (file) read_rest(file.get(), text);
+  if (!file) return text;
+  struct stat examined {};
+  // A text that grows as it is read takes up to three times its size.
+  if (fstat(fileno(file.get()), &examined) == 0) {
+    text.reserve(static_cast<std::size_t>(examined.st_size));
+  }
+  read_rest(file.get(), text);
   return text;
 }
 

@@ -29,14 +29,16 @@ std::size_t place_in(std::span<const std::string_view> keys, std::string_view ke
 
 }  // namespace
 
-ini_section::value_type ini_section::value(std::string_view key) const {
+std::optional<std::string_view> ini_section::value(std::string_view key) const {
   if (values_ == nullptr) return std::nullopt;
   const std::size_t place = place_in(keys_, key);
-  return place == keys_.size() ? std::nullopt : values_[place];
+  if (place == keys_.size() || values_[place].data() == nullptr) return std::nullopt;
+  return values_[place];
 }
 
 ini_index::ini_index(const char* path, std::span<const std::string_view> keys)
     : keys_(keys), text_(file_text(path)) {
+  make_room();
   std::string_view rest = text_;
   std::string_view line;
   while (next_line(rest, line)) {
@@ -50,6 +52,17 @@ ini_index::ini_index(const char* path, std::span<const std::string_view> keys)
   }
 }
 
+/// Exactly as much as is needed: there may be thousands of shares.
+void ini_index::make_room() {
+  std::size_t heads = 0;
+  std::string_view rest = text_;
+  std::string_view line;
+  while (next_line(rest, line)) heads += line.starts_with('[') ? 1 : 0;
+  heads_.reserve(heads);
+  sections_.reserve(heads);
+  values_.reserve(heads * keys_.size());
+}
+
 void ini_index::add_section(std::string_view name) {
   is_taking_ = sections_.try_emplace(name, values_.size()).second;
   if (is_taking_) values_.resize(values_.size() + keys_.size());
@@ -60,8 +73,8 @@ void ini_index::add_setting(std::string_view line) {
   if (equals == std::string_view::npos) return;
   const std::size_t place = place_in(keys_, trimmed(line.substr(0, equals)));
   if (place == keys_.size()) return;
-  auto& value = values_[values_.size() - keys_.size() + place];
-  if (!value) value = c_text(trimmed(line.substr(equals + 1)));
+  std::string_view& value = values_[values_.size() - keys_.size() + place];
+  if (value.data() == nullptr) value = c_text(trimmed(line.substr(equals + 1)));
 }
 
 ini_section ini_index::section(std::string_view name) const {

@@ -20,17 +20,16 @@ struct ini_head {
 /// The settings of one section.
 class ini_section {
  public:
-  using value_type = std::optional<std::string_view>;
-
-  ini_section(std::span<const std::string_view> keys, const value_type* values)
+  /// @param values  one for each key, without data where the section has none; NULL without section
+  ini_section(std::span<const std::string_view> keys, const std::string_view* values)
       : keys_(keys), values_(values) {}
 
   /// The value of one of the index's keys; none when the section, or the key in it, is missing.
-  value_type value(std::string_view key) const;
+  std::optional<std::string_view> value(std::string_view key) const;
 
  private:
   std::span<const std::string_view> keys_;
-  const value_type* values_;
+  const std::string_view* values_;
 };
 
 /// An INI file that is read once, however many lookups follow. They find what `ini_value_get` and
@@ -53,6 +52,7 @@ class ini_index {
   ini_section section(std::string_view name) const;
 
  private:
+  void make_room();
   void add_section(std::string_view name);
   void add_setting(std::string_view line);
 
@@ -61,7 +61,7 @@ class ini_index {
   std::vector<ini_head> heads_;
   /// Where the values of a section begin: one for each key, in the order of the keys.
   std::unordered_map<std::string_view, std::size_t> sections_;
-  std::vector<ini_section::value_type> values_;
+  std::vector<std::string_view> values_;
   bool is_taking_ = false;  ///< settings belong to the last section that was added
 };
 

@@ -3,6 +3,7 @@
 #include <orv/errors.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <vector>
@@ -25,6 +26,15 @@ class blocks {
     }
     c = block_[used_++];
     return 1;
+  }
+
+  int copy_plain(char* buffer, int room) {
+    const std::size_t most = std::min(filled_ - used_, static_cast<std::size_t>(room));
+    const char* const from = block_.data() + used_;
+    std::size_t size = 0;
+    for (; size < most && is_plain_byte(from[size]); ++size) buffer[size] = from[size];
+    used_ += size;
+    return static_cast<int>(size);
   }
 
  private:
@@ -60,7 +70,8 @@ int read_share_lines(int file, line_buffer buffer,
   while ((got = read_line(source, line, longest_share_line)) > 0) {
     const int result = take(stripped(line));
     if (result != ORV_OK) return result;
-    if (buffer == line_buffer::cleared) std::memset(line, 0, sizeof line);
+    // What lies behind the positions of the line is clear already.
+    if (buffer == line_buffer::cleared) std::memset(line, 0, static_cast<std::size_t>(got));
   }
   return got == 0 ? ORV_OK : ORV_E_SHARE_READ;
 }

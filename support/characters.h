@@ -8,7 +8,8 @@ namespace orv::support {
 /// White space of every trim routine, whatever the locale says.
 inline constexpr std::string_view white_space = " \t\r\n\v\f";
 
-inline bool is_white(char c) { return white_space.find(c) != std::string_view::npos; }
+/// Tab, line feed, vertical tab, form feed and carriage return follow each other.
+constexpr bool is_white(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 inline std::string_view trimmed_left(std::string_view text) {
