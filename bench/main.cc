@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iostream>
 #include <string_view>
+#include <vector>
 
 #include "bench/machine.h"
 #include "bench/row.h"
@@ -51,6 +52,19 @@ bench::rows all_rows() {
   return all;
 }
 
+/// Knows whether a row could not be measured.
+class reporter : public benchmark::JSONReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    for (const Run& run : runs) complete_ = complete_ && !run.error_occurred;
+    JSONReporter::ReportRuns(runs);
+  }
+  bool complete() const { return complete_; }
+
+ private:
+  bool complete_ = true;
+};
+
 /// What the library prints is none of the table's.
 void silence_library() {
   const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
@@ -71,9 +85,9 @@ int main(int count, char** words) {
   bench::enter_machine();
   silence_library();
   bench::register_rows(all_rows(), wanted.rounds);
-  benchmark::JSONReporter json;
+  reporter json;
   json.SetOutputStream(&file);
   json.SetErrorStream(&std::cerr);
   const std::size_t run = benchmark::RunSpecifiedBenchmarks(&json);
-  return run > 0 && file.flush() ? 0 : 1;
+  return run > 0 && json.complete() && file.flush() ? 0 : 1;
 }
