@@ -12,6 +12,9 @@ packaging_packages=(debhelper dh-python dpkg-dev mandoc doxygen lintian mmdebstr
   python3-dev)
 # shellcheck disable=SC2034
 bench_packages=(libbenchmark-dev libglib2.0-dev libinih-dev)
+# shellcheck disable=SC2034  # bench/libblockdev
+blockdev_packages=(libblockdev-dev libblockdev-utils-dev libblockdev-lvm-dev libblockdev-mdraid-dev
+  libdevmapper-dev libblockdev-lvm2 libblockdev-mdraid2 qemu-system-x86)
 # shellcheck disable=SC2034
 lint_packages=(clang clang-format clang-tidy shellcheck black pyflakes3)
 

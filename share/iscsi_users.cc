@@ -30,12 +30,13 @@ class reader {
   }
 
   void take(std::string_view line) {
-    const auto words = orv::split(line, " \t");
-    if (words.empty()) return;
-    if (words[0] == "Target") {
+    constexpr std::string_view blanks = " \t";
+    std::string_view rest = line;
+    const std::string_view keyword = orv::next_part(rest, blanks);
+    if (keyword == "Target") {
       begin_target(share_name(line));
-    } else if (words[0] == "IncomingUser" && words.size() > 1 && share_ != nullptr) {
-      orv::append_user(*share_, words[1]);
+    } else if (keyword == "IncomingUser" && share_ != nullptr) {
+      orv::append_user(*share_, orv::next_part(rest, blanks));
     }
   }
 
