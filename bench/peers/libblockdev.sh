@@ -6,7 +6,7 @@ set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"
 
-rounds=7
+rounds=5
 arrays="md0 md1 md2"
 
 fast_rebuilds
