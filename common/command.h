@@ -98,8 +98,8 @@ int run(const command& line, const char* log_form = command_failed);
 /// @return its wait status
 int status_of(const command& line);
 
-/// As `run`, through the C library's own command processor: arrays are created that way. It knows no
-/// limit; while the caller has set one, the command runs as every other.
+/// As `run`, through the C library's own command processor: arrays are created that way. It knows
+/// no limit; while the caller has set one, the command runs as every other.
 int run_by_c_library(const command& line);
 
 /// Logs a command that cannot be run, for the reason in `errno`, as a failed one.
