@@ -1,5 +1,6 @@
 #!/bin/bash
-# The library and libblockdev asked in turns for the same arrays, groups and pools.
+# The library and libblockdev asked in turns for the same arrays, groups and pools. (Of pools of one name
+# in several groups libblockdev lists the first one.)
 # disks: 6x1G
 # timeout: 850
 set -euo pipefail
@@ -17,7 +18,7 @@ for i in 0 1 2; do
   mdadm --create "/dev/md$i" --run --assume-clean --level=1 --raid-devices=2 \
     "/dev/${disks[2 * i]}" "/dev/${disks[2 * i + 1]}" 2>/dev/null
   pvcreate -q "/dev/md$i" && vgcreate -q "vg$i" "/dev/md$i"
-  lvcreate -q -y -n data -L 100M "vg$i"
+  lvcreate -q -y -n "data$i" -L 100M "vg$i"
 done >/dev/null
 
 # milliseconds COMMAND...: how long it took.
