@@ -38,11 +38,11 @@ ORV_API int liborv_system(const char* cmd);
 /// Under a limit the shell leads a process group of its own, so that keys typed at the terminal do
 /// not reach the command. Past the limit the whole group gets SIGTERM, and what is left of it
 /// SIGKILL after two seconds, or as soon as the shell and all that it started have ended. The call
-/// then fails as for a command that was ended by a signal, at most three seconds past the limit, and
-/// `errno` is ETIMEDOUT, which the log shows. A process that a device holds, so that not even SIGKILL
-/// ends it, is waited for no longer; nor is one that left the group (a daemon, as services start
-/// them), which is left alone and goes on. The command may have done any part of its work, or all of
-/// it.
+/// then fails as for a command that was ended by a signal, at most three seconds past the limit,
+/// and `errno` is ETIMEDOUT, which the log shows. A process that a device holds, so that not even
+/// SIGKILL ends it, is waited for no longer; nor is one that left the group (a daemon, as services
+/// start them), which is left alone and goes on. The command may have done any part of its work, or
+/// all of it.
 ///
 /// @param seconds  the limit; 0: none, which is what every thread begins with
 /// @return the limit before
