@@ -10,6 +10,7 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 option(ORV_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(ORV_SANITIZE_THREADS "Build with ThreadSanitizer" OFF)
 option(ORV_COVERAGE "Build with coverage counters" OFF)
 
 add_library(orv_options INTERFACE)
@@ -21,6 +22,10 @@ if(ORV_SANITIZE)
   target_compile_options(orv_options INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(orv_options INTERFACE -fsanitize=address,undefined)
+endif()
+if(ORV_SANITIZE_THREADS)
+  target_compile_options(orv_options INTERFACE -fsanitize=thread)
+  target_link_options(orv_options INTERFACE -fsanitize=thread)
 endif()
 # The code of tests is checked for what it does with memory; instrumented for undefined behaviour too,
 # as the code under test is, it would take half as long again to compile.

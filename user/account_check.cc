@@ -1,15 +1,14 @@
 #include "user/account_check.h"
 
-#include <grp.h>
 #include <orv/support.h>
 #include <orv/user.h>
-#include <pwd.h>
 
 #include <cstdio>
 #include <string>
 
 #include "common/handles.h"
 #include "common/text.h"
+#include "user/account_database.h"
 
 namespace orv {
 namespace {
@@ -30,7 +29,8 @@ int check_login(const std::string& name, int& uid) {
   // Opened for writing too: an account cannot be added to a file that cannot be changed.
   const unique_file file(std::fopen(orv_path_passwd_file, "r+e"));
   if (!file) return log_unreadable_passwords();
-  while (const passwd* const entry = fgetpwent(file.get())) {
+  password_entries entries(file.get());
+  while (const passwd* const entry = entries.next()) {
     if (name == entry->pw_name) {
       liborv_log_error("%s: login already in use", name.c_str());
       return ORV_E_LOGIN_USED;
@@ -44,8 +44,8 @@ int check_login(const std::string& name, int& uid) {
 
 /// Moves the user number on until no group has it, so that user and group can have the same.
 int check_group(const std::string& name, int& uid) {
-  while (is_allowed(uid) && getgrgid(static_cast<gid_t>(uid)) != nullptr) ++uid;
-  if (getgrnam(name.c_str()) == nullptr) return ORV_OK;
+  while (is_allowed(uid) && has_group(static_cast<gid_t>(uid))) ++uid;
+  if (!has_group(name)) return ORV_OK;
   liborv_log_error("%s: group name already in use", name.c_str());
   return ORV_E_GROUP_USED;
 }

@@ -1,6 +1,5 @@
 #include <orv/support.h>
 #include <orv/user.h>
-#include <pwd.h>
 
 #include <cstdio>
 #include <string>
@@ -8,17 +7,19 @@
 #include "common/handles.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "user/account_database.h"
 #include "user/password_hash.h"
 
 int sys_user_validpwd(const char* name, const char* password) {
   const std::string wanted(orv::text_or_empty(name));
-  if (getpwnam(wanted.c_str()) == nullptr) {
+  if (!orv::has_user(wanted)) {
     std::printf("invalide username");
     return ORV_E_NO_USER;
   }
   const orv::unique_file shadow(std::fopen(orv_path_shadow_file, "re"));
   if (!shadow) return orv::log_failure(ORV_E_PASSWORD);
-  while (const passwd* const entry = fgetpwent(shadow.get())) {
+  orv::password_entries entries(shadow.get());
+  while (const passwd* const entry = entries.next()) {
     if (wanted != entry->pw_name) continue;
     const std::string given(orv::text_or_empty(password));
     return orv::has_hash(given, entry->pw_passwd) ? ORV_OK : ORV_E_PASSWORD;

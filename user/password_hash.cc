@@ -3,8 +3,10 @@
 #include <crypt.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdint>
 #include <ctime>
+#include <memory>
 
 namespace orv {
 namespace {
@@ -12,9 +14,11 @@ namespace {
 constexpr std::size_t longest_hash = 127;
 
 /// A hash made by the system's crypt library; empty when it failed. Some versions report a failure
-/// with NULL, others with a text that begins with "*", as no hash does.
+/// with NULL, others with a text that begins with "*", as no hash does. The room for it is the
+/// call's own: a thread that checks a password must not read the hash that another one has made.
 std::string crypted(const std::string& password, const std::string& setting) {
-  const char* const hash = crypt(password.c_str(), setting.c_str());
+  const auto room = std::make_unique<crypt_data>();
+  const char* const hash = crypt_r(password.c_str(), setting.c_str(), room.get());
   return hash == nullptr || *hash == '*' ? std::string() : std::string(hash);
 }
 
@@ -24,9 +28,10 @@ char salt_character(uint32_t number) {
 }
 
 void append_salt_pair(std::string& salt) {
-  static uint32_t seed = 0;
-  seed += static_cast<uint32_t>(std::time(nullptr)) + static_cast<uint32_t>(getpid()) +
-          static_cast<uint32_t>(std::clock());
+  static std::atomic<uint32_t> kept = 0;
+  const uint32_t added = static_cast<uint32_t>(std::time(nullptr)) +
+                         static_cast<uint32_t>(getpid()) + static_cast<uint32_t>(std::clock());
+  const uint32_t seed = kept.fetch_add(added) + added;
   salt += salt_character((seed >> 6) ^ (seed >> 18));
   salt += salt_character((seed >> 12) ^ seed);
 }

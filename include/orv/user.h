@@ -15,8 +15,8 @@
 /// A password never appears in the error log. Files that hold passwords are made for their owner
 /// alone (mode 0600); files that are there keep owner and mode.
 ///
-/// Only the shadow file is locked while it is rewritten, and the functions use the C library's
-/// account database: one call at a time.
+/// Only the shadow file is locked while it is rewritten: changes are to be made one at a time.
+/// Users may be listed and passwords checked from several threads at once.
 
 #include <orv/errors.h>
 #include <orv/export.h>

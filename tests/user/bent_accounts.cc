@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <utility>
@@ -58,8 +59,8 @@ std::string take_salt() { return std::exchange(salt, {}); }
   extern "C" __attribute__((visibility("default"))) result own_##symbol(__VA_ARGS__) asm(#symbol); \
   extern "C" result own_##symbol(__VA_ARGS__)
 
-DEFINE(char*, crypt, const char* password, const char* setting) {
-  if (!crypt_is_bent) return real(own_crypt, "crypt")(password, setting);
+DEFINE(char*, crypt_r, const char* password, const char* setting, void* room) {
+  if (!crypt_is_bent) return real(own_crypt_r, "crypt_r")(password, setting, room);
   errno = EINVAL;
   return const_cast<char*>(bent_answer);
 }
@@ -69,9 +70,9 @@ DEFINE(int, fchmod, int file, mode_t mode) {
   return real(own_fchmod, "fchmod")(file, mode);
 }
 
-DEFINE(group*, getgrgid, gid_t number) {
+DEFINE(int, getgrgid_r, gid_t number, group* room, char* texts, std::size_t size, group** found) {
   looked_up.push_back(number);
-  return real(own_getgrgid, "getgrgid")(number);
+  return real(own_getgrgid_r, "getgrgid_r")(number, room, texts, size, found);
 }
 
 DEFINE(clock_t, clock) {

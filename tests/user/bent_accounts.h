@@ -10,7 +10,7 @@
 /// wants to know how they were called.
 namespace bent {
 
-/// While it exists, `crypt` gives this answer: NULL, or the text that stands for a failure.
+/// While it exists, `crypt_r` gives this answer: NULL, or the text that stands for a failure.
 class crypt_answer {
  public:
   explicit crypt_answer(const char* answer);

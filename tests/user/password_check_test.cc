@@ -1,5 +1,9 @@
 #include <unistd.h>
 
+#include <atomic>
+#include <string>
+#include <thread>
+
 #include "tests/user/user_machine.h"
 
 using testing::IsEmpty;
@@ -93,6 +97,25 @@ TEST_F(password_check, passes_over_what_is_no_entry) {
   shadow_entry("# bob:x\n\n" + std::string(100000, 'x') + "\n" + std::string("\0:\xff\n", 4) +
                "bob:" + md5_of_secret + ":19000:0:99999:7:::");
   EXPECT_EQ(sys_user_validpwd("bob", "secret"), ORV_OK);
+}
+
+TEST_F(password_check, passes_over_entries_of_any_length) {
+  passwd("ann:x:601:601:" + std::string(5000, 'a') +
+         ":/:/bin/nologin\nbob:x:600:600:" + std::string(5000, 'b') + ":/:/bin/nologin\n");
+  shadow_entry("ann:" + std::string(5000, 'x') + ":19000:0:99999:7:::\nbob:" + md5_of_secret +
+               ":19000:0:99999:7:::\n");
+  EXPECT_EQ(sys_user_validpwd("bob", "secret"), ORV_OK);
+  EXPECT_EQ(sys_user_validpwd("ann", "secret"), ORV_E_PASSWORD);
+}
+
+TEST_F(password_check, of_one_thread_knows_nothing_of_another_ones) {
+  std::atomic<bool> is_over = false;
+  std::thread right([&] {
+    while (!is_over) EXPECT_EQ(sys_user_validpwd("bob", "secret"), ORV_OK);
+  });
+  for (int i = 0; i < 300; ++i) EXPECT_EQ(sys_user_validpwd("bob", "wrong"), ORV_E_PASSWORD);
+  is_over = true;
+  right.join();
 }
 
 TEST_F(password_check, without_a_shadow_file_is_logged) {
