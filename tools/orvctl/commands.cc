@@ -1,6 +1,9 @@
 #include "tools/orvctl/commands.h"
 
+#include <orv/scoped.h>
+
 #include <CLI/CLI.hpp>
+#include <charconv>
 
 #include "tools/orvctl/dry_run.h"
 #include "tools/orvctl/signals.h"
@@ -20,7 +23,32 @@ std::vector<std::string> split(const std::string& names) {
   }
 }
 
+bool is_time(std::string_view word) {
+  unsigned seconds = 0;
+  const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), seconds);
+  return error == std::errc() && end == word.data() + word.size() && seconds >= 1 &&
+         seconds <= 86400;
+}
+
+void carry_out(session& run, const std::function<void(session&)>& action, bool changes) {
+  const orv::tool_timeout limit(run.tool_timeout.value_or(orv_tool_timeout()));
+  if (run.dry_run) return show_plan_of(run, action);
+  if (changes) {
+    const finishing_first whatever_becomes_of_the_terminal;
+    action(run);
+  } else {
+    const ending_cleanly after_the_running_tool;
+    action(run);
+  }
+}
+
 }  // namespace
+
+void add_timeout(CLI::App& verb, session& run) {
+  add_option(verb, "--timeout", run.tool_timeout, "end every tool that takes longer")
+      .type_name("SECONDS")
+      .check({is_time, "a number of seconds from 1 to 86400"});
+}
 
 CLI::App& add_noun(CLI::App& program, const std::string& name, const std::string& about,
                    const std::string& example) {
@@ -34,6 +62,7 @@ CLI::App& add_verb(CLI::App& noun, session& run, const std::string& name, const 
                    const std::string& example) {
   CLI::App& verb = *noun.add_subcommand(name, about);
   add_flag(verb, "--json", run.as_json, "write one JSON document, also for an error");
+  add_timeout(verb, run);
   verb.footer("Example:\n  " + example);
   return verb;
 }
@@ -80,16 +109,7 @@ option add_word(CLI::App& verb, const std::string& name, std::string& word,
 
 void on_run(CLI::App& verb, session& run, const std::function<void(session&)>& action) {
   const bool changes = verb.get_option_no_throw("--dry-run") != nullptr;
-  verb.callback([&run, action, changes] {
-    if (run.dry_run) return show_plan_of(run, action);
-    if (changes) {
-      const finishing_first whatever_becomes_of_the_terminal;
-      action(run);
-    } else {
-      const ending_cleanly after_the_running_tool;
-      action(run);
-    }
-  });
+  verb.callback([&run, action, changes] { carry_out(run, action, changes); });
 }
 
 }  // namespace orvctl

@@ -50,6 +50,8 @@ CLI::App& add_noun(CLI::App& program, const std::string& name, const std::string
                    const std::string& example);
 CLI::App& add_verb(CLI::App& noun, session& run, const std::string& name, const std::string& about,
                    const std::string& example);
+/// How long each tool may take, which every command can be told.
+void add_timeout(CLI::App& verb, session& run);
 /// A verb that changes something, and so takes --dry-run.
 CLI::App& add_changing_verb(CLI::App& noun, session& run, const std::string& name,
                             const std::string& about, const std::string& example);

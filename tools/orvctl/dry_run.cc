@@ -8,6 +8,7 @@
 #include <ostream>
 #include <sstream>
 
+#include "tools/orvctl/library_calls.h"
 #include "tools/orvctl/plan.h"
 #include "tools/orvctl/private_folders.h"
 #include "tools/orvctl/rehearsal.h"
@@ -61,6 +62,7 @@ json rehearsed(const session& run, const std::function<void(session&)>& action) 
   } catch (const problem& found) {
     result["problem"] = json_of(found);
   }
+  result["ended"] = ended_command();
   result["plan"] = json_of(noted);
   result["losses"] = noted.losses;
   return result;
@@ -127,6 +129,7 @@ void show(session& run, const json& result) {
 
 void show_plan_of(session& run, const std::function<void(session&)>& action) {
   const json result = in_own_process([&] { return rehearsed(run, action); });
+  set_ended_command(result["ended"]);
   if (result["problem"].is_null()) return show(run, result);
   // What would have been done before that is worth to be known.
   if (!result["plan"]["steps"].empty() || run.as_json) show(run, result);

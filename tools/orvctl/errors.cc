@@ -13,6 +13,10 @@ struct remedy {
 };
 
 constexpr char see_log[] = "see the system log, entries of 'orv': they name the step that failed";
+constexpr char see_what_it_did[] =
+    "see 'orvctl status' for what is there now: of a change any part may have been made; or give "
+    "it "
+    "more time";
 constexpr char see_disks[] = "run 'orvctl disk list' to see channels and enclosures";
 constexpr char see_raids[] = "run 'orvctl raid list' to see the arrays";
 constexpr char see_groups[] = "run 'orvctl vg list' to see the volume groups";
@@ -198,6 +202,25 @@ problem partial_problem(int code, const std::string& detail) {
   problem result = library_problem(code, detail);
   result.status = exit_status::partial;
   return result;
+}
+
+problem timeout_problem(const std::string& command) {
+  problem result;
+  result.status = exit_status::timed_out;
+  result.name = "timeout";
+  result.meaning = "a tool took longer than --timeout allows and was ended";
+  result.detail = command;
+  result.advice = see_what_it_did;
+  return result;
+}
+
+problem by_timeout(problem found, const std::string& command) {
+  if (found.status == exit_status::usage) return found;
+  if (found.status != exit_status::partial) found.status = exit_status::timed_out;
+  const problem cause = timeout_problem(command);
+  found.detail += (found.detail.empty() ? "" : "; ") + cause.meaning + ": " + command;
+  found.advice = cause.advice;
+  return found;
 }
 
 problem usage_problem(const std::string& meaning, const std::string& advice) {

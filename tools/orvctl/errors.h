@@ -20,6 +20,7 @@ enum class exit_status : int {
   not_found = 3,  ///< what the command names is not there; also the answer "no" to a question
   in_use = 4,     ///< busy: what the command names is in use or locked, or the name is taken
   partial = 5,    ///< a part of the change was made; the message says which, or what is left to do
+  timed_out = 6,  ///< a tool took longer than --timeout allows and was ended
 };
 
 /// One row of the table of result codes.
@@ -49,6 +50,10 @@ problem library_problem(int code, const std::string& detail = "");
 /// A change that stopped after a part of it was made.
 /// @param detail  which part, or what is left to do
 problem partial_problem(int code, const std::string& detail);
+/// A tool was ended since it took too long, and nothing else is wrong.
+problem timeout_problem(const std::string& command);
+/// A problem that came about since a tool was ended.
+problem by_timeout(problem found, const std::string& command);
 problem usage_problem(const std::string& meaning, const std::string& advice);
 
 /// Ends the command unless the library's result is ORV_OK.

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <ctime>
 #include <string_view>
 #include <utility>
@@ -18,6 +19,7 @@ namespace {
 library_calls* asked = nullptr;
 std::atomic<const char*> running = "";
 std::function<void()> due;
+std::string ended;
 
 // Of a command line that sets a password, all but the tool that it goes to.
 const char* without_secret(const char* line) {
@@ -32,13 +34,22 @@ result hidden(result (*)(parameters...), const char* symbol, arguments... values
   return found(values...);
 }
 
+/// The library leaves the caller's `errno` alone, but for a command that failed by the limit.
+int run_noting_the_limit(int (*own)(const char*), const char* symbol, const char* line) {
+  const int before = std::exchange(errno, 0);
+  const int status = hidden(own, symbol, line);
+  if (status > 0 && errno == ETIMEDOUT && ended.empty()) ended = without_secret(line);
+  if (errno == 0) errno = before;
+  return status;
+}
+
 int run_command(int (*own)(const char*), const char* symbol, const char* line) {
   if (asked != nullptr && line != nullptr) {
     if (const std::optional<int> status = asked->command(line)) return *status;
   }
   if (due && line != nullptr && !only_asks(line)) std::exchange(due, nullptr)();
   running = without_secret(line);
-  const int status = hidden(own, symbol, line);
+  const int status = run_noting_the_limit(own, symbol, line);
   running = "";
   return status;
 }
@@ -59,6 +70,10 @@ std::string local_time(std::time_t when) {
 void replace_library_calls(library_calls* calls) { asked = calls; }
 
 void before_next_change(std::function<void()> call) { due = std::move(call); }
+
+const std::string& ended_command() { return ended; }
+
+void set_ended_command(const std::string& line) { ended = line; }
 
 const char* running_command() { return running; }
 

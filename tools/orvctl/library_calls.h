@@ -24,6 +24,13 @@ void replace_library_calls(library_calls* calls);
 /// Called once, right before the next command that changes something; an empty one never.
 void before_next_change(std::function<void()> call);
 
+/// The command line that was ended first since the library ran it for longer than the limit allows;
+/// empty when none was. A password is not in it.
+const std::string& ended_command();
+
+/// As if this one had been; an empty one forgets what was.
+void set_ended_command(const std::string& line);
+
 /// The command line that the library runs at this moment, empty when there is none. Fit for a
 /// signal handler.
 const char* running_command();

@@ -95,6 +95,7 @@ void measure_sources(const inventory& machine, metric_families& to) {
 }
 
 void metrics(session& run) {
+  run.shows_gaps = true;
   inventory machine;
   ask_smart(machine.disks, smart_part::summary);
   ask_smart(machine.disks, smart_part::attributes);

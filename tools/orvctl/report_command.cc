@@ -108,6 +108,7 @@ json time_now() {
 
 // The text is written at once: a reader that goes away in its midst is known by the failure.
 void make_report(session& run) {
+  run.shows_gaps = true;
   json report = {{"time", time_now()}, {"versions", versions()}};
   std::ostringstream text;
   text << "Report of orvctl, " << report["time"].dump() << '\n';

@@ -8,6 +8,7 @@
 #include "tools/orvctl/commands.h"
 #include "tools/orvctl/complete_command.h"
 #include "tools/orvctl/errors.h"
+#include "tools/orvctl/library_calls.h"
 #include "tools/orvctl/problem_text.h"
 
 namespace orvctl {
@@ -26,11 +27,14 @@ void build(CLI::App& program, session& run) {
   program.require_subcommand(1);
   program.set_version_flag("--version", "orvctl " ORVCTL_VERSION);
   program.add_flag("--json", run.as_json, "write one JSON document, also for an error");
+  add_timeout(program, run);
   program.footer(
       "Example:\n  orvctl raid create --level raid5 --disks 1,2,3\n\n"
       "Data goes to standard output, everything else to standard error.\n"
       "Exit status: 0 done, 1 failed, 2 wrong usage, 3 not found, 4 busy (in use or taken),\n"
-      "5 done in part. 'orvctl system codes' shows that of every result code.");
+      "5 done in part, 6 a tool took longer than --timeout allows. 'orvctl system codes' shows "
+      "that\n"
+      "of every result code.");
   program.get_formatter()->column_width(34);
   add_disk_commands(program, run);
   add_spare_commands(program, run);
@@ -106,7 +110,11 @@ exit_status tell(session& run, const std::string& command, const problem& found)
 
 exit_status parse_and_run(CLI::App& program, session& run, int argc, const char* const* argv) {
   try {
+    set_ended_command("");
     program.parse(argc, argv);
+    if (ended_command().empty()) return run.status;
+    if (!run.shows_gaps) throw timeout_problem(ended_command());
+    run.io.err << problem_text(command_name(program), timeout_problem(ended_command()));
     return run.status;
   } catch (const CLI::Success& asked) {  // --help or --version
     run.as_json = false;
@@ -115,7 +123,8 @@ exit_status parse_and_run(CLI::App& program, session& run, int argc, const char*
   } catch (const CLI::ParseError& error) {
     return tell(run, command_name(program), usage_problem_of(error, program));
   } catch (const problem& found) {
-    return tell(run, command_name(program), found);
+    const bool has_cause = !ended_command().empty() && found.status != exit_status::timed_out;
+    return tell(run, command_name(program), has_cause ? by_timeout(found, ended_command()) : found);
   } catch (const std::exception& error) {  // no memory, for one
     return tell(run, command_name(program), library_problem(ORV_E_FAILED, error.what()));
   }

@@ -2,6 +2,7 @@
 #define ORVCTL_SESSION_H
 
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,7 +42,9 @@ struct session {
   bool as_json = false;
   bool yes = false;
   bool dry_run = false;
-  plan* planned = nullptr;               ///< of a rehearsal: what would be done is noted here
+  std::optional<unsigned> tool_timeout{};  ///< seconds that each tool may take
+  bool shows_gaps = false;  ///< of a command that itself tells what cannot be found out
+  plan* planned = nullptr;  ///< of a rehearsal: what would be done is noted here
   exit_status status = exit_status::ok;  ///< of a command that ends by itself
   list_view shown{};                     ///< how the user wants to see lists
   /// Of a completion: a list tells the names of its columns here, and shows nothing.

@@ -110,6 +110,7 @@ void show_screen(session& run, const inventory& machine, const std::vector<findi
 }
 
 void status(session& run) {
+  run.shows_gaps = true;
   inventory machine;
   // A disk that says nothing of its health is not wrong: few virtual ones do.
   ask_smart(machine.disks, smart_part::summary);
