@@ -72,7 +72,7 @@ std::vector<call> queries() {
       {"pwstate_get", 4, read_text<pwstate_get>, {}},
       {"smb_status_get", 4, ask_service<smb_status_get>, {}},
       {"nfs_status_get", 4, ask_service<nfs_status_get>, {}},
-      {"ftp_share_para_get", 80, read_limits, {}},
+      {"ftp_share_para_get", 80, read_limits, {}, {ORV_E_FTP_CONFIG}},
   };
 }
 
