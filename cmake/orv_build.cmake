@@ -27,6 +27,9 @@ if(ORV_SANITIZE_THREADS)
   target_compile_options(orv_options INTERFACE -fsanitize=thread)
   target_link_options(orv_options INTERFACE -fsanitize=thread)
 endif()
+if(ORV_FUZZ)
+  target_compile_options(orv_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 # The code of tests is checked for what it does with memory; instrumented for undefined behaviour too,
 # as the code under test is, it would take half as long again to compile.
 add_library(orv_test_options INTERFACE)

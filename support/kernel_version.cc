@@ -2,16 +2,18 @@
 
 #include <sys/utsname.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 int get_linux_version() {
   utsname machine{};
   if (uname(&machine) != 0) return -1;
+  constexpr long largest_number = 999;  // more would run into the number before it
   long numbers[3] = {0, 0, 0};
   const char* text = machine.release;
   for (long& number : numbers) {
     char* end = nullptr;
-    number = std::strtol(text, &end, 10);
+    number = std::clamp(std::strtol(text, &end, 10), 0L, largest_number);
     if (*end != '.') break;
     text = end + 1;
   }

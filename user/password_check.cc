@@ -21,8 +21,10 @@ int sys_user_validpwd(const char* name, const char* password) {
   orv::password_entries entries(shadow.get());
   while (const passwd* const entry = entries.next()) {
     if (wanted != entry->pw_name) continue;
+    // An entry of the name services, as "+NAME", has no hash at all.
+    const std::string hash(orv::text_or_empty(entry->pw_passwd));
     const std::string given(orv::text_or_empty(password));
-    return orv::has_hash(given, entry->pw_passwd) ? ORV_OK : ORV_E_PASSWORD;
+    return orv::has_hash(given, hash) ? ORV_OK : ORV_E_PASSWORD;
   }
   return ORV_E_PASSWORD;
 }

@@ -15,6 +15,7 @@ TEST_F(kernel_version, is_one_number) {
                                                   {"5.15-rc1", 5015000},
                                                   {"odd", 0},
                                                   {"2.6.32.9", 2006032},
+                                                  {"99999999999999999999.1000.-5", 999999000},
                                                   {"4.19.255+", 4019255}};
   for (const auto& [release, number] : releases) {
     machine.kernel_release(release);

@@ -118,6 +118,15 @@ TEST_F(password_check, of_one_thread_knows_nothing_of_another_ones) {
   right.join();
 }
 
+TEST_F(password_check, matches_no_entry_of_the_name_services) {
+  passwd("-a:x:600:600::/:/bin/nologin\n+:x:601:601::/:/bin/nologin\n");
+  shadow_entry("-a:\n+\n");
+  for (const char* const name : {"-a", "+"}) {
+    EXPECT_NE(sys_user_validpwd(name, "secret"), ORV_OK) << name;
+    EXPECT_NE(sys_user_validpwd(name, ""), ORV_OK) << name;
+  }
+}
+
 TEST_F(password_check, without_a_shadow_file_is_logged) {
   machine.remove("/etc/shadow");
   EXPECT_EQ(sys_user_validpwd("bob", "secret"), ORV_E_PASSWORD);

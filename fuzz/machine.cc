@@ -1,0 +1,123 @@
+#include "machine.h"
+
+#include <algorithm>
+
+namespace fuzz {
+
+namespace {
+
+/// What stands for an unquoted ">" among words, of which no other holds a NUL.
+const std::string redirection("\0", 1);
+
+/// The words of a command line; between single quotes every character stands for itself.
+std::vector<std::string> shell_words(std::string_view line) {
+  std::vector<std::string> words;
+  bool in_word = false;
+  bool is_quoted = false;
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    if (line[i] == ' ' && !is_quoted) {
+      in_word = false;
+      continue;
+    }
+    if (!in_word) words.emplace_back();
+    in_word = true;
+    if (line[i] == '\'') {
+      is_quoted = !is_quoted;
+    } else if (line[i] == '>' && !is_quoted) {
+      words.back() = redirection;
+    } else {
+      if (line[i] == '\\' && !is_quoted && i + 1 < line.size()) ++i;
+      words.back() += line[i];
+    }
+  }
+  return words;
+}
+
+}  // namespace
+
+machine the_machine;
+
+void machine::reset() {
+  auto room = std::move(entries_);
+  room.clear();
+  *this = machine();
+  entries_ = std::move(room);
+}
+
+void machine::put(std::string_view path, std::string_view text) { make(path)->text = text; }
+
+void machine::remove(std::string_view path) {
+  std::erase_if(entries_, [path](const entry& known) { return known.path == path; });
+}
+
+const std::string* machine::text(std::string_view path) const {
+  const auto found = find(path);
+  return found ? &found->text : nullptr;
+}
+
+std::shared_ptr<file> machine::find(std::string_view path) const {
+  for (const entry& known : entries_) {
+    if (known.path == path) return known.content;
+  }
+  return nullptr;
+}
+
+std::shared_ptr<file> machine::make(std::string_view path) {
+  if (auto found = find(path)) return found;
+  entries_.push_back({std::string(path), std::make_shared<file>()});
+  entries_.back().content->number = next_number_++;
+  return entries_.back().content;
+}
+
+bool machine::move(std::string_view from, std::string_view to) {
+  const auto content = find(from);
+  if (!content) return false;
+  remove(to);
+  for (entry& known : entries_) {
+    if (known.path == from) known.path = to;
+  }
+  return true;
+}
+
+bool machine::is_directory(std::string_view path) const {
+  if (path == "/" || path == "/etc" || path == "/tmp") return true;
+  if (path.ends_with('/')) path.remove_suffix(1);
+  return std::any_of(entries_.begin(), entries_.end(), [path](const entry& known) {
+    return known.path.size() > path.size() && known.path[path.size()] == '/' &&
+           known.path.starts_with(path);
+  });
+}
+
+std::vector<std::string> machine::names_in(std::string_view directory) const {
+  std::string start(directory);
+  if (!start.ends_with('/')) start += '/';
+  std::vector<std::string> names;
+  for (const entry& known : entries_) {
+    if (!known.path.starts_with(start)) continue;
+    const std::string rest = known.path.substr(start.size());
+    std::string name = rest.substr(0, rest.find('/'));
+    if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(std::move(name));
+  }
+  return names;
+}
+
+int machine::run(std::string_view command) {
+  constexpr int failed = 1 << 8;
+  ++commands;
+  std::vector<std::string> words = shell_words(command);
+  std::string target = "/dev/null";
+  if (words.size() > 2 && words[words.size() - 2] == redirection) {
+    target = words.back();
+    words.resize(words.size() - 2);
+  }
+  if (words.size() == 2 && words[0] == "cat") {
+    const auto source = find(words[1]);
+    if (source) put(target, source->text);
+    return source ? 0 : failed;
+  }
+  if (words.size() == 3 && words[0] == "mv") return move(words[1], words[2]) ? 0 : failed;
+  if (target != "/dev/null") put(target, tool_output);
+  return tool_status;
+}
+
+}  // namespace fuzz
