@@ -96,8 +96,8 @@ std::size_t read_at(const handle& from, void* buffer, std::size_t size, std::siz
 }  // namespace
 
 std::size_t fuzz::open_handles() {
-  return static_cast<std::size_t>(std::count_if(
-      handles.begin(), handles.end(), [](const handle& known) { return known.is_open; }));
+  return static_cast<std::size_t>(std::count_if(handles.begin(), handles.end(),
+                                                [](const handle& known) { return known.is_open; }));
 }
 
 extern "C" {
@@ -347,7 +347,9 @@ int machine_closedir(DIR* directory) {
 
 // --- Sockets and interfaces ----------------------------------------------------------------------
 
-int machine_socket(int, int, int) { return open_handle({std::make_shared<file>(), 0, false, false}); }
+int machine_socket(int, int, int) {
+  return open_handle({std::make_shared<file>(), 0, false, false});
+}
 int machine_bind(int, const sockaddr*, socklen_t) { return 0; }
 int machine_connect(int, const sockaddr*, socklen_t) { return 0; }
 ssize_t machine_send(int, const void*, std::size_t size, int) { return static_cast<ssize_t>(size); }

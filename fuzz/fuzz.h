@@ -28,8 +28,7 @@ namespace fuzz {
 /// The bytes of one execution, taken apart from the front.
 class input {
  public:
-  input(const uint8_t* data, std::size_t size)
-      : left_(reinterpret_cast<const char*>(data), size) {}
+  input(const uint8_t* data, std::size_t size) : left_(reinterpret_cast<const char*>(data), size) {}
 
   bool empty() const { return left_.empty(); }
 
@@ -44,7 +43,8 @@ class input {
   /// A number below a limit. The digits stand for themselves, so that seeds can be written by hand.
   unsigned below(unsigned limit) { return (byte() + 256U - '0') % 256U % limit; }
 
-  /// The text up to the next mark, which is none of a text file; all that is left when there is none.
+  /// The text up to the next mark, which is none of a text file; all that is left when there is
+  /// none.
   std::string_view part() {
     constexpr char mark = '\x1e';
     const std::size_t end = left_.find(mark);
@@ -70,15 +70,16 @@ class input {
 /// How many files an execution may leave in /tmp: where that is documented, its target says so.
 inline std::size_t temporary_files_left = 0;
 
-/// One execution of a target.
+/// One execution of a target. The machine is gone at its end, so that whatever memory is still in
+/// use then is a leak.
 inline void execute(void (*target)(input&), const uint8_t* data, std::size_t size) {
-  the_machine.reset();
   input in(data, size);
   target(in);
   if (open_handles() != 0) fail("nothing is left open", __FILE__, __LINE__);
   if (the_machine.temporary_files() > temporary_files_left) {
     fail("no temporary file is left", __FILE__, __LINE__);
   }
+  the_machine.reset();
 }
 
 /// Every target of the program that replays inputs.
@@ -101,17 +102,17 @@ using fuzz::the_machine;
   ((condition) ? static_cast<void>(0) : fuzz::fail(#condition, __FILE__, __LINE__))
 
 #ifdef ORV_FUZZ_REPLAY
-#define FUZZ_TARGET(name, in)                                                  \
-  static void fuzz_##name(fuzz::input& in);                                    \
-  static const fuzz::known_target known_##name(#name, fuzz_##name);            \
+#define FUZZ_TARGET(name, in)                                       \
+  static void fuzz_##name(fuzz::input& in);                         \
+  static const fuzz::known_target known_##name(#name, fuzz_##name); \
   static void fuzz_##name(fuzz::input& in)
 #else
-#define FUZZ_TARGET(name, in)                                                  \
-  static void fuzz_##name(fuzz::input& in);                                    \
+#define FUZZ_TARGET(name, in)                                                    \
+  static void fuzz_##name(fuzz::input& in);                                      \
   extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) { \
-    fuzz::execute(fuzz_##name, data, size);                                    \
-    return 0;                                                                  \
-  }                                                                            \
+    fuzz::execute(fuzz_##name, data, size);                                      \
+    return 0;                                                                    \
+  }                                                                              \
   static void fuzz_##name(fuzz::input& in)
 #endif
 

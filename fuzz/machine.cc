@@ -96,7 +96,8 @@ std::vector<std::string> machine::names_in(std::string_view directory) const {
     if (!known.path.starts_with(start)) continue;
     const std::string rest = known.path.substr(start.size());
     std::string name = rest.substr(0, rest.find('/'));
-    if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(std::move(name));
+    if (std::find(names.begin(), names.end(), name) == names.end())
+      names.push_back(std::move(name));
   }
   return names;
 }

@@ -13,8 +13,8 @@
 /// The machine that the library runs on while it is fuzzed: files in memory, and no process at all.
 ///
 /// The library's objects are the ones that are installed. Their calls of the C library that would
-/// reach the machine go to functions of `calls.cc` (calls.txt says which), so that an execution makes
-/// no system call and hundreds of thousands of them fit a second.
+/// reach the machine go to functions of `calls.cc` (calls.txt says which), so that an execution
+/// makes no system call and hundreds of thousands of them fit a second.
 
 namespace fuzz {
 

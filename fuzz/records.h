@@ -92,8 +92,8 @@ inline std::string describe(const tag_netcard& r) {
 template <class List>
 std::string described(List* list) {
   std::string text;
-  const list_node* const anchor = orv::node_of<std::remove_const_t<List>>(
-      const_cast<std::remove_const_t<List>*>(list));
+  const list_node* const anchor =
+      orv::node_of<std::remove_const_t<List>>(const_cast<std::remove_const_t<List>*>(list));
   for (const list_node* node = anchor; node->next != anchor; node = node->next) {
     if (node->next->prev != node) fail("a list is a ring", __FILE__, __LINE__);
   }

@@ -1,9 +1,9 @@
 /// Runs a target on inputs that are kept, one execution for each file: `replay TARGET FILE...`.
 /// Files of other targets' names are not touched; a target that is not known is a failure.
 
+#include <cstring>
 #include <fstream>
 #include <iterator>
-#include <cstring>
 
 #include "fuzz.h"
 

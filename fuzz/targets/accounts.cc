@@ -29,7 +29,8 @@ void change_hash(const std::string& name, const std::string& shadow) {
     const std::string_view old_line = orv::before(old_rest, "\n");
     const std::string_view new_line = orv::before(new_rest, "\n");
     const bool is_changed = old_line.starts_with(name + ':');
-    EXPECT(is_changed ? new_line.starts_with(name + ':' + std::string(hash)) : new_line == old_line);
+    EXPECT(is_changed ? new_line.starts_with(name + ':' + std::string(hash))
+                      : new_line == old_line);
     old_rest.remove_prefix(std::min(old_rest.size(), old_line.size() + 1));
     new_rest.remove_prefix(std::min(new_rest.size(), new_line.size() + 1));
   }

@@ -68,8 +68,7 @@ void check_words(const std::string& first, const std::string& second) {
   EXPECT(std::string_view(line.text()).size() < orv::command::capacity);
   std::vector<std::string> words;
   EXPECT(shell_words(line.text(), words));
-  const std::vector<std::string> wanted = {"tool",     "-a",
-                                           first,      "/dev/" + second + "7",
+  const std::vector<std::string> wanted = {"tool",          "-a",  first, "/dev/" + second + "7",
                                            "/dev/" + first, second};
   EXPECT(words == wanted);
   EXPECT(!first.starts_with('-') && !second.starts_with('-'));

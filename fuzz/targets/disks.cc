@@ -63,8 +63,11 @@ void translate_channels(fuzz::input& in) {
 
 FUZZ_TARGET(disks, in) {
   switch (in.below(3)) {
-    case 0: return read_driver(in);
-    case 1: return read_partitions(in);
-    default: return translate_channels(in);
+    case 0:
+      return read_driver(in);
+    case 1:
+      return read_partitions(in);
+    default:
+      return translate_channels(in);
   }
 }

@@ -57,9 +57,13 @@ void read_backup(fuzz::input& in) {
 
 FUZZ_TARGET(lvm, in) {
   switch (in.below(4)) {
-    case 0: return read_groups(in, false);
-    case 1: return read_groups(in, true);
-    case 2: return read_pools(in);
-    default: return read_backup(in);
+    case 0:
+      return read_groups(in, false);
+    case 1:
+      return read_groups(in, true);
+    case 2:
+      return read_pools(in);
+    default:
+      return read_backup(in);
   }
 }

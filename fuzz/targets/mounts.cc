@@ -71,8 +71,11 @@ void measure(fuzz::input& in) {
 
 FUZZ_TARGET(mounts, in) {
   switch (in.below(3)) {
-    case 0: return read_mounts(in);
-    case 1: return read_df(in);
-    default: return measure(in);
+    case 0:
+      return read_mounts(in);
+    case 1:
+      return read_df(in);
+    default:
+      return measure(in);
   }
 }

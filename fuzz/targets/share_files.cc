@@ -52,8 +52,9 @@ FUZZ_TARGET(share_files, in) {
   if (write(shares, mode) != ORV_OK) return;
   EXPECT(the_machine.text(mode.path)->starts_with(global_settings));
 
-  // What was written is all read, and means the same from then on: in the file of the iSCSI target from
-  // the next time on, where a name and the stamp that it got are cut together when they are read.
+  // What was written is all read, and means the same from then on: in the file of the iSCSI target
+  // from the next time on, where a name and the stamp that it got are cut together when they are
+  // read.
   share_list again;
   EXPECT(read_into(again, mode) == ORV_OK);
   EXPECT(again.count() <= shares.count());
@@ -62,7 +63,8 @@ FUZZ_TARGET(share_files, in) {
   share_list same;
   EXPECT(read_into(same, mode) == ORV_OK);
   EXPECT(same.count() == again.count());
-  EXPECT(mode.path == orv::ietd_path || fuzz::described(same.get()) == fuzz::described(again.get()));
+  EXPECT(mode.path == orv::ietd_path ||
+         fuzz::described(same.get()) == fuzz::described(again.get()));
   EXPECT(write(same, mode) == ORV_OK);
   EXPECT(*the_machine.text(mode.path) == written);
 }

@@ -46,8 +46,8 @@ FUZZ_TARGET(system_files, in) {
   ask(starttime_get, ORV_E_START_TIME);
 
   tag_datetime time{};
-  for (int* const field : {&time.year, &time.month, &time.day, &time.hour, &time.minute,
-                           &time.second}) {
+  for (int* const field :
+       {&time.year, &time.month, &time.day, &time.hour, &time.minute, &time.second}) {
     *field = static_cast<int>(std::strtol(in.word().c_str(), nullptr, 10));
   }
   const int set = systime_set(&time);

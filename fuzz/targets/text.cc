@@ -122,8 +122,8 @@ void read_ini(fuzz::input& in, int size) {
   const std::string key = in.word();
   the_machine.put("/etc/ini", in.rest());
   buffer value(size);
-  const int found = ini_value_get(value.data(), "/etc/ini", section.c_str(), key.c_str(),
-                                  value.size());
+  const int found =
+      ini_value_get(value.data(), "/etc/ini", section.c_str(), key.c_str(), value.size());
   value.check(found);
   if (found == 0) EXPECT(value.text().find('\n') == std::string_view::npos);
   buffer same(size);
@@ -140,6 +140,7 @@ void read_ini(fuzz::input& in, int size) {
 FUZZ_TARGET(text, in) {
   const unsigned what = in.below(4);
   const int size = static_cast<int>(in.below(64)) + 1;
-  constexpr void (*parts[])(fuzz::input&, int) = {read_lines, split_fields, change_strings, read_ini};
+  constexpr void (*parts[])(fuzz::input&, int) = {read_lines, split_fields, change_strings,
+                                                  read_ini};
   parts[what](in, size);
 }
