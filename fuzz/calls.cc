@@ -7,6 +7,7 @@
 #include <mntent.h>
 #include <net/if.h>
 #include <orv/support.h>
+#include <poll.h>
 #include <pwd.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -354,6 +355,9 @@ int machine_bind(int, const sockaddr*, socklen_t) { return 0; }
 int machine_connect(int, const sockaddr*, socklen_t) { return 0; }
 ssize_t machine_send(int, const void*, std::size_t size, int) { return static_cast<ssize_t>(size); }
 
+int machine_setsockopt(int, int, int, const void*, socklen_t) { return 0; }
+int machine_poll(pollfd*, nfds_t, int) { return fail_with(ENOTCONN); }
+
 ssize_t machine_recv(int number, void* buffer, std::size_t size, int) {
   handle* const from = handle_of(number);
   if (from == nullptr) return -1;
@@ -437,6 +441,6 @@ int machine_uname(utsname* machine_names) {
 
 }  // extern "C"
 
-// These two of the library start processes; the ones here take their place (they are weak there).
+// These two of the library start processes; `redirect` takes them out.
 int liborv_system(const char* command) { return the_machine.run(command); }
 int conf_save(const char*) { return 0; }

@@ -16,6 +16,8 @@ bench_packages=(libbenchmark-dev libglib2.0-dev libinih-dev)
 blockdev_packages=(libblockdev-dev libblockdev-utils-dev libblockdev-lvm-dev libblockdev-mdraid-dev
   libdevmapper-dev libblockdev-lvm2 libblockdev-mdraid2 qemu-system-x86)
 # shellcheck disable=SC2034
+fuzz_packages=(clang llvm binutils)
+# shellcheck disable=SC2034
 lint_packages=(clang clang-format clang-tidy shellcheck black pyflakes3)
 
 # as_root COMMAND...: runs it as root, through sudo for an ordinary user.
