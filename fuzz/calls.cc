@@ -392,35 +392,51 @@ int machine_ioctl(int number, unsigned long request, void* argument) {
   return 0;
 }
 
+}  // extern "C"
+
+/// Finds the first entry of a file for which a condition holds.
+template <class Entry, class Next, class Condition>
+static int find_entry(const char* path, Next next, Condition is_wanted, Entry** found) {
+  *found = nullptr;
+  FILE* const file = machine_fopen(path, "re");
+  if (file == nullptr) return 0;
+  int result = 0;
+  while ((result = next(file, found)) == 0 && !is_wanted(**found)) {
+  }
+  std::fclose(file);
+  if (result != 0) *found = nullptr;
+  return result == ENOENT ? 0 : result;
+}
+
+extern "C" {
+
 // --- Accounts, clock, log, processes -------------------------------------------------------------
 
-/// The first entry of this name in "/etc/passwd".
-passwd* machine_getpwnam(const char* name) {
-  FILE* const accounts = machine_fopen("/etc/passwd", "re");
-  if (accounts == nullptr) return nullptr;
-  passwd* entry = nullptr;
-  while ((entry = fgetpwent(accounts)) != nullptr && std::strcmp(entry->pw_name, name) != 0) {
-  }
-  std::fclose(accounts);
-  return entry;
+int machine_getpwnam_r(const char* name, passwd* entry, char* texts, std::size_t size,
+                       passwd** found) {
+  return find_entry(
+      "/etc/passwd",
+      [&](FILE* file, passwd** next) { return fgetpwent_r(file, entry, texts, size, next); },
+      [name](const passwd& next) { return std::strcmp(next.pw_name, name) == 0; }, found);
 }
 
-static group* find_group(const char* name, gid_t number) {
-  FILE* const groups = machine_fopen("/etc/group", "re");
-  if (groups == nullptr) return nullptr;
-  group* entry = nullptr;
-  while ((entry = fgetgrent(groups)) != nullptr) {
-    if (name != nullptr ? std::strcmp(entry->gr_name, name) == 0 : entry->gr_gid == number) break;
-  }
-  std::fclose(groups);
-  return entry;
+int machine_getgrnam_r(const char* name, group* entry, char* texts, std::size_t size,
+                       group** found) {
+  return find_entry(
+      "/etc/group",
+      [&](FILE* file, group** next) { return fgetgrent_r(file, entry, texts, size, next); },
+      [name](const group& next) { return std::strcmp(next.gr_name, name) == 0; }, found);
 }
 
-group* machine_getgrnam(const char* name) { return find_group(name, 0); }
-group* machine_getgrgid(gid_t number) { return find_group(nullptr, number); }
+int machine_getgrgid_r(gid_t number, group* entry, char* texts, std::size_t size, group** found) {
+  return find_entry(
+      "/etc/group",
+      [&](FILE* file, group** next) { return fgetgrent_r(file, entry, texts, size, next); },
+      [number](const group& next) { return next.gr_gid == number; }, found);
+}
 
 /// As cheap as a hash can be: that of a password is its setting.
-char* machine_crypt(const char*, const char* setting) {
+char* machine_crypt_r(const char*, const char* setting, crypt_data*) {
   static char hash[128];
   std::snprintf(hash, sizeof hash, "%s", setting[0] == '$' ? setting : "*0");
   return hash;
