@@ -129,8 +129,8 @@ ORV_API int sys_user_modify(const char* oldname, tag_user_info user);
 ORV_API int sys_user_validpwd(const char* name, const char* password);
 
 /// Copies the whole content of an open stream into a file, which is made with mode 0600 or
-/// overwritten, and gives it the stream's times of access and modification. The stream ends up at
-/// its end.
+/// overwritten, and gives it the stream's times of access and modification. A file that is there
+/// loses the rights for others that the stream's file does not give. The stream ends up at its end.
 /// @param path  must not be the stream's own file
 /// @return 0; 1 on a failure (`errno` says why), and then the file may be incomplete
 ORV_API int create_backup(const char* path, FILE* stream);

@@ -1,8 +1,11 @@
-# orv_add_test(NAME SOURCES... [LIBRARIES libraries...]): a test program on the fake machine; every
-# test in it becomes a test of ctest.
+# orv_add_test(NAME SOURCES... [LIBRARIES libraries...] [TIMEOUT seconds]): a test program on the fake
+# machine; every test in it becomes a test of ctest.
 function(orv_add_test name)
   include(GoogleTest)
-  cmake_parse_arguments(PARSE_ARGV 1 test "" "" "LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 1 test "" "TIMEOUT" "LIBRARIES")
+  if(NOT test_TIMEOUT)
+    set(test_TIMEOUT 60)
+  endif()
   add_executable(${name} ${test_UNPARSED_ARGUMENTS})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE orv_sandbox ${test_LIBRARIES} orv_options orv_test_options)
@@ -15,5 +18,5 @@ function(orv_add_test name)
                               <nlohmann/json.hpp>)
     set_property(GLOBAL PROPERTY orv_first_test_program ${name})
   endif()
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 60)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${test_TIMEOUT})
 endfunction()
