@@ -3,16 +3,15 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tools/orvctl/json.h"
+
 /// The one writer of lists: the same columns give the table and the JSON objects.
 
 namespace orvctl {
-
-using json = nlohmann::ordered_json;
 
 /// How a table shows a column's values. Numbers and sizes are aligned to the right; the value of a
 /// size is bytes, whatever unit it is shown in. On a terminal a state has a colour.
