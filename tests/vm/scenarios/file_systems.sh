@@ -2,6 +2,7 @@
 # Both file systems by model; read-only and full ones; the mount table; a blank in a mount point.
 # disks: 2x2G
 # timeout: 500
+# long
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"

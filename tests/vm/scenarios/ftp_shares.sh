@@ -2,6 +2,7 @@
 # A pool is served over FTP; clients are listed, and the limits hold.
 # disks: 3x1200M
 # timeout: 500
+# long
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"

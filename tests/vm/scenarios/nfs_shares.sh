@@ -2,6 +2,7 @@
 # A pool is exported over NFS: mounted by a client, written, and read-only when it is to be.
 # disks: 3x1200M
 # timeout: 500
+# long
 set -euo pipefail
 # shellcheck source=tests/vm/lib.sh
 source "$ORV_VM_LIB"
