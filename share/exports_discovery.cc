@@ -6,6 +6,7 @@
 #include "common/log.h"
 #include "common/octal_code.h"
 #include "common/text.h"
+#include "share/companion.h"
 #include "share/share_index.h"
 #include "share/share_list.h"
 #include "share/share_paths.h"
@@ -35,7 +36,7 @@ int get_shareinfo_from_exportfs(tag_shareconf_list* list) {
   if (list == nullptr) return orv::log_missing_argument();
   struct stat examined {};
   if (stat(orv::exports_path, &examined) != 0) return ORV_OK;
-  const orv::unique_file file(std::fopen(orv::exports_path, "re"));
+  const orv::unique_file file = orv::open_whole(orv::exports_path);
   if (!file) return orv::log_failure(ORV_E_EXPORTS, "get_shareinfo_from_exportfs", logged_line);
   const orv::share_index shares(list, &tag_share_config::path, is_nfs);
   orv::line_reader reader(file.get());

@@ -5,6 +5,8 @@
 
 #include <cerrno>
 
+#include "share/rewrite.h"
+
 namespace {
 
 constexpr off_t from_start = 0;
@@ -32,7 +34,10 @@ int lock_sharefile(const char* path) {
   }
   const int file = open(path, O_RDWR | O_CREAT | O_CLOEXEC, S_IRWXU);
   if (file < 0) return ORV_E_SHARE_OPEN;
-  if (lock_whole(file)) return file;
+  if (lock_whole(file)) {
+    orv::complete_rewrite(file);
+    return file;
+  }
   const int reason = errno;
   close(file);
   errno = reason;

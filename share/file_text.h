@@ -6,15 +6,15 @@
 #include <string>
 #include <string_view>
 
-#include "common/handles.h"
 #include "common/whole_file.h"
+#include "share/companion.h"
 
 namespace orv {
 
-/// The text of a file; of one that cannot be read, what could be.
+/// The text of a share file that is not locked; of one that cannot be read, what could be.
 inline std::string file_text(const char* path) {
   std::string text;
-  const unique_file file(std::fopen(path, "re"));
+  const unique_file file = open_whole(path);
   if (!file) return text;
   struct stat examined {};
   // A text that grows as it is read takes up to three times its size.

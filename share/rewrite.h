@@ -15,8 +15,9 @@ using append_share_form = std::function<void(std::string& text, const tag_share_
 /// What a file says of the shares of a list.
 std::string text_of_shares(tag_shareconf_list* list, const append_share_form& append_share);
 
-/// Replaces all that stands in a share file from `start` on, in place, and commits the file. A text
-/// with a line that its reader would take for two is not written.
+/// Replaces all that stands in a share file from `start` on, in place, and commits the file;
+/// `companion` says how it stays whole. A text with a line that its reader would take for two is
+/// not written.
 /// @param committed  path of the file to commit
 /// @return ORV_OK or, with `errno`, ORV_E_SHARE_WRITE
 int rewrite_from(int file, off_t start, const std::string& text, const char* committed);
@@ -26,6 +27,9 @@ int rewrite_from(int file, off_t start, const std::string& text, const char* com
 int rewrite(int file, tag_shareconf_list* list, const append_share_form& append_share,
             const char* committed, const char* function = __builtin_FUNCTION(),
             int line = __builtin_LINE());
+
+/// Puts into a file, locked just now, what a killed process or a power cut kept from it.
+void complete_rewrite(int file);
 
 }  // namespace orv
 

@@ -1,5 +1,6 @@
 #include <orv/support.h>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/sendfile.h>
@@ -8,16 +9,23 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 
 #include "support/characters.h"
+#include "support/companion_path.h"
 #include "support/signals.h"
 
 namespace {
 
 constexpr std::string_view kept_root = "/var/lib/orv/kept";
 constexpr mode_t kept_directory_mode = 0700;
+
+/// A copy that is not complete yet, with the number of the thread that makes it.
+constexpr std::string_view temporary_suffix = ".new";
 
 /// A descriptor that is closed when it goes out of scope.
 class descriptor {
@@ -44,13 +52,17 @@ struct commit {
         directory(directory_of(path)),
         kept(std::string(kept_root) + path),
         kept_directory(directory_of(kept)),
-        temporary(kept + ".XXXXXX") {}
+        temporary(kept + std::string(temporary_suffix) + std::to_string(gettid())) {
+    struct stat found {};
+    if (stat(path.c_str(), &found) == 0) companion = orv::support::companion_path(found);
+  }
 
   std::string path;
   std::string directory;
   std::string kept;
   std::string kept_directory;
   std::string temporary;
+  std::string companion;  ///< of a file that is rewritten in place
   int error = 0;
 };
 
@@ -70,12 +82,55 @@ bool is_regular(const struct stat& file) {
   return false;
 }
 
+bool is_owned_alike(const struct stat& first, const struct stat& second) {
+  return first.st_uid == second.st_uid && first.st_gid == second.st_gid &&
+         first.st_mode == second.st_mode;
+}
+
+bool have_same_contents(int first, int second, off_t size) {
+  char of_first[8192];
+  char of_second[8192];
+  for (off_t done = 0; done < size;) {
+    const ssize_t got = pread(first, of_first, sizeof of_first, done);
+    if (got <= 0 || pread(second, of_second, static_cast<std::size_t>(got), done) != got ||
+        std::memcmp(of_first, of_second, static_cast<std::size_t>(got)) != 0) {
+      return false;
+    }
+    done += got;
+  }
+  return true;
+}
+
+/// True when a file is there, is regular and says what another one says.
+bool is_same(const std::string& path, int file) {
+  const descriptor opened(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  struct stat other {};
+  struct stat original {};
+  return opened.valid() && fstat(opened.number(), &other) == 0 && fstat(file, &original) == 0 &&
+         S_ISREG(other.st_mode) && is_owned_alike(other, original) &&
+         other.st_size == original.st_size &&
+         have_same_contents(opened.number(), file, original.st_size);
+}
+
+/// A file whose text stands on the disk as its companion, by which it is completed after a power
+/// cut, is on the disk itself. A link to the companion is the copy.
+bool keep_companion(const commit& work, int file) {
+  if (work.companion.empty() || !is_same(work.companion, file)) return false;
+  unlink(work.temporary.c_str());
+  if (link(work.companion.c_str(), work.temporary.c_str()) != 0) return false;
+  if (rename(work.temporary.c_str(), work.kept.c_str()) == 0) return true;
+  unlink(work.temporary.c_str());
+  return false;
+}
+
 /// Replaces the kept copy atomically by one that is complete on disk; the copy is never more open
 /// than its original.
 bool keep_copy(commit& work, int file) {
   struct stat original {};
   if (fstat(file, &original) != 0 || !is_regular(original)) return false;
-  const descriptor copy(mkostemp(work.temporary.data(), O_CLOEXEC));
+  unlink(work.temporary.c_str());
+  constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC;
+  const descriptor copy(open(work.temporary.c_str(), flags, S_IRUSR | S_IWUSR));
   if (!copy.valid()) return false;
   if (copy_contents(file, copy.number(), original.st_size) &&
       fchown(copy.number(), original.st_uid, original.st_gid) == 0 &&
@@ -103,7 +158,7 @@ int commit_file(void* argument) {
   // Nothing that is no file may keep the child, and this process with it, waiting.
   const descriptor file(open(work.path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   check(file.valid());
-  if (!file.valid()) return 0;
+  if (!file.valid() || keep_companion(work, file.number())) return 0;
   check(keep_copy(work, file.number()) && sync_directory(work.kept_directory));
   check(fsync(file.number()) == 0);
   check(sync_directory(work.directory));
@@ -116,6 +171,21 @@ void make_directories_for(const std::string& path) {
     const bool private_part = end >= kept_root.size();
     mkdir(path.substr(0, end).c_str(), private_part ? kept_directory_mode : 0755);
   }
+}
+
+/// Removes what threads that are gone left of copies of the file.
+void sweep_copies(const commit& work) {
+  const std::string name = work.kept.substr(work.kept_directory.size());
+  const std::string prefix = name + std::string(temporary_suffix);
+  DIR* const directory = opendir(work.kept_directory.c_str());
+  if (directory == nullptr) return;
+  while (const dirent* const entry = readdir(directory)) {
+    if (std::strncmp(entry->d_name, prefix.c_str(), prefix.size()) != 0) continue;
+    const int thread = std::atoi(entry->d_name + prefix.size());
+    const bool is_gone = thread > 0 && kill(thread, 0) != 0 && errno == ESRCH;
+    if (is_gone) unlinkat(dirfd(directory), entry->d_name, 0);
+  }
+  closedir(directory);
 }
 
 /// Runs the commit in a child that shares this process's memory but not its descriptors. The kernel
@@ -148,6 +218,7 @@ int conf_save(const char* path) {
   }
   commit work{std::string(file)};
   make_directories_for(work.kept);
+  sweep_copies(work);
   if (!run_in_child(work)) return -1;
   if (work.error != 0) errno = work.error;
   return work.error == 0 ? 0 : -1;

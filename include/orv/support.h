@@ -180,7 +180,9 @@ ORV_API int txt_line_seek(const char* path, const char* mark, int n, char* out, 
 
 /// Makes a rewritten configuration file durable (the file and its directory are synced) and keeps a
 /// copy of it, with owner and mode, at the same path below "/var/lib/orv/kept"; an older copy is
-/// replaced atomically. May be called while this process holds record locks on the file: they stay.
+/// replaced atomically. A share file that its writer brought to the disk before it rewrote the file
+/// in place is not synced again: after a power cut who locks or reads it by this library finds it
+/// as it was committed. May be called while this process holds record locks on the file: they stay.
 ///
 /// @param path  absolute path of the file, without ".."
 /// @return 0; -1 when the file could not be copied or synced, or is no regular file (`errno` says

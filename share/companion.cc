@@ -1,0 +1,185 @@
+#include "share/companion.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <utility>
+
+#include "common/replacement_file.h"
+#include "common/whole_file.h"
+#include "support/companion_path.h"
+
+namespace orv {
+namespace {
+
+using support::companions_directory;
+
+/// No rewrite takes longer: its text is at hand and goes to the kernel's memory.
+constexpr time_t longest_rewrite = 60;
+constexpr time_t a_day = 24 * 60 * 60;
+
+/// Of the link that says that a rewrite is finished, and of what is not yet under its name.
+constexpr char mark_suffix[] = ".done";
+constexpr char new_suffix[] = ".new";
+
+/// A time as a text that is greater for a later one.
+std::string text_of(const timespec& time, time_t later = 0) {
+  char text[48];
+  std::snprintf(text, sizeof text, "%020lld.%09ld", static_cast<long long>(time.tv_sec + later),
+                time.tv_nsec);
+  return text;
+}
+
+/// Names one companion: its successor has another inode, and no companion is written to twice.
+std::string identity_of(const struct stat& own) {
+  return std::to_string(own.st_ino) + ' ' + text_of(own.st_mtim) + ' ';
+}
+
+std::string target_of(const std::string& link) {
+  char target[128];
+  const ssize_t size = readlink(link.c_str(), target, sizeof target);
+  return size < 0 ? "" : std::string(target, static_cast<std::size_t>(size));
+}
+
+/// True for what a rewrite leaves when it is cut short: the beginning of the text, or holes where
+/// blocks were not on the disk yet.
+bool is_part_of(std::string_view wanted, std::string_view text) {
+  if (text.size() > wanted.size()) return false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != wanted[i] && text[i] != '\0') return false;
+  }
+  return true;
+}
+
+bool sync_directory() {
+  const unique_descriptor directory(open(companions_directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return directory && fsync(directory.get()) == 0;
+}
+
+void make_directories() {
+  const std::string path = companions_directory;
+  for (std::size_t end = path.find('/', 1); end != std::string::npos;
+       end = path.find('/', end + 1)) {
+    mkdir(path.substr(0, end).c_str(), end + 1 == path.size() ? 0700 : 0755);
+  }
+}
+
+int create(const std::string& path) {
+  unlink(path.c_str());  // what a killed process left of its own
+  return open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+}
+
+/// Removes the companions that are finished for longer than a day: their files have been on the
+/// disk for long, and may be gone, since editors replace files.
+void sweep() {
+  const unique_directory directory(opendir(companions_directory));
+  if (!directory) return;
+  const time_t now = std::time(nullptr);
+  while (const dirent* const entry = readdir(directory.get())) {
+    const std::string_view name = entry->d_name;
+    const std::string path = std::string(companions_directory).append(name);
+    struct stat found {};
+    if (name.find('.') == std::string_view::npos || lstat(path.c_str(), &found) != 0) continue;
+    if (name.starts_with('.') || found.st_mtim.tv_sec > now - a_day) continue;
+    if (name.ends_with(mark_suffix)) unlink(path.substr(0, path.rfind('.')).c_str());
+    unlink(path.c_str());
+  }
+}
+
+}  // namespace
+
+std::string companion::mark_path() const { return path_ + mark_suffix; }
+
+companion::companion(int file) {
+  if (fstat(file, &file_) != 0) file_ = {};
+  path_ = support::companion_path(file_);
+}
+
+companion::companion(const struct stat& file) : file_(file), path_(support::companion_path(file)) {}
+
+bool companion::exists() const {
+  return S_ISREG(file_.st_mode) && access(path_.c_str(), F_OK) == 0;
+}
+
+bool companion::begin(std::string_view text) const {
+  if (!S_ISREG(file_.st_mode)) return false;
+  const std::string path = path_ + new_suffix;
+  int made = create(path);
+  if (made < 0 && errno == ENOENT) {
+    make_directories();
+    made = create(path);
+  }
+  replacement_file text_file(path, made);
+  if (!text_file.exists() || !text_file.write(text) || !text_file.complete(file_)) return false;
+  if (!exists()) sweep();
+  if (std::rename(path.c_str(), path_.c_str()) != 0) return false;
+  text_file.leave();
+  return sync_directory();
+}
+
+void companion::finish(int file) const {
+  struct stat own {};
+  struct stat written {};
+  if (stat(path_.c_str(), &own) != 0 || fstat(file, &written) != 0) return;
+  const std::string made = mark_path() + new_suffix;
+  unlink(made.c_str());
+  if (symlink((identity_of(own) + text_of(written.st_ctim)).c_str(), made.c_str()) != 0) return;
+  std::rename(made.c_str(), mark_path().c_str());
+}
+
+void companion::begin_again() const {
+  utimensat(AT_FDCWD, path_.c_str(), nullptr, 0);
+  unlink(mark_path().c_str());
+}
+
+void companion::remove() const {
+  unlink(path_.c_str());
+  unlink(mark_path().c_str());
+}
+
+bool companion::is_cut_short(const struct stat& own, std::string_view text,
+                             std::string_view wanted) const {
+  const std::string changed = text_of(file_.st_ctim);
+  const std::string identity = identity_of(own);
+  const std::string mark = target_of(mark_path());
+  if (mark.starts_with(identity)) {
+    const std::string finished = mark.substr(identity.size());
+    return changed < finished || (changed == finished && is_part_of(wanted, text));
+  }
+  // Some file systems know whole seconds only: the change may have been later in that second.
+  const time_t may_be_later = file_.st_ctim.tv_nsec == 0 ? 1 : 0;
+  if (text_of(file_.st_ctim, may_be_later) < text_of(own.st_mtim)) return true;
+  return changed <= text_of(own.st_mtim, longest_rewrite) && is_part_of(wanted, text);
+}
+
+std::optional<std::string> companion::missing_text(std::string_view text) const {
+  std::string wanted;
+  struct stat own {};
+  if (!S_ISREG(file_.st_mode) || !read_file(path_.c_str(), wanted, own)) return std::nullopt;
+  if (wanted == text || !is_cut_short(own, text, wanted)) return std::nullopt;
+  return wanted;
+}
+
+bool companion::differs(std::string_view text) const {
+  std::string wanted;
+  struct stat own {};
+  return read_file(path_.c_str(), wanted, own) && wanted != text;
+}
+
+unique_file open_whole(const char* path) {
+  unique_file file(std::fopen(path, "re"));
+  if (!file) return file;
+  const companion beside(fileno(file.get()));
+  std::string text;
+  if (!beside.exists() || !read_rest(file.get(), text)) return file;
+  std::rewind(file.get());
+  if (!beside.missing_text(text)) return file;
+  unique_file whole(std::fopen(beside.path().c_str(), "re"));
+  return whole ? std::move(whole) : std::move(file);
+}
+
+}  // namespace orv

@@ -1,0 +1,82 @@
+#ifndef ORV_SHARE_COMPANION_H
+#define ORV_SHARE_COMPANION_H
+
+#include <sys/stat.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "common/handles.h"
+
+namespace orv {
+
+/// What makes a share file whole again that a kill or a power cut left half rewritten.
+///
+/// A share file is locked by its inode and so cannot be replaced by a new file: it is cut short and
+/// written again. The whole new text therefore stands beside it, on the disk, before it is touched:
+///
+///     begin   the text goes to a file of its own, which is synced, renamed to the companion's name
+///             and synced with its directory: the one file sync and the one directory sync
+///     ...     the share file is rewritten in place, without a sync
+///     finish  a symbolic link beside the companion says so, and when the share file changed last
+///     ...     `conf_save` finds the same text in file and companion: the file is on the disk as
+///     its
+///             companion and needs no sync, and the kept copy is another link to the companion, put
+///             in the place of the older one in one step
+///
+/// Who locks the file next puts the companion's text into it when the rewrite was cut short; who
+/// only reads it, and does not lock, reads the companion's text instead. The companion stays until
+/// the next rewrite takes its place. There is no way to tell when the kernel has the file itself on
+/// the disk, and none is needed.
+///
+/// A file is never changed back after somebody else's change, which is told by the time of the
+/// file's last change of any kind (`st_ctim`, which nobody can set):
+///
+///     finished, unchanged since       a text that differs was lost in a power cut: it is rewritten
+///     finished, changed since         somebody else's: it stays, and the companion goes
+///     begun, not changed since        it is rewritten
+///     begun, changed within a minute, it is rewritten
+///       to the beginning of the text,
+///       or with holes in it
+///     begun, changed otherwise        somebody else's: it stays, and the companion goes
+///
+/// Without room for a companion a file is rewritten without one, and committed as any other file.
+class companion {
+ public:
+  /// Of an open file.
+  explicit companion(int file);
+  /// Of a file that was examined before it was read.
+  explicit companion(const struct stat& file);
+
+  bool exists() const;
+  const std::string& path() const { return path_; }
+
+  /// Brings the new text of the file to the disk; false when that could not be done.
+  bool begin(std::string_view text) const;
+  /// The file has its new text.
+  void finish(int file) const;
+  /// The file is to be rewritten from its companion: as begun just now.
+  void begin_again() const;
+  void remove() const;
+
+  /// The text that the file ought to have instead of its own; none when it is as it ought to be.
+  std::optional<std::string> missing_text(std::string_view text) const;
+  /// True when the companion's text is not the file's.
+  bool differs(std::string_view text) const;
+
+ private:
+  std::string mark_path() const;
+  bool is_cut_short(const struct stat& own, std::string_view text, std::string_view wanted) const;
+
+  struct stat file_ {};
+  std::string path_;
+};
+
+/// Opens a share file for reading without locking it: its companion while the file's own text is
+/// being rewritten, or was cut short.
+unique_file open_whole(const char* path);
+
+}  // namespace orv
+
+#endif
