@@ -12,6 +12,7 @@
 #include "common/handles.h"
 #include "common/log.h"
 #include "common/models.h"
+#include "common/own_lock.h"
 #include "common/replacement_file.h"
 #include "common/text.h"
 #include "common/whole_file.h"
@@ -47,7 +48,12 @@ bool append_text(int file, const std::string& text) {
   return false;
 }
 
+/// Of the changes of the table: two processes never lose each other's entry.
+constexpr std::string_view table_lock = "mdfstab";
+
 int append_line(std::string_view mountpoint, const std::string& line) {
+  const orv::own_lock lock(table_lock);
+  if (!lock) return log_add_failure();
   const orv::unique_file file(std::fopen(orv::mdfstab_path, "a+e"));
   std::string table;
   if (!file || !orv::read_rest(file.get(), table)) return log_add_failure();
@@ -91,6 +97,8 @@ int add_mdfstab(const char* mountpoint, const char* vgname, const char* poolname
 }
 
 int del_mdfstab(const char* mountpoint) {
+  const orv::own_lock lock(table_lock);
+  if (!lock) return log_delete_failure();
   orv::replacement_file rewritten("/tmp/mdfstab.XXXXXX");
   std::string table;
   struct stat original {};

@@ -9,6 +9,7 @@
 
 #include "common/command.h"
 #include "common/log.h"
+#include "common/own_lock.h"
 #include "common/replacement_file.h"
 #include "common/text.h"
 #include "common/whole_file.h"
@@ -80,6 +81,8 @@ int ftp_share_para_get(unsigned int* rate, unsigned int* clients, unsigned int* 
 }
 
 int ftp_share_para_set(unsigned int rate, unsigned int clients, unsigned int per_ip) {
+  const orv::own_lock lock("vsftpd.conf");
+  if (!lock) return orv::log_failure(ORV_E_FTP_CONFIG);
   orv::replacement_file rewritten("/tmp/vsftpd.XXXXXX");
   std::string config;
   struct stat original {};

@@ -1,12 +1,12 @@
 #include <orv/share.h>
 #include <sys/stat.h>
 
+#include "common/companion.h"
 #include "common/handles.h"
 #include "common/line_reader.h"
 #include "common/log.h"
 #include "common/octal_code.h"
 #include "common/text.h"
-#include "share/companion.h"
 #include "share/share_index.h"
 #include "share/share_list.h"
 #include "share/share_paths.h"

@@ -5,12 +5,14 @@
 
 #include <cerrno>
 
-#include "share/rewrite.h"
+#include "common/handles.h"
+#include "common/in_place_rewrite.h"
 
 namespace {
 
 constexpr off_t from_start = 0;
 constexpr off_t to_end = 0;
+constexpr int most_attempts = 10;
 
 bool could_lock(int file, int type) {
   const int reason = errno;
@@ -25,6 +27,17 @@ bool lock_whole(int file) {
          lock_reg(file, F_SETLK, F_WRLCK, from_start, SEEK_SET, to_end) == 0;
 }
 
+/// False when the file was replaced, by an editor or by its kept copy, before it was locked.
+bool is_at(const char* path, int file) {
+  const int reason = errno;
+  struct stat opened {};
+  struct stat found {};
+  const bool is_same = fstat(file, &opened) != 0 || stat(path, &found) != 0 ||
+                       (opened.st_dev == found.st_dev && opened.st_ino == found.st_ino);
+  errno = reason;
+  return is_same;
+}
+
 }  // namespace
 
 int lock_sharefile(const char* path) {
@@ -32,16 +45,14 @@ int lock_sharefile(const char* path) {
     errno = EINVAL;
     return ORV_E_FAILED;
   }
-  const int file = open(path, O_RDWR | O_CREAT | O_CLOEXEC, S_IRWXU);
-  if (file < 0) return ORV_E_SHARE_OPEN;
-  if (lock_whole(file)) {
-    orv::complete_rewrite(file);
-    return file;
+  for (int attempts = 1;; ++attempts) {
+    orv::unique_descriptor file(open(path, O_RDWR | O_CREAT | O_CLOEXEC, S_IRWXU));
+    if (!file) return ORV_E_SHARE_OPEN;
+    if (!lock_whole(file.get())) return ORV_E_FILE_LOCKED;
+    if (!is_at(path, file.get()) && attempts < most_attempts) continue;
+    orv::complete_rewrite(file.get());
+    return file.release();
   }
-  const int reason = errno;
-  close(file);
-  errno = reason;
-  return ORV_E_FILE_LOCKED;
 }
 
 int unlock_file(int fd) { return lock_reg(fd, F_SETLK, F_UNLCK, from_start, SEEK_SET, to_end); }

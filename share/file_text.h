@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "common/companion.h"
 #include "common/whole_file.h"
-#include "share/companion.h"
 
 namespace orv {
 

@@ -28,9 +28,6 @@ int rewrite(int file, tag_shareconf_list* list, const append_share_form& append_
             const char* committed, const char* function = __builtin_FUNCTION(),
             int line = __builtin_LINE());
 
-/// Puts into a file, locked just now, what a killed process or a power cut kept from it.
-void complete_rewrite(int file);
-
 }  // namespace orv
 
 #endif

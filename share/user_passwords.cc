@@ -4,6 +4,7 @@
 
 #include <cstdio>
 
+#include "common/companion.h"
 #include "common/handles.h"
 #include "common/line_reader.h"
 #include "common/log.h"
@@ -12,7 +13,7 @@
 namespace orv {
 
 std::optional<user_passwords> user_passwords::read() {
-  const unique_file file(std::fopen("/etc/nas_userfile.conf", "re"));
+  const unique_file file = open_whole("/etc/nas_userfile.conf");
   if (!file) return std::nullopt;
   user_passwords known;
   line_reader lines(file.get());

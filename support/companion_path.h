@@ -7,7 +7,7 @@
 
 namespace orv::support {
 
-/// Where the companions of files that are rewritten in place stand; `share/companion.h` says what
+/// Where the companions of files that are rewritten in place stand; `common/companion.h` says what
 /// they are.
 inline constexpr char companions_directory[] = "/var/lib/orv/rewrites/";
 

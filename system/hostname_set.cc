@@ -1,12 +1,16 @@
 #include <fcntl.h>
 #include <orv/support.h>
 #include <orv/system.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <string>
 
 #include "common/control_characters.h"
 #include "common/handles.h"
+#include "common/own_lock.h"
+#include "common/replacement_file.h"
 #include "common/text.h"
 #include "common/whole_file.h"
 #include "system/reason_log.h"
@@ -25,12 +29,38 @@ std::string without_control_characters(std::string_view name) {
   return clean;
 }
 
+/// Puts a new file in the place of the old one: who reads the name finds one of the two whole. A
+/// link is not replaced.
+bool replace(int file, std::string_view name) {
+  struct stat present {};
+  struct stat opened {};
+  if (lstat(hostname_file, &present) != 0 || fstat(file, &opened) != 0 ||
+      !S_ISREG(present.st_mode) || present.st_ino != opened.st_ino) {
+    return false;
+  }
+  const std::string path = std::string(hostname_file) + '+';
+  unlink(path.c_str());  // what a killed process left of its own
+  constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+  orv::replacement_file renewed(path, open(path.c_str(), flags, mode_of_new_file));
+  if (!renewed.exists() || !renewed.write(name) || !renewed.complete(opened) ||
+      std::rename(path.c_str(), hostname_file) != 0) {
+    return false;
+  }
+  renewed.leave();
+  return true;
+}
+
+bool overwrite(int file, std::string_view name) {
+  return ftruncate(file, 0) == 0 ? orv::write_whole(file, name) : false;
+}
+
 /// @return ORV_OK, ORV_E_HOSTNAME_OPEN, ORV_E_HOSTNAME_WRITE or ORV_E_HOSTNAME_SET
 int store_and_apply(const std::string& name) {
+  const orv::own_lock lock("hostname");
   const orv::unique_descriptor file(
-      open(hostname_file, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, mode_of_new_file));
+      lock ? open(hostname_file, O_RDWR | O_CREAT | O_CLOEXEC, mode_of_new_file) : -1);
   if (!file) return orv::log_reason(ORV_E_HOSTNAME_OPEN, "can't open or create the file for '%s'!");
-  if (!orv::write_whole(file.get(), name)) {
+  if (!replace(file.get(), name) && !overwrite(file.get(), name)) {
     return orv::log_reason(ORV_E_HOSTNAME_WRITE, "can't write the file for '%s'!");
   }
   if (sethostname(name.data(), name.size()) != 0) {

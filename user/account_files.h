@@ -4,6 +4,8 @@
 namespace orv {
 
 inline constexpr char user_file_path[] = "/etc/nas_userfile.conf";
+/// Of the changes of the user file.
+inline constexpr char user_file_lock[] = "nas_userfile.conf";
 
 /// Commits the files that a user is kept in, unless that is held back.
 void save_account_files();

@@ -7,9 +7,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <thread>
 
 #include "common/handles.h"
 #include "common/log.h"
@@ -19,17 +21,45 @@
 namespace orv {
 namespace {
 
-/// The lock goes when the stream is closed.
-bool lock_whole(FILE* stream) {
+/// The lock goes when the file is closed.
+bool lock_whole(int file) {
   struct flock whole {};
   whole.l_type = F_WRLCK;
   whole.l_whence = SEEK_SET;
-  if (fcntl(fileno(stream), F_SETLK, &whole) == 0) return true;
+  return fcntl(file, F_SETLK, &whole) == 0;
+}
+
+int log_locked(const char* function = __builtin_FUNCTION(), int line = __builtin_LINE()) {
   const int error = errno;
   std::fprintf(stderr, "%s: %s\n", orv_path_shadow_file, std::strerror(error));
   errno = error;
-  return false;
+  return log_failure(ORV_E_SHADOW_LOCKED, function, line);
 }
+
+/// The lock that `lckpwdf` takes, as all programs do that change accounts. The lock of the shadow
+/// file itself is on its inode, and whoever waited for it would hold the lock of a file that has
+/// been replaced. Where the lock cannot be made the change goes on without it. Who calls this holds
+/// no `lckpwdf` lock: it would be lost.
+class account_lock {
+ public:
+  /// Waits as long as `lckpwdf` does.
+  account_lock() : file_(open("/etc/.pwd.lock", O_WRONLY | O_CREAT | O_CLOEXEC, 0600)) {
+    constexpr std::chrono::seconds longest_wait(15);
+    const auto end = std::chrono::steady_clock::now() + longest_wait;
+    while (file_ && !lock_whole(file_.get())) {
+      if (errno != EAGAIN && errno != EACCES && errno != EINTR) return;
+      is_refused_ = std::chrono::steady_clock::now() >= end;
+      if (is_refused_) return;
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+  }
+  /// False, with `errno`, when another one kept the lock all the time.
+  explicit operator bool() const { return !is_refused_; }
+
+ private:
+  unique_descriptor file_;
+  bool is_refused_ = false;
+};
 
 /// Without following a link, which would be renamed over the shadow file itself.
 int create_unreadable(const std::string& path) {
@@ -82,12 +112,14 @@ int rewrite_locked(FILE* shadow, const struct stat& original, std::string_view n
 
 int set_password_hash(std::string_view name, std::string_view hash) {
   if (access(orv_path_shadow_file, F_OK) != 0) return log_failure(ORV_E_NO_SHADOW);
+  const account_lock all_account_files;
+  if (!all_account_files) return log_locked();
   const unique_file shadow(std::fopen(orv_path_shadow_file, "r+e"));
   struct stat original {};
   if (!shadow || fstat(fileno(shadow.get()), &original) != 0) {
     return log_failure(ORV_E_SHADOW_OPEN);
   }
-  if (!lock_whole(shadow.get())) return log_failure(ORV_E_SHADOW_LOCKED);
+  if (!lock_whole(fileno(shadow.get()))) return log_locked();
   return rewrite_locked(shadow.get(), original, name, hash);
 }
 

@@ -10,6 +10,7 @@
 #include "common/control_characters.h"
 #include "common/families.h"
 #include "common/log.h"
+#include "common/own_lock.h"
 #include "common/text.h"
 #include "user/account_check.h"
 #include "user/account_files.h"
@@ -38,6 +39,8 @@ bool fits_in_a_field(std::string_view name) {
 }
 
 int append_to_user_file(std::string_view name, std::string_view password) {
+  const orv::own_lock lock(orv::user_file_lock);
+  if (!lock) return orv::log_failure(ORV_E_USER_FILE);
   orv::scoped_list<tag_user_info_list> users;
   const int result = orv::read_users_to_change(users.get());
   if (result != ORV_OK) return result;

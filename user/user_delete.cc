@@ -2,6 +2,8 @@
 
 #include "common/command.h"
 #include "common/families.h"
+#include "common/log.h"
+#include "common/own_lock.h"
 #include "common/text.h"
 #include "user/account_files.h"
 #include "user/user_file.h"
@@ -9,6 +11,8 @@
 namespace {
 
 int delete_from_user_file(std::string_view name) {
+  const orv::own_lock lock(orv::user_file_lock);
+  if (!lock) return orv::log_failure(ORV_E_USER_FILE);
   orv::scoped_list<tag_user_info_list> users;
   const int result = orv::read_users_to_change(users.get());
   if (result != ORV_OK) return result;

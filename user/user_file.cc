@@ -2,19 +2,20 @@
 
 #include <fcntl.h>
 #include <orv/user.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <string>
 
+#include "common/companion.h"
 #include "common/control_characters.h"
 #include "common/families.h"
 #include "common/handles.h"
+#include "common/in_place_rewrite.h"
 #include "common/line_reader.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "common/whole_file.h"
 #include "user/account_files.h"
 #include "user/private_file.h"
 
@@ -57,20 +58,23 @@ std::string text_of_users(tag_user_info_list* list) {
   return text;
 }
 
-/// Takes the room for a text before anything is overwritten: a full disk leaves the file as it was.
-bool reserve(int file, std::size_t size) {
-  struct stat before {};
-  if (fstat(file, &before) != 0) return false;
-  const int error = size == 0 ? 0 : posix_fallocate(file, 0, static_cast<off_t>(size));
-  if (error == 0) return true;
-  if (ftruncate(file, before.st_size) == 0) errno = error;
-  return false;
+/// Finds room for a text without changing the file: a full disk leaves it as it was.
+bool has_room(int file, std::size_t size) {
+  if (size == 0 || fallocate(file, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(size)) == 0) {
+    return true;
+  }
+  return errno == EOPNOTSUPP || errno == ENODEV || errno == ENOSYS;
 }
 
+/// Rewrites the file; a text for which there is no room after all leaves the old one.
 bool overwrite(FILE* file, const std::string& text) {
-  return reserve(fileno(file), text.size()) &&
-         std::fwrite(text.data(), 1, text.size(), file) == text.size() && std::fflush(file) == 0 &&
-         ftruncate(fileno(file), static_cast<off_t>(text.size())) == 0;
+  std::string before;
+  if (!has_room(fileno(file), text.size()) || !read_rest(file, before)) return false;
+  if (rewrite_in_place(fileno(file), 0, text)) return true;
+  const int reason = errno;
+  rewrite_in_place(fileno(file), 0, before);
+  errno = reason;
+  return false;
 }
 
 }  // namespace
@@ -85,7 +89,7 @@ bool append_user(tag_user_info_list* list, std::string_view name, std::string_vi
 }
 
 int read_users_to_change(tag_user_info_list* list) {
-  const unique_file file(std::fopen(user_file_path, "re"));
+  const unique_file file = open_whole(user_file_path);
   if (!file && errno == ENOENT) return ORV_OK;
   return file && read_users(file.get(), list) ? ORV_OK : log_failure(ORV_E_USER_FILE);
 }
@@ -104,7 +108,7 @@ int sys_user_get(tag_user_info_list* list) {
 
 int get_users_from_conf(tag_user_info_list* list) {
   if (list == nullptr) return orv::log_missing_argument();
-  const orv::unique_file file(std::fopen(orv::user_file_path, "re"));
+  const orv::unique_file file = orv::open_whole(orv::user_file_path);
   return file && orv::read_users(file.get(), list) ? ORV_OK : orv::log_failure(ORV_E_USER_FILE);
 }
 

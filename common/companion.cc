@@ -1,4 +1,4 @@
-#include "share/companion.h"
+#include "common/companion.h"
 
 #include <dirent.h>
 #include <fcntl.h>

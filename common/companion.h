@@ -1,5 +1,5 @@
-#ifndef ORV_SHARE_COMPANION_H
-#define ORV_SHARE_COMPANION_H
+#ifndef ORV_COMMON_COMPANION_H
+#define ORV_COMMON_COMPANION_H
 
 #include <sys/stat.h>
 
@@ -11,10 +11,11 @@
 
 namespace orv {
 
-/// What makes a share file whole again that a kill or a power cut left half rewritten.
+/// What makes a file whole again that a kill or a power cut left half rewritten.
 ///
 /// A share file is locked by its inode and so cannot be replaced by a new file: it is cut short and
-/// written again. The whole new text therefore stands beside it, on the disk, before it is touched:
+/// written again. So is the user file, which may be a link to another disk. The whole new text
+/// therefore stands beside it, on the disk, before it is touched:
 ///
 ///     begin   the text goes to a file of its own, which is synced, renamed to the companion's name
 ///             and synced with its directory: the one file sync and the one directory sync
@@ -73,7 +74,7 @@ class companion {
   std::string path_;
 };
 
-/// Opens a share file for reading without locking it: its companion while the file's own text is
+/// Opens such a file for reading without locking it: its companion while the file's own text is
 /// being rewritten, or was cut short.
 unique_file open_whole(const char* path);
 

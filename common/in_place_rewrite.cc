@@ -1,0 +1,76 @@
+#include "common/in_place_rewrite.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+#include "common/companion.h"
+#include "common/whole_file.h"
+
+namespace orv {
+namespace {
+
+/// The beginning of a file, up to `size`; less when the file ends there or cannot be read.
+std::string beginning_of(int file, off_t size) {
+  std::string text(static_cast<std::size_t>(size), '\0');
+  std::size_t done = 0;
+  while (done < text.size()) {
+    const ssize_t got =
+        pread(file, text.data() + done, text.size() - done, static_cast<off_t>(done));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    done += static_cast<std::size_t>(got);
+  }
+  text.resize(done);
+  return text;
+}
+
+bool overwrite(int file, off_t start, std::string_view text) {
+  return lseek(file, start, SEEK_SET) >= 0 && ftruncate(file, start) == 0 &&
+         write_whole(file, text);
+}
+
+bool is_open_for_writing(int file) {
+  const int flags = fcntl(file, F_GETFL);
+  return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY;
+}
+
+}  // namespace
+
+bool rewrite_in_place(int file, off_t start, std::string_view text) {
+  const companion beside(file);
+  const std::string kept = beginning_of(file, start);
+  const bool is_guarded = is_open_for_writing(file) &&
+                          kept.size() == static_cast<std::size_t>(start) &&
+                          beside.begin(kept + std::string(text));
+  if (!is_guarded) beside.remove();
+  const bool is_written = overwrite(file, start, text);
+  const int reason = errno;
+  // What is documented to stay cut short is not to be completed later.
+  if (!is_written) beside.remove();
+  if (is_written && is_guarded) beside.finish(file);
+  errno = reason;
+  return is_written;
+}
+
+void complete_rewrite(int file) {
+  const int reason = errno;
+  const companion beside(file);
+  struct stat examined {};
+  if (beside.exists() && fstat(file, &examined) == 0) {
+    const std::string text = beginning_of(file, examined.st_size);
+    if (const auto missing = beside.missing_text(text)) {
+      if (!beside.begin(*missing)) beside.begin_again();
+      if (overwrite(file, 0, *missing)) beside.finish(file);
+    } else if (beside.differs(text)) {
+      beside.remove();
+    }
+    lseek(file, 0, SEEK_SET);
+  }
+  errno = reason;
+}
+
+}  // namespace orv
