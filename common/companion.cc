@@ -34,10 +34,8 @@ std::string text_of(const timespec& time, time_t later = 0) {
   return text;
 }
 
-/// Names one companion: its successor has another inode, and no companion is written to twice.
-std::string identity_of(const struct stat& own) {
-  return std::to_string(own.st_ino) + ' ' + text_of(own.st_mtim) + ' ';
-}
+/// Tells a companion from one that somebody wrote to: its kept copy is a link to it.
+std::string identity_of(const struct stat& own) { return text_of(own.st_mtim) + ' '; }
 
 std::string target_of(const std::string& link) {
   char target[128];
@@ -118,22 +116,23 @@ bool companion::begin(std::string_view text) const {
   if (!exists()) sweep();
   if (std::rename(path.c_str(), path_.c_str()) != 0) return false;
   text_file.leave();
+  unlink(mark_path().c_str());  // which said that an earlier rewrite was finished
   return sync_directory();
 }
+
+bool companion::is_finished() const { return !target_of(mark_path()).empty(); }
 
 void companion::finish(int file) const {
   struct stat own {};
   struct stat written {};
   if (stat(path_.c_str(), &own) != 0 || fstat(file, &written) != 0) return;
-  const std::string made = mark_path() + new_suffix;
-  unlink(made.c_str());
-  if (symlink((identity_of(own) + text_of(written.st_ctim)).c_str(), made.c_str()) != 0) return;
-  std::rename(made.c_str(), mark_path().c_str());
+  unlink(mark_path().c_str());
+  (void)!symlink((identity_of(own) + text_of(written.st_ctim)).c_str(), mark_path().c_str());
 }
 
 void companion::begin_again() const {
-  utimensat(AT_FDCWD, path_.c_str(), nullptr, 0);
   unlink(mark_path().c_str());
+  utimensat(AT_FDCWD, path_.c_str(), nullptr, 0);
 }
 
 void companion::remove() const {
@@ -144,9 +143,10 @@ void companion::remove() const {
 bool companion::is_cut_short(const struct stat& own, std::string_view text,
                              std::string_view wanted) const {
   const std::string changed = text_of(file_.st_ctim);
-  const std::string identity = identity_of(own);
   const std::string mark = target_of(mark_path());
-  if (mark.starts_with(identity)) {
+  if (!mark.empty()) {
+    const std::string identity = identity_of(own);
+    if (!mark.starts_with(identity)) return false;
     const std::string finished = mark.substr(identity.size());
     return changed < finished || (changed == finished && is_part_of(wanted, text));
   }

@@ -55,6 +55,7 @@ class companion {
 
   /// Brings the new text of the file to the disk; false when that could not be done.
   bool begin(std::string_view text) const;
+  bool is_finished() const;
   /// The file has its new text.
   void finish(int file) const;
   /// The file is to be rewritten from its companion: as begun just now.

@@ -67,6 +67,8 @@ void complete_rewrite(int file) {
       if (overwrite(file, 0, *missing)) beside.finish(file);
     } else if (beside.differs(text)) {
       beside.remove();
+    } else if (!beside.is_finished()) {
+      beside.finish(file);
     }
     lseek(file, 0, SEEK_SET);
   }

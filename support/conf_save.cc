@@ -118,9 +118,9 @@ bool keep_companion(const commit& work, int file) {
   if (work.companion.empty() || !is_same(work.companion, file)) return false;
   unlink(work.temporary.c_str());
   if (link(work.companion.c_str(), work.temporary.c_str()) != 0) return false;
-  if (rename(work.temporary.c_str(), work.kept.c_str()) == 0) return true;
-  unlink(work.temporary.c_str());
-  return false;
+  const bool is_kept = rename(work.temporary.c_str(), work.kept.c_str()) == 0;
+  unlink(work.temporary.c_str());  // which stays when it was a link to the kept copy already
+  return is_kept;
 }
 
 /// Replaces the kept copy atomically by one that is complete on disk; the copy is never more open

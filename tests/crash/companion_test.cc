@@ -1,0 +1,174 @@
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <utime.h>
+
+#include "tests/crash/rewrites.h"
+#include "tests/crash/traced.h"
+
+using testing::IsEmpty;
+
+namespace {
+
+constexpr char companions[] = "/var/lib/orv/rewrites/";
+
+/// What a power cut and an editor may leave beside a companion.
+class companion_ : public rewrite_test {
+ protected:
+  static std::string of(const std::string& path) {
+    struct stat found {};
+    EXPECT_EQ(::stat(path.c_str(), &found), 0);
+    return companions + std::to_string(found.st_dev) + '-' + std::to_string(found.st_ino);
+  }
+  static void write_in_place(const std::string& path, const std::string& text) {
+    const open_file file(path, O_WRONLY | O_TRUNC);
+    EXPECT_EQ(::write(file.number(), text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+  static void add(const std::string& name) {
+    tag_share_config share = a_share(name, "ftp");
+    EXPECT_EQ(share_add(&share), ORV_OK);
+  }
+  /// The time of the file's last change is moved before the end of its rewrite, as far as can be
+  /// seen: the mark says that the rewrite ended later.
+  static void mark_as_finished_later(const std::string& path) {
+    const std::string mark = of(path) + ".done";
+    char target[128] = "";
+    EXPECT_GT(readlink(mark.c_str(), target, sizeof target - 1), 0);
+    std::string text = target;
+    text.replace(text.rfind(' ') + 1, 20, "00000000009999999999");
+    unlink(mark.c_str());
+    EXPECT_EQ(symlink(text.c_str(), mark.c_str()), 0);
+  }
+  /// As if the rewrite had not come to its end.
+  static void unmark(const std::string& path) { unlink((of(path) + ".done").c_str()); }
+  static std::string held(const std::string& path) {
+    const int file = lock_sharefile(path.c_str());
+    EXPECT_GE(file, 0);
+    std::string text(100000, '\0');
+    text.resize(static_cast<std::size_t>(read(file, text.data(), text.size())));
+    close(file);
+    return text;
+  }
+  static sandbox::lines listed_names() {
+    share_list list;
+    EXPECT_EQ(get_shareinfo_from_shareconf(list.get()), ORV_OK);
+    sandbox::lines names;
+    for (const tag_share_config* share : list.records()) names.push_back(share->name);
+    return names;
+  }
+};
+
+}  // namespace
+
+TEST_F(companion_, gives_back_what_a_power_cut_took) {
+  shares(listed("old"));
+  add("new");
+  const std::string whole = shares();
+  const std::string holes = std::string(100, '\0') + whole.substr(100, 20);
+  for (const std::string& lost : {std::string(), listed("old"), whole.substr(0, 50), holes}) {
+    write_in_place(shares_path, lost);
+    mark_as_finished_later(shares_path);
+    EXPECT_THAT(listed_names(), testing::ElementsAre("old", "new"));
+    EXPECT_EQ(held(shares_path), whole);
+    EXPECT_EQ(shares(), whole);
+  }
+}
+
+TEST_F(companion_, completes_what_was_cut_short_by_a_kill) {
+  shares(listed("old"));
+  add("new");
+  const std::string whole = shares();
+  for (const std::size_t size : {0UL, 1UL, 100UL, whole.size() - 1}) {
+    utimensat(AT_FDCWD, of(shares_path).c_str(), nullptr, 0);
+    unmark(shares_path);
+    write_in_place(shares_path, whole.substr(0, size));
+    EXPECT_THAT(listed_names(), testing::ElementsAre("old", "new"));
+    EXPECT_EQ(shares().size(), size);
+    EXPECT_EQ(held(shares_path), whole);
+  }
+}
+
+TEST_F(companion_, never_undoes_a_change_by_hand) {
+  shares(listed("old"));
+  for (const std::string& edited :
+       {std::string(), listed("old"), listed("mine"), listed("old") + "[n", std::string(9, '\0')}) {
+    add("new");
+    write_in_place(shares_path, edited);
+    EXPECT_EQ(held(shares_path), edited);
+    EXPECT_FALSE(machine.exists(of(shares_path)));
+    add("other");  // a companion that stands again
+    machine.remove(shares_path);
+    machine.file(shares_path, edited);
+    EXPECT_EQ(held(shares_path), edited) << "replaced";
+    shares(listed("old"));
+  }
+}
+
+TEST_F(companion_, never_undoes_a_change_by_hand_after_a_kill) {
+  shares(listed("old"));
+  add("new");
+  unmark(shares_path);
+  write_in_place(shares_path, listed("mine"));
+  EXPECT_EQ(held(shares_path), listed("mine"));
+}
+
+TEST_F(companion_, of_long_ago_does_not_touch_a_file_that_was_emptied) {
+  shares(listed("old"));
+  add("new");
+  unmark(shares_path);
+  const utimbuf an_hour_ago{time(nullptr) - 3600, time(nullptr) - 3600};
+  utime(of(shares_path).c_str(), &an_hour_ago);
+  write_in_place(shares_path, "");
+  EXPECT_EQ(held(shares_path), "");
+}
+
+// The kept copy is another link to the companion, and editors may write to it in place.
+TEST_F(companion_, that_was_written_to_is_no_companion_any_more) {
+  shares(listed("old"));
+  add("new");
+  const std::string committed = shares();
+  sleep(1);
+  write_in_place(std::string("/var/lib/orv/kept") + shares_path, "edited");
+  EXPECT_EQ(held(shares_path), committed);
+}
+
+TEST_F(companion_, is_as_closed_as_its_file) {
+  machine.file(ietd_path, "", 0600);
+  tag_share_config share = a_share("vol", "iscsi");
+  EXPECT_EQ(share_add(&share), ORV_OK);
+  EXPECT_EQ(machine.mode(of(ietd_path)), 0600U);
+  EXPECT_EQ(machine.mode("/var/lib/orv/rewrites"), 0700U);
+  EXPECT_TRUE(is_committed(ietd_path));
+}
+
+TEST_F(companion_, that_cannot_be_made_keeps_nobody_from_a_change) {
+  machine.file("/var/lib/orv/rewrites", "in the way");
+  shares(listed("old"));
+  add("new");
+  EXPECT_EQ(shares(), listed("old") + listed("new", "ftp"));
+  EXPECT_TRUE(is_committed(shares_path));
+}
+
+TEST_F(companion_, of_a_file_that_could_not_be_written_is_gone) {
+  share_list list;
+  list.add(a_share("a"));
+  machine.mount_tmpfs("/small", "size=8k");
+  machine.file("/small/rest", std::string(8192, 'x'));
+  const open_file full("/small/f");
+  EXPECT_EQ(put_share_to_conf(full.number(), list.get()), ORV_E_SHARE_WRITE);
+  EXPECT_EQ(held("/small/f"), "");
+  EXPECT_FALSE(machine.exists(of("/small/f")));
+}
+
+TEST_F(companion_, of_a_file_that_is_gone_is_swept_after_a_day) {
+  shares(listed("old"));
+  add("new");
+  const std::string stale = of(shares_path);
+  const timespec long_ago[] = {{1000000, 0}, {1000000, 0}};
+  EXPECT_EQ(utimensat(AT_FDCWD, (stale + ".done").c_str(), long_ago, AT_SYMLINK_NOFOLLOW), 0);
+  shares(listed("replaced"));
+  add("new");
+  if (of(shares_path) != stale) {
+    EXPECT_FALSE(machine.exists(stale));
+    EXPECT_FALSE(machine.exists(stale + ".done"));
+  }
+}
