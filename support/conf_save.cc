@@ -52,7 +52,7 @@ struct commit {
         directory(directory_of(path)),
         kept(std::string(kept_root) + path),
         kept_directory(directory_of(kept)),
-        temporary(kept + std::string(temporary_suffix) + std::to_string(gettid())) {
+        temporary(kept + std::string(temporary_suffix) + std::to_string(gettid()) + "-XXXXXX") {
     struct stat found {};
     if (stat(path.c_str(), &found) == 0) companion = orv::support::companion_path(found);
   }
@@ -128,9 +128,7 @@ bool keep_companion(const commit& work, int file) {
 bool keep_copy(commit& work, int file) {
   struct stat original {};
   if (fstat(file, &original) != 0 || !is_regular(original)) return false;
-  unlink(work.temporary.c_str());
-  constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC;
-  const descriptor copy(open(work.temporary.c_str(), flags, S_IRUSR | S_IWUSR));
+  const descriptor copy(mkostemp(work.temporary.data(), O_CLOEXEC));
   if (!copy.valid()) return false;
   if (copy_contents(file, copy.number(), original.st_size) &&
       fchown(copy.number(), original.st_uid, original.st_gid) == 0 &&

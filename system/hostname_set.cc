@@ -50,8 +50,9 @@ bool replace(int file, std::string_view name) {
   return true;
 }
 
-bool overwrite(int file, std::string_view name) {
-  return ftruncate(file, 0) == 0 ? orv::write_whole(file, name) : false;
+bool overwrite(std::string_view name) {
+  const orv::unique_descriptor file(open(hostname_file, O_WRONLY | O_TRUNC | O_CLOEXEC));
+  return file && orv::write_whole(file.get(), name);
 }
 
 /// @return ORV_OK, ORV_E_HOSTNAME_OPEN, ORV_E_HOSTNAME_WRITE or ORV_E_HOSTNAME_SET
@@ -60,7 +61,7 @@ int store_and_apply(const std::string& name) {
   const orv::unique_descriptor file(
       lock ? open(hostname_file, O_RDWR | O_CREAT | O_CLOEXEC, mode_of_new_file) : -1);
   if (!file) return orv::log_reason(ORV_E_HOSTNAME_OPEN, "can't open or create the file for '%s'!");
-  if (!replace(file.get(), name) && !overwrite(file.get(), name)) {
+  if (!replace(file.get(), name) && !overwrite(name)) {
     return orv::log_reason(ORV_E_HOSTNAME_WRITE, "can't write the file for '%s'!");
   }
   if (sethostname(name.data(), name.size()) != 0) {

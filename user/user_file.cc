@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <orv/user.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -69,7 +70,10 @@ bool has_room(int file, std::size_t size) {
 /// Rewrites the file; a text for which there is no room after all leaves the old one.
 bool overwrite(FILE* file, const std::string& text) {
   std::string before;
-  if (!has_room(fileno(file), text.size()) || !read_rest(file, before)) return false;
+  struct stat examined {};
+  if (!has_room(fileno(file), text.size()) || fstat(fileno(file), &examined) != 0) return false;
+  // A device may have no end.
+  if (S_ISREG(examined.st_mode) && !read_rest(file, before)) return false;
   if (rewrite_in_place(fileno(file), 0, text)) return true;
   const int reason = errno;
   rewrite_in_place(fileno(file), 0, before);

@@ -58,7 +58,8 @@ class user_add_saving : public user_add, public testing::WithParamInterface<int>
 // A copy that cannot be made shows which file it was for.
 TEST_P(user_add_saving, commits_the_five_files_in_order_and_whatever_happens_to_one) {
   sandbox::lines others = all_files();
-  if (GetParam() <= 5) others.erase(others.begin() + GetParam() - 1);
+  // The copy of the last one, the user file, is a link: no file is made for it.
+  if (GetParam() <= 4) others.erase(others.begin() + GetParam() - 1);
   machine.fail("mkstemp", EMFILE, GetParam());
   EXPECT_EQ(add("bob", "secret"), ORV_OK);
   EXPECT_THAT(committed(), ElementsAreArray(others));
