@@ -1,3 +1,5 @@
+#include <sys/prctl.h>
+
 #include <cstdio>
 #include <random>
 #include <thread>
@@ -36,6 +38,7 @@ class killed_at_random : public rewrite_test {
   void kill_busy(const change& make) {
     const pid_t busy = fork();
     if (busy == 0) {
+      prctl(PR_SET_PDEATHSIG, SIGKILL);
       for (int turn = 0;; ++turn) make(turn % 2);
     }
     std::uniform_int_distribution<int> microseconds(0, 20000);

@@ -131,18 +131,19 @@ namespace {
 
 using sandbox::libc::fails;
 
-// The C library's own function of this name.
-template <class result, class... parameters, class... arguments>
-result real(result (*)(parameters...), const char* symbol, arguments... values) {
-  const auto function = reinterpret_cast<result (*)(parameters...)>(::dlsym(RTLD_NEXT, symbol));
+// The C library's own function of this name. It is looked up once: a process that was made by clone
+// and shares its memory with a killed one may find the lock of the dynamic linker taken.
+template <auto self, class... arguments>
+auto real(const char* symbol, arguments... values) {
+  static const auto function = reinterpret_cast<decltype(self)>(::dlsym(RTLD_NEXT, symbol));
   return function(values...);
 }
 
-template <class function, class... flags>
-int temp_file(function* self, const char* symbol, char* name, flags... values) {
+template <auto self, class... flags>
+int temp_file(const char* symbol, char* name, flags... values) {
   if (fails("mkstemp")) return -1;
   const std::string pattern = name;
-  const int file = real(self, symbol, name, values...);
+  const int file = real<self>(symbol, name, values...);
   if (file >= 0) sandbox::libc::note_temp_file(pattern, name);
   return file;
 }
@@ -156,71 +157,71 @@ int temp_file(function* self, const char* symbol, char* name, flags... values) {
   extern "C" result own_##symbol(__VA_ARGS__)
 
 DEFINE(FILE*, fopen, const char* path, const char* mode) {
-  return fails("fopen") ? nullptr : real(own_fopen, "fopen", path, mode);
+  return fails("fopen") ? nullptr : real<own_fopen>("fopen", path, mode);
 }
 
 DEFINE(FILE*, fopen64, const char* path, const char* mode) {
-  return fails("fopen") ? nullptr : real(own_fopen64, "fopen64", path, mode);
+  return fails("fopen") ? nullptr : real<own_fopen64>("fopen64", path, mode);
 }
 
 DEFINE(DIR*, opendir, const char* path) {
-  return fails("opendir") ? nullptr : real(own_opendir, "opendir", path);
+  return fails("opendir") ? nullptr : real<own_opendir>("opendir", path);
 }
 
 DEFINE(int, stat, const char* path, void* found) {
-  return fails("stat") ? -1 : real(own_stat, "stat", path, found);
+  return fails("stat") ? -1 : real<own_stat>("stat", path, found);
 }
 
 DEFINE(int, stat64, const char* path, void* found) {
-  return fails("stat") ? -1 : real(own_stat64, "stat64", path, found);
+  return fails("stat") ? -1 : real<own_stat64>("stat64", path, found);
 }
 
 DEFINE(int, fstat, int file, void* found) {
-  return fails("fstat") ? -1 : real(own_fstat, "fstat", file, found);
+  return fails("fstat") ? -1 : real<own_fstat>("fstat", file, found);
 }
 
 DEFINE(int, fstat64, int file, void* found) {
-  return fails("fstat") ? -1 : real(own_fstat64, "fstat64", file, found);
+  return fails("fstat") ? -1 : real<own_fstat64>("fstat64", file, found);
 }
 
 DEFINE(int, fchown, int file, uid_t owner, gid_t group) {
-  return fails("fchown") ? -1 : real(own_fchown, "fchown", file, owner, group);
+  return fails("fchown") ? -1 : real<own_fchown>("fchown", file, owner, group);
 }
 
-DEFINE(int, fsync, int file) { return fails("fsync") ? -1 : real(own_fsync, "fsync", file); }
+DEFINE(int, fsync, int file) { return fails("fsync") ? -1 : real<own_fsync>("fsync", file); }
 
 DEFINE(int, rename, const char* from, const char* to) {
-  return fails("rename") ? -1 : real(own_rename, "rename", from, to);
+  return fails("rename") ? -1 : real<own_rename>("rename", from, to);
 }
 
-DEFINE(time_t, time, time_t* now) { return fails("time") ? -1 : real(own_time, "time", now); }
+DEFINE(time_t, time, time_t* now) { return fails("time") ? -1 : real<own_time>("time", now); }
 
 DEFINE(int, gettimeofday, timeval* now, void* zone) {
-  return fails("gettimeofday") ? -1 : real(own_gettimeofday, "gettimeofday", now, zone);
+  return fails("gettimeofday") ? -1 : real<own_gettimeofday>("gettimeofday", now, zone);
 }
 
-DEFINE(int, mkstemp, char* name) { return temp_file(own_mkstemp, "mkstemp", name); }
+DEFINE(int, mkstemp, char* name) { return temp_file<own_mkstemp>("mkstemp", name); }
 
-DEFINE(int, mkstemp64, char* name) { return temp_file(own_mkstemp64, "mkstemp64", name); }
+DEFINE(int, mkstemp64, char* name) { return temp_file<own_mkstemp64>("mkstemp64", name); }
 
 DEFINE(int, mkostemp, char* name, int flags) {
-  return temp_file(own_mkostemp, "mkostemp", name, flags);
+  return temp_file<own_mkostemp>("mkostemp", name, flags);
 }
 
 DEFINE(int, mkostemp64, char* name, int flags) {
-  return temp_file(own_mkostemp64, "mkostemp64", name, flags);
+  return temp_file<own_mkostemp64>("mkostemp64", name, flags);
 }
 
 DEFINE(int, statfs, const char* path, struct statfs* found) {
   if (fails("statfs")) return -1;
-  return sandbox::libc::bent_statfs(real(own_statfs, "statfs", path, found), path, found);
+  return sandbox::libc::bent_statfs(real<own_statfs>("statfs", path, found), path, found);
 }
 
 DEFINE(int, statfs64, const char* path, struct statfs64* found) {
   if (fails("statfs")) return -1;
-  return sandbox::libc::bent_statfs(real(own_statfs64, "statfs64", path, found), path, found);
+  return sandbox::libc::bent_statfs(real<own_statfs64>("statfs64", path, found), path, found);
 }
 
 DEFINE(int, uname, utsname* found) {
-  return fails("uname") ? -1 : sandbox::libc::bent_uname(real(own_uname, "uname", found), found);
+  return fails("uname") ? -1 : sandbox::libc::bent_uname(real<own_uname>("uname", found), found);
 }
