@@ -22,6 +22,7 @@
 #include <cstring>
 
 #include "machine.h"
+#include "support/companion_path.h"
 
 using fuzz::file;
 using fuzz::the_machine;
@@ -94,6 +95,12 @@ std::size_t read_at(const handle& from, void* buffer, std::size_t size, std::siz
   return count;
 }
 
+/// There is no room for companions: they would tell a change by somebody else by its time, and no
+/// time passes here.
+bool is_companion(std::string_view path) {
+  return path.starts_with(orv::support::companions_directory);
+}
+
 }  // namespace
 
 std::size_t fuzz::open_handles() {
@@ -153,6 +160,7 @@ int machine_open(const char* path, int flags, ...) {
   auto content = the_machine.find(path);
   if (content && (flags & O_CREAT) != 0 && (flags & O_EXCL) != 0) return fail_with(EEXIST);
   if (!content && (flags & O_CREAT) == 0) return fail_with(ENOENT);
+  if (!content && is_companion(path)) return fail_with(ENOSPC);
   if (!content) content = the_machine.make(path);
   if ((flags & O_TRUNC) != 0) content->text.clear();
   return open_handle({content, 0, (flags & O_APPEND) != 0, false});
@@ -252,6 +260,20 @@ int machine_posix_fallocate(int number, off_t offset, off_t size) {
   return 0;
 }
 
+/// Room is there, and the size stays.
+int machine_fallocate(int number, int, off_t, off_t) {
+  return handle_of(number) == nullptr ? -1 : 0;
+}
+
+/// There are no links.
+int machine_symlink(const char*, const char*) { return fail_with(EPERM); }
+ssize_t machine_readlink(const char*, char*, std::size_t) { return fail_with(EINVAL); }
+int machine_lstat(const char* path, struct stat* examined) { return machine_stat(path, examined); }
+
+int machine_utimensat(int, const char* path, const timespec*, int) {
+  return the_machine.find(path) ? 0 : fail_with(ENOENT);
+}
+
 int machine_fsync(int number) { return handle_of(number) == nullptr ? -1 : 0; }
 int machine_fchown(int number, uid_t, gid_t) { return handle_of(number) == nullptr ? -1 : 0; }
 int machine_futimens(int number, const timespec*) { return handle_of(number) == nullptr ? -1 : 0; }
@@ -274,6 +296,8 @@ int machine_fcntl(int number, int command, ...) {
   }
   return 0;
 }
+
+int machine_flock(int number, int) { return handle_of(number) == nullptr ? -1 : 0; }
 
 int machine_mkostemp(char* path, int) {
   static unsigned long count = 0;
