@@ -108,7 +108,9 @@ class secrets : public user_test {
   std::string mode_and_path(const std::string& path) const {
     std::array<char, 16> octal{};
     std::snprintf(octal.data(), octal.size(), "%o ", machine.mode(path));
-    return octal.data() + path;
+    // A companion has the numbers of its file for a name.
+    constexpr char companions[] = "/var/lib/orv/rewrites/";
+    return octal.data() + (path.starts_with(companions) ? companions + std::string("N") : path);
   }
 
   /// No tool was told the password, and no log line tells it; the shell was told it only in the
@@ -166,7 +168,8 @@ TEST_F(secrets, of_a_new_user_are_in_the_user_file_and_its_copy_alone) {
     machine.file("/etc/group", root_in_group);
     EXPECT_EQ(add("eve", password), ORV_OK);
     EXPECT_THAT(files(), ElementsAre("600 /etc/nas_userfile.conf",
-                                     "600 /var/lib/orv/kept/etc/nas_userfile.conf"));
+                                     "600 /var/lib/orv/kept/etc/nas_userfile.conf",
+                                     "600 /var/lib/orv/rewrites/N"));
     expect_told_to_nobody();
     EXPECT_EQ(smb_input(), std::string(password) + '\n' + password + '\n');
   }
@@ -177,7 +180,7 @@ TEST_F(secrets, of_a_changed_and_a_deleted_user_leave_no_trace) {
   EXPECT_EQ(sys_user_modify("eve", request("eve", "another")), ORV_OK);
   EXPECT_THAT(files(), IsEmpty());
   EXPECT_EQ(sys_user_modify("eve", request("eve", password)), ORV_OK);
-  EXPECT_EQ(files().size(), 2U);
+  EXPECT_EQ(files().size(), 3U);
   EXPECT_EQ(sys_user_delete("eve"), ORV_OK);
   EXPECT_THAT(files(), IsEmpty());
   expect_told_to_nobody();
@@ -217,8 +220,9 @@ TEST_F(secrets, of_iscsi_users_are_in_the_file_of_the_targets_and_its_copy) {
     tag_share_config share = volume();
     EXPECT_EQ(share_add(&share), ORV_OK);
     EXPECT_EQ(share_mod(&share), ORV_OK);
-    EXPECT_THAT(files(), ElementsAre("600 /etc/nas_userfile.conf", "700 /etc/ietd.conf",
-                                     "700 /var/lib/orv/kept/etc/ietd.conf"));
+    EXPECT_THAT(files(),
+                ElementsAre("600 /etc/nas_userfile.conf", "700 /etc/ietd.conf",
+                            "700 /var/lib/orv/kept/etc/ietd.conf", "700 /var/lib/orv/rewrites/N"));
     orv::scoped_list<tag_shareconf_list> list;
     EXPECT_EQ(get_shareinfo_from_ietd(list.get()), ORV_OK);
     expect_temporary_files_are_closed();
