@@ -45,6 +45,20 @@ void cover(const char* directory) {
   must(::chmod(directory, found.st_mode & 07777U) == 0, directory);
 }
 
+/// Lets nobody write into the library's own folder, nor make it: it does without the locks and the
+/// second texts of files that it would put there.
+void seal_own_folder() {
+  for (const char* folder : {"/var/lib/orv", "/var/lib", "/var"}) {
+    if (::access(folder, F_OK) != 0) continue;
+    must(::mount(folder, folder, nullptr, MS_BIND | MS_REC, nullptr) == 0, folder);
+    mount_attr read_only{};
+    read_only.attr_set = MOUNT_ATTR_RDONLY;
+    must(::mount_setattr(AT_FDCWD, folder, AT_RECURSIVE, &read_only, sizeof read_only) == 0,
+         folder);
+    return;
+  }
+}
+
 /// An entry of a directory, which stays reachable when the directory is covered.
 struct entry_below {
   std::string path;
@@ -99,6 +113,7 @@ void put_back(const entry_below& taken) {
 
 private_folders::private_folders() {
   leave_others_mounts();
+  seal_own_folder();
   settings_ = read_tree(settings_folder);
   const std::vector<entry_below> temporary = take_all(temporary_folder);
   cover(settings_folder);

@@ -9,7 +9,8 @@
 namespace orvctl {
 
 /// From here on this process, and what it starts, has copies of "/etc" and "/tmp" of its own: what
-/// it writes there nobody else sees, and it goes with the process. The library writes nowhere else.
+/// it writes there nobody else sees, and it goes with the process. The library's own folder
+/// "/var/lib/orv" can only be read, and the library writes nowhere else.
 class private_folders {
  public:
   /// Throws a problem when the kernel does not let this process have them.
