@@ -316,7 +316,8 @@ TEST_F(shadow_file, is_not_replaced_on_a_full_disk) {
   EXPECT_EQ(machine.log(), code_log(ORV_E_SHADOW_WRITE, "No space left on device"));
   EXPECT_EQ(shadow(), full_page);
   EXPECT_EQ(machine.read("/etc/shadow-"), full_page);
-  EXPECT_THAT(machine.list("/etc"), ElementsAre(".pwd.lock", "group", "passwd", "shadow", "shadow-"));
+  EXPECT_THAT(machine.list("/etc"),
+              ElementsAre(".pwd.lock", "group", "passwd", "shadow", "shadow-"));
 }
 
 TEST_F(shadow_file, is_not_replaced_when_the_new_one_cannot_be_renamed) {
