@@ -75,9 +75,10 @@ class client_index {
   void take_service(std::string_view row) {
     const auto words = orv::split(row, " ");
     if (words.size() < 2 || !orv::is_number(words[1]) || words[0] == control_share) return;
-    for (client& found : std::ranges::equal_range(clients_, words[1], {}, process_of)) {
-      if (!found.has_share) orv::set_text(found.connection->share, words[0]);
-      found.has_share = true;
+    auto found = std::ranges::lower_bound(clients_, words[1], {}, process_of);
+    for (; found != clients_.end() && process_of(*found) == words[1]; ++found) {
+      if (!found->has_share) orv::set_text(found->connection->share, words[0]);
+      found->has_share = true;
     }
   }
 
