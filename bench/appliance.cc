@@ -50,7 +50,6 @@ void add_disk(int disk) {
           to_string(disk) +
           "\nFirmware Version: 51.0AB51\nUser Capacity:    2,000,398,934,016 bytes [2.00 TB]\n"
           "ATA Version is:   ATA8-ACS (minor revision not indicated)\n"
-          "ATA Standard is:  Exact ATA specification draft version not indicated\n"
           "SMART support is: Available - device has SMART capability.\nSMART support is: "
           "Enabled\n\n"
           "=== START OF READ SMART DATA SECTION ===\n"
