@@ -14,6 +14,9 @@ class line_reader {
   /// Moves to the next line; false at the end of the stream and on a read error.
   bool next();
 
+  /// True when the stream ended because it could not be read on; `errno` says why.
+  bool failed() const { return std::ferror(stream_) != 0; }
+
   /// The line that `next` moved to; the caller may cut it.
   char* line() { return buffer_; }
 

@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <ctime>
 #include <string>
 
@@ -68,6 +69,9 @@ class reader {
 /// written.
 class writer {
  public:
+  /// False when there are passwords that cannot be read: a target without them lets everybody in.
+  bool knows_passwords() const { return known_users_.has_value() || has_no_users_; }
+
   void append_target(std::string& text, const tag_share_config& share) const {
     const std::string name = orv::stored_name(orv::text_of(share.name), "iscsi");
     text.append("Target ").append(target_prefix).append(name);
@@ -90,6 +94,7 @@ class writer {
 
   std::string stamp_ = orv::local_time_text(std::time(nullptr), ".%Y%m%d%H%M%S").value_or("");
   std::optional<orv::user_passwords> known_users_ = orv::user_passwords::read();
+  bool has_no_users_ = !known_users_ && errno == ENOENT;
 };
 
 }  // namespace
@@ -103,6 +108,7 @@ int get_share_from_ietd(int fd, tag_shareconf_list* list) {
 
 int put_share_to_ietd(int fd, tag_shareconf_list* list) {
   const writer targets;
+  if (!targets.knows_passwords()) return ORV_E_SHARE_WRITE;
   const auto append_share = [&](std::string& text, const tag_share_config& share) {
     targets.append_target(text, share);
   };

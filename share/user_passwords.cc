@@ -18,6 +18,7 @@ std::optional<user_passwords> user_passwords::read() {
   user_passwords known;
   line_reader lines(file.get());
   while (lines.next()) known.take(trimmed(lines.line()));
+  if (lines.failed()) return std::nullopt;
   return known;
 }
 

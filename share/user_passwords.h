@@ -11,7 +11,7 @@ namespace orv {
 /// The passwords in the user file, as it was when the object was made.
 class user_passwords {
  public:
-  /// Nothing, with `errno`, when the file cannot be opened.
+  /// Nothing, with `errno`, when the file cannot be read.
   static std::optional<user_passwords> read();
 
   /// A user's password, NULL when there is none. Of two lines of a user the first counts, also when

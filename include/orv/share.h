@@ -142,7 +142,8 @@ ORV_API int put_share_to_nfs_recy(int fd, tag_shareconf_list* list);
 /// counts. A name is cut to 32 characters, which may take a part of the stamp with it.
 ORV_API int get_share_from_ietd(int fd, tag_shareconf_list* list);
 /// Writes "/etc/ietd.conf" with each user's password (its first 12 characters; empty for a user
-/// that is not known). A name without "." gets the current time as a stamp.
+/// that is not known). A name without "." gets the current time as a stamp. ORV_E_SHARE_WRITE, with
+/// the file unchanged, also when there is a user file that cannot be read.
 ORV_API int put_share_to_ietd(int fd, tag_shareconf_list* list);
 
 /// FTP shares have no file: does nothing. @return ORV_OK
@@ -162,7 +163,7 @@ ORV_API int put_share_to_mode_recy(int fd, tag_shareconf_list* list, const char*
 /// Looks a user's password up in "/etc/nas_userfile.conf".
 /// @param out     unchanged when the user is not there
 /// @param outlen  size of `out`
-/// @return ORV_OK, also when the user is not there; ORV_E_PASSWORDS when the file cannot be opened;
+/// @return ORV_OK, also when the user is not there; ORV_E_PASSWORDS when the file cannot be read;
 ///         ORV_E_FAILED for a NULL argument
 ORV_API int get_pwd_from_conf(const char* user, char* out, int outlen);
 

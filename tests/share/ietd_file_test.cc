@@ -79,6 +79,19 @@ TEST_F(ietd_file, has_empty_passwords_without_a_user_file) {
   EXPECT_THAT(written(list), testing::HasSubstr("\n\tIncomingUser ann \n"));
 }
 
+TEST_F(ietd_file, stays_as_it_is_while_the_passwords_cannot_be_read) {
+  const std::string before = "Target iqn.2006-05.org.orv:v.1\n\tIncomingUser ann secret\n";
+  machine.file(ietd_path, before);
+  machine.directory("/etc/nas_userfile.conf");
+  share_list list;
+  list.add(a_share("v.1", "iscsi"));
+  {
+    const open_file file(ietd_path);
+    EXPECT_EQ(put_share_to_ietd(file.number(), list.get()), ORV_E_SHARE_WRITE);
+  }
+  EXPECT_EQ(machine.read(ietd_path), before);
+}
+
 TEST_F(ietd_file, is_read_target_by_target) {
   EXPECT_THAT(read_back("Target iqn.x:vol.1\n\tIncomingUser ann pw\n\tIncomingUser bob\n"
                         "\tLun 0 Path=/dev/vg/a,Type=fileio\n\tMaxSessions 0\n"
