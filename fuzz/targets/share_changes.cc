@@ -5,29 +5,20 @@
 /// Values are few, and of the plain kind that each file holds as they are: the same shares meet
 /// again and again. What files make of odd values is left to the target of the share files.
 
-#include <orv/share.h>
-
 #include <algorithm>
 #include <array>
 #include <vector>
 
 #include "fuzz.h"
-#include "share/share_change.h"
+#include "share_modes.h"
+
+using fuzz::file_number;
+using fuzz::files;
+using enum fuzz::file_number;
 
 namespace {
 
 using records = std::vector<tag_share_config>;
-
-enum file_number { conf, smb, smb_recy, nfs, nfs_recy, ietd, file_count };
-
-constexpr orv::share_mode files[file_count] = {
-    {"", orv::sharefolder_path, get_share_from_conf, put_share_to_conf},
-    {"", orv::smb_path, get_share_from_smb, put_share_to_smb},
-    {"", orv::smb_recy_path, get_share_from_smb, put_share_to_smb_recy},
-    {"", orv::exports_path, get_share_from_nfs, put_share_to_nfs},
-    {"", orv::exports_recy_path, get_share_from_nfs, put_share_to_nfs_recy},
-    {"", orv::ietd_path, get_share_from_ietd, put_share_to_ietd},
-};
 
 constexpr char global_settings[] = "[global]\n    workgroup = WG\n";
 constexpr char stamp[] = ".20240101000000";

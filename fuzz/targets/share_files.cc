@@ -1,20 +1,11 @@
 /// The share files of every service: read, written, and read again.
 
-#include <orv/share.h>
-
 #include "fuzz.h"
-#include "share/share_change.h"
+#include "share_modes.h"
+
+using fuzz::files;
 
 namespace {
-
-constexpr orv::share_mode files[] = {
-    {"", orv::sharefolder_path, get_share_from_conf, put_share_to_conf},
-    {"", orv::smb_path, get_share_from_smb, put_share_to_smb},
-    {"", orv::smb_recy_path, get_share_from_smb, put_share_to_smb_recy},
-    {"", orv::exports_path, get_share_from_nfs, put_share_to_nfs},
-    {"", orv::exports_recy_path, get_share_from_nfs, put_share_to_nfs_recy},
-    {"", orv::ietd_path, get_share_from_ietd, put_share_to_ietd},
-};
 
 using share_list = fuzz::list<tag_shareconf_list>;
 

@@ -1,5 +1,6 @@
 /// The records of usual calls: they fit the machine of the injection tests.
 #include "tests/security/functions.h"
+#include "tests/share/share_machine.h"
 
 namespace security {
 namespace {
@@ -44,16 +45,6 @@ void fill_file_system(tag_fs_info& fs) {
   set_text(fs.fstype, "xfs");
 }
 
-void fill_share(tag_share_config& share, const std::string& name, const std::string& service) {
-  share_conf_init(&share);
-  set_text(share.name, name);
-  set_text(share.path, "/mnt/" + name);
-  set_text(share.comment, "of " + name);
-  set_text(share.service, service);
-  set_text(share.valid_users, "ann");
-  share.size = 7;
-}
-
 void fill_user(tag_user_info& user) {
   set_text(user.name, "eve");
   set_text(user.password, "secret");
@@ -66,7 +57,7 @@ record<tag_disk_info> disk() { return record<tag_disk_info>(fill_disk); }
 record<tag_vg_info> group() { return record<tag_vg_info>(fill_group); }
 record<tag_share_config> share(const std::string& service) {
   return record<tag_share_config>(
-      [service](tag_share_config& share) { fill_share(share, "new", service); });
+      [service](tag_share_config& share) { share = a_share("new", service); });
 }
 
 list_of<tag_diskinfo_list> disks() { return list_of<tag_diskinfo_list>({fill_disk}); }
@@ -88,7 +79,7 @@ list_of<tag_netcard_list> netcards() {
 }
 list_of<tag_shareconf_list> shares(const std::string& service) {
   const auto filler = [service](const std::string& name) {
-    return [name, service](tag_share_config& share) { fill_share(share, name, service); };
+    return [name, service](tag_share_config& share) { share = a_share(name, service); };
   };
   return list_of<tag_shareconf_list>({filler("first"), filler("new")});
 }
