@@ -57,7 +57,7 @@ record<tag_disk_info> disk() { return record<tag_disk_info>(fill_disk); }
 record<tag_vg_info> group() { return record<tag_vg_info>(fill_group); }
 record<tag_share_config> share(const std::string& service) {
   return record<tag_share_config>(
-      [service](tag_share_config& share) { share = a_share("new", service); });
+      [service](tag_share_config& share) { fill_share(share, "new", service); });
 }
 
 list_of<tag_diskinfo_list> disks() { return list_of<tag_diskinfo_list>({fill_disk}); }
@@ -79,7 +79,7 @@ list_of<tag_netcard_list> netcards() {
 }
 list_of<tag_shareconf_list> shares(const std::string& service) {
   const auto filler = [service](const std::string& name) {
-    return [name, service](tag_share_config& share) { share = a_share(name, service); };
+    return [name, service](tag_share_config& share) { fill_share(share, name, service); };
   };
   return list_of<tag_shareconf_list>({filler("first"), filler("new")});
 }

@@ -19,9 +19,9 @@ void set_field(char (&field)[Size], const std::string& text) {
   field[text.copy(field, Size - 1)] = '\0';
 }
 
-/// A share as a caller asks for it.
-inline tag_share_config a_share(const std::string& name, const std::string& service = "samba") {
-  tag_share_config share;
+/// The fields of a share as a caller asks for it; its place in a list stays.
+inline void fill_share(tag_share_config& share, const std::string& name,
+                       const std::string& service) {
   share_conf_init(&share);
   set_field(share.name, name);
   set_field(share.path, "/mnt/" + name);
@@ -29,6 +29,12 @@ inline tag_share_config a_share(const std::string& name, const std::string& serv
   set_field(share.service, service);
   set_field(share.valid_users, "ann");
   share.size = 7;
+}
+
+/// A share as a caller asks for it.
+inline tag_share_config a_share(const std::string& name, const std::string& service = "samba") {
+  tag_share_config share;
+  fill_share(share, name, service);
   return share;
 }
 
