@@ -12,9 +12,9 @@ namespace bench {
 namespace {
 
 constexpr char limit[] =
-    "the start of the shell that runs the command line; the rest is the tool's own";
+    "making, opening and removing the temporary file; the rest is the tool's own";
 
-/// Temporary file, shell, `cat`, parsing, removal.
+/// Temporary file, command runner, `cat`, parsing, removal.
 void run_captured() {
   orv::array_list arrays;
   arrays.read(get_mdinfo_from_proc);
@@ -65,7 +65,7 @@ void add_captured_run(rows& all) {
   all.push_back({"captured run of cat", "posix_spawn of cat into a file", 2.0, limit, prepare,
                  time_of(run_captured), time_of(run_directly), 400});
   all.push_back({"captured run, caller with 2 GiB", "the same in a small process", 1.3,
-                 "posix_spawn shares the caller's memory until the shell runs", prepare,
+                 "posix_spawn shares the caller's memory until the tool runs", prepare,
                  captured_in_large_process, mean_of_runs, 5});
 }
 

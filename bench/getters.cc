@@ -14,7 +14,7 @@
 namespace bench {
 namespace {
 
-constexpr char limit[] = "a shell of its own for each command line";
+constexpr char limit[] = "starting the tools, and a temporary file for each";
 
 /// The command line with its output thrown away.
 std::string discarding(std::string line) {

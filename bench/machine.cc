@@ -71,7 +71,11 @@ void furnish() {
   }
   for (const auto& program : fs::directory_iterator("/usr/bin")) {
     const std::string name = program.path().filename();
-    fs::create_symlink("/host/bin/" + name, root + "/usr/bin/" + name);
+    // A link says what a program is: "sh" is "dash".
+    const bool is_link = fs::is_symlink(program.symlink_status());
+    const fs::path target =
+        is_link ? fs::read_symlink(program.path()) : fs::path("/host/bin/" + name);
+    fs::create_symlink(target, root + "/usr/bin/" + name);
   }
   fs::create_symlink("usr/bin", root + "/bin");
   fs::create_symlink("usr/lib", root + "/lib");

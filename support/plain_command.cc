@@ -1,0 +1,64 @@
+#include "support/plain_command.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "support/characters.h"
+
+namespace orv::support {
+namespace {
+
+/// The builtins of dash that are no signs, and its reserved words.
+constexpr std::string_view words_of_the_shell[] = {
+    "alias",   "bg",    "break", "case",   "cd",   "chdir",   "command",  "continue", "do",
+    "done",    "echo",  "elif",  "else",   "esac", "eval",    "exec",     "exit",     "export",
+    "false",   "fc",    "fg",    "fi",     "for",  "getopts", "hash",     "if",       "in",
+    "jobs",    "kill",  "local", "printf", "pwd",  "read",    "readonly", "return",   "set",
+    "shift",   "test",  "then",  "times",  "trap", "true",    "type",     "ulimit",   "umask",
+    "unalias", "unset", "until", "wait",   "while"};
+
+bool is_letter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+bool is_plain(char c) {
+  return is_letter(c) || is_digit(c) || std::string_view("_-.,/:+@%=").find(c) != std::string::npos;
+}
+
+bool is_plain(std::string_view word) {
+  return std::ranges::all_of(word, [](char c) { return is_plain(c); });
+}
+
+/// Whether a word that stands first is the name of a program: no builtin (":" and "." are, too),
+/// and no assignment.
+bool names_program(std::string_view word) {
+  const bool has_letter = std::any_of(word.begin(), word.end(), is_letter);
+  return has_letter && word.find('=') == word.npos &&
+         std::ranges::find(words_of_the_shell, word) == std::end(words_of_the_shell);
+}
+
+std::vector<std::string> words_between_blanks(std::string_view line) {
+  std::vector<std::string> words;
+  while (!line.empty()) {
+    const std::string_view word = line.substr(0, line.find(' '));
+    if (!word.empty()) words.emplace_back(word);
+    line.remove_prefix(std::min(word.size() + 1, line.size()));
+  }
+  return words;
+}
+
+}  // namespace
+
+std::optional<plain_command> plain_command_of(std::string_view line) {
+  plain_command found{words_between_blanks(line), ""};
+  std::vector<std::string>& words = found.words;
+  if (words.size() > 2 && *(words.end() - 2) == ">") {
+    found.output = std::move(words.back());
+    words.resize(words.size() - 2);
+  }
+  if (words.empty() || !names_program(words.front())) return std::nullopt;
+  if (!std::ranges::all_of(words, [](std::string_view word) { return is_plain(word); }) ||
+      !is_plain(found.output))
+    return std::nullopt;
+  return found;
+}
+
+}  // namespace orv::support

@@ -1,0 +1,90 @@
+#include "support/tool_environment.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <climits>
+#include <string_view>
+
+#include "support/characters.h"
+
+namespace orv::support {
+namespace {
+
+constexpr std::string_view directory_name = "PWD";
+
+std::string_view name_of(const char* variable) {
+  const std::string_view text(variable);
+  return text.substr(0, text.find('='));
+}
+
+bool is_name(std::string_view name) {
+  const auto is_part = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || is_digit(c);
+  };
+  return !name.empty() && !is_digit(name.front()) && std::ranges::all_of(name, is_part);
+}
+
+/// Variables that a shell gives values of its own.
+bool is_the_shells(std::string_view name) {
+  return name == "IFS" || name == "OPTIND" || name == "PPID" || name == "LINENO";
+}
+
+bool is_here(const char* directory) {
+  struct stat named {};
+  struct stat here {};
+  return directory[0] == '/' && stat(directory, &named) == 0 && stat(".", &here) == 0 &&
+         named.st_dev == here.st_dev && named.st_ino == here.st_ino;
+}
+
+}  // namespace
+
+tool_environment::tool_environment() {
+  static char locale[] = "LC_ALL=C";
+  variables_.push_back(locale);
+  for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+    if (name_of(*variable) != "LC_ALL") variables_.push_back(*variable);
+  }
+  variables_.push_back(nullptr);
+}
+
+bool tool_environment::pass_through_shell() { return has_plain_names() && set_working_directory(); }
+
+/// Each name once; among them that of the folders that programs are looked for in, for which a
+/// shell has a default of its own.
+bool tool_environment::has_plain_names() const {
+  std::vector<std::string_view> names;
+  bool has_path = false;
+  for (const char* const variable : variables_) {
+    if (variable == nullptr) break;
+    const std::string_view name = name_of(variable);
+    if (!is_name(name) || is_the_shells(name) || name.size() == std::string_view(variable).size()) {
+      return false;
+    }
+    // "%" has a meaning to dash there.
+    if (name == "PATH") has_path = std::string_view(variable).find('%') == name.npos;
+    names.push_back(name);
+  }
+  std::ranges::sort(names);
+  return has_path && std::ranges::adjacent_find(names) == names.end();
+}
+
+bool tool_environment::set_working_directory() {
+  const auto is_directory = [](const char* variable) {
+    return variable != nullptr && name_of(variable) == directory_name;
+  };
+  const auto place = std::ranges::find_if(variables_, is_directory);
+  if (place != variables_.end() && is_here(*place + directory_name.size() + 1)) return true;
+  char path[PATH_MAX];
+  if (getcwd(path, sizeof path) == nullptr || path[0] != '/') return false;
+  working_directory_ = std::string(directory_name) + '=' + path;
+  if (place != variables_.end()) {
+    *place = working_directory_.data();
+  } else {
+    variables_.insert(variables_.end() - 1, working_directory_.data());
+  }
+  return true;
+}
+
+}  // namespace orv::support

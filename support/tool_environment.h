@@ -1,0 +1,32 @@
+#ifndef ORV_SUPPORT_TOOL_ENVIRONMENT_H
+#define ORV_SUPPORT_TOOL_ENVIRONMENT_H
+
+#include <string>
+#include <vector>
+
+namespace orv::support {
+
+/// The caller's environment with the locale "C", so that tool output never depends on it.
+class tool_environment {
+ public:
+  tool_environment();
+  tool_environment(const tool_environment&) = delete;
+  tool_environment& operator=(const tool_environment&) = delete;
+
+  /// Becomes what a shell that was started with it gives to its commands: the working directory
+  /// added. @return false when the shell would make more of it, such as of a name that is none
+  bool pass_through_shell();
+
+  char* const* variables() { return variables_.data(); }
+
+ private:
+  bool has_plain_names() const;
+  bool set_working_directory();
+
+  std::string working_directory_;
+  std::vector<char*> variables_;  ///< ended by NULL
+};
+
+}  // namespace orv::support
+
+#endif

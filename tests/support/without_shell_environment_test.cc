@@ -1,0 +1,109 @@
+// What tools find in their environment, with a shell and without one.
+#include <algorithm>
+#include <sstream>
+#include <vector>
+
+#include "tests/support/without_shell.h"
+
+namespace {
+
+class tool_environment : public without_shell {
+ protected:
+  /// Replaces the caller's environment until the end of the test.
+  void environment(std::vector<std::string> texts) {
+    texts_ = std::move(texts);
+    pointers_.clear();
+    for (std::string& text : texts_) pointers_.push_back(text.data());
+    pointers_.push_back(nullptr);
+    environ = pointers_.data();
+  }
+  ~tool_environment() override { environ = former_; }
+
+  /// A shell sorts variables in a way of its own: not the order counts.
+  std::string seen_by_tool(const std::string& line) const {
+    const outcome made = run(line);
+    std::vector<std::string> lines;
+    std::istringstream text(made.output);
+    for (std::string each; std::getline(text, each);) lines.push_back(each);
+    std::sort(lines.begin(), lines.end());
+    std::string sorted = std::to_string(made.status) + made.errors;
+    for (const std::string& each : lines) sorted += '\n' + each;
+    return sorted;
+  }
+  void is_the_same_without_shell() const { compare("/usr/bin/env"); }
+  void needs_the_shell() const { compare("/bin/sh"); }
+
+  const std::string path_ = "PATH=/usr/bin:/bin";
+  const std::string here_ = "PWD=" + fs::current_path().string();
+
+ private:
+  void compare(const std::string& program) const {
+    const std::string by_shell = seen_by_tool("/usr/bin/env\n");
+    EXPECT_EQ(seen_by_tool("/usr/bin/env"), by_shell);
+    EXPECT_EQ(started_programs::all().at(0), program);
+  }
+
+  char** former_ = environ;
+  std::vector<std::string> texts_;
+  std::vector<char*> pointers_;
+};
+
+TEST_F(tool_environment, is_the_callers_with_the_locale_c) {
+  is_the_same_without_shell();
+  environment({"LANG=de_DE.UTF-8", path_, here_, "LC_ALL=de_DE", "A=", "B==", "_=x", "x_1=\n\t ",
+               "ENV=/nowhere", "HOME=/", "OLDPWD=/tmp", "PS1=$ ", "MAIL=/tmp", "TERM=dumb",
+               "CDPATH=/", "HISTSIZE=1", "LC_ALLE=1"});
+  is_the_same_without_shell();
+  EXPECT_NE(seen_by_tool("/usr/bin/env").find("\nLC_ALL=C\n"), std::string::npos);
+}
+
+TEST_F(tool_environment, has_the_working_directory) {
+  fs::create_directory_symlink("../work", "link");
+  for (const std::string& directory :
+       {"PWD=" + (fs::current_path() / "link").string(), here_ + "/../work", std::string("PWD=."),
+        std::string("PWD=/"), std::string("PWD=/nowhere"), std::string("PWD=")}) {
+    environment({directory, path_});
+    is_the_same_without_shell();
+  }
+  environment({path_});
+  is_the_same_without_shell();
+  fs::create_directory("gone");
+  fs::current_path("gone");
+  fs::remove("../gone");
+  needs_the_shell();
+  environment({path_, here_ + "/gone"});
+  needs_the_shell();
+  fs::current_path("/");
+}
+
+TEST_F(tool_environment, is_left_to_the_shell_where_it_would_change_it) {
+  for (const std::string variable :
+       {"IFS=:", "OPTIND=2", "OPTIND=x", "PPID=7", "LINENO=7", "a.b=1", "1a=1",
+        "BASH_FUNC_x%%=() {", "\xc3\xa4=1", "=1", "no_value", "", "A=1", "PATH=/bin", "PWD=/"}) {
+    environment({path_, here_, "A=2", variable});
+    needs_the_shell();
+  }
+}
+
+TEST_F(tool_environment, says_where_tools_are) {
+  script("tool", "#!/bin/sh\necho here\n");
+  fs::create_directory("first");
+  fs::create_directory("second");
+  fs::create_directory("first/in_second");
+  script("first/tool", "#!/bin/sh\necho not to be run\n", 0644);
+  script("second/tool", "#!/bin/sh\necho second $0\n");
+  script("second/in_second", "#!/bin/sh\necho second $0\n");
+  for (const std::string folders :
+       {":/usr/bin", "/usr/bin:", "/usr/bin::/bin", ".:/usr/bin", "first:second",
+        "/nowhere:first:second:", "second:first", "tool:second", "", "/nowhere"}) {
+    environment({"PATH=" + folders, here_});
+    is_the_same("tool > out");
+    is_the_same("in_second > out");
+  }
+  for (const std::string odd : {"A=1", "PATH=/usr/bin%func:second", "PATH=%builtin:/usr/bin"}) {
+    environment({odd, here_});
+    needs_a_shell("tool");
+  }
+}
+
+}  // namespace

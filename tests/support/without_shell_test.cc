@@ -1,0 +1,117 @@
+// What comes of plain command lines that are run without a shell.
+#include "tests/support/without_shell.h"
+
+#include <signal.h>
+
+namespace {
+
+TEST_F(without_shell, runs_on_a_machine_where_it_can) {
+  ASSERT_EQ(fs::read_symlink("/bin/sh").filename(), "dash");
+}
+
+TEST_F(without_shell, gives_the_arguments_the_output_and_the_exit_status) {
+  script("tool", "#!/bin/sh\nfor word; do echo \"<$word>\"; done; echo no >&2; exit $1\n");
+  for (const std::string end : {"", " > out", " > out ", " > /dev/null", " > ./out"}) {
+    needs_no_shell("./tool 3  a=b %s /dev/sda,/dev/sdb -x --long=1 a@b+c:d" + end);
+    needs_no_shell("  ./tool 0" + end);
+  }
+  for (int status = 0; status < 256; status += 5)
+    needs_no_shell("./tool " + std::to_string(status));
+  needs_no_shell("cat -u -- /proc/self/cmdline > out");
+}
+
+TEST_F(without_shell, leaves_to_the_shell_what_cannot_be_started) {
+  script("no_program", "exit 3", 0644);
+  script("no_interpreter", "#!/nowhere\n");
+  script("empty", "");
+  script("plain_script", "echo by the shell; exit 4");
+  fs::create_directory("folder");
+  for (const std::string program :
+       {"nowhere", "./nowhere", "/nowhere/tool", "./no_program", "./no_interpreter", "./empty",
+        "./plain_script", "./folder", "./no_program/tool"}) {
+    is_the_same(program);
+    is_the_same(program + " a > out");
+    EXPECT_EQ(started_programs::all().size(), 2U) << program;
+  }
+  EXPECT_EQ(is_the_same("nowhere").status, 127 << 8);
+  EXPECT_EQ(is_the_same("./no_program").status, 126 << 8);
+  EXPECT_EQ(is_the_same("./plain_script").status, 4 << 8);
+}
+
+TEST_F(without_shell, leaves_to_the_shell_an_output_that_cannot_be_opened) {
+  script("tool", "#!/bin/sh\necho ran >> ran\n");
+  fs::create_directory("folder");
+  for (const std::string output : {"folder", "nowhere/out", "work/../out", "tool/out"}) {
+    EXPECT_EQ(is_the_same("./tool > " + output).status, 2 << 8);
+  }
+  EXPECT_FALSE(fs::exists("ran"));
+}
+
+TEST_F(without_shell, opens_the_output_as_a_shell_does) {
+  const mode_t former = umask(0);
+  for (const mode_t mask : {0000U, 0022U, 0077U, 0777U}) {
+    umask(mask);
+    needs_no_shell("cat /proc/version > out");
+  }
+  umask(former);
+  script("kept", "much longer than what is written", 0604);
+  needs_no_shell("cat /dev/null > kept");
+  EXPECT_EQ(text_of("kept"), "");
+  struct stat examined {};
+  stat("kept", &examined);
+  EXPECT_EQ(examined.st_mode & 0777U, 0604U);
+}
+
+TEST_F(without_shell, tells_of_every_signal_as_the_shell_does) {
+  script("die", "#!/bin/sh\nulimit -c 0\nkill -$1 $$\nexit 9\n");
+  for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+    if (signal == SIGSTOP || signal == SIGTSTP || signal == SIGTTIN || signal == SIGTTOU) continue;
+    is_the_same("./die " + std::to_string(signal) + " > out");
+  }
+  EXPECT_EQ(is_the_same("./die 9").status, (128 + SIGKILL) << 8);
+  EXPECT_EQ(is_the_same("./die 15").errors, "Terminated\n");
+}
+
+TEST_F(without_shell, starts_tools_in_the_same_state) {
+  const auto look = [this] {
+    for (const char* const line :
+         {"grep Sig /proc/self/status > out", "grep Umask /proc/self/status > out",
+          "readlink /proc/self/fd/0 > out", "ls /proc/self/fd > out", "cat /proc/self/limits > out",
+          "cat /proc/self/oom_score_adj > out", "readlink /proc/self/cwd > out"}) {
+      needs_no_shell(line);
+    }
+  };
+  look();
+  const int inherited = open("/", O_RDONLY);  // not close-on-exec, as in a careless caller
+  struct sigaction ignore {};
+  ignore.sa_handler = SIG_IGN;
+  struct sigaction former[2] = {};
+  sigaction(SIGINT, &ignore, &former[0]);
+  sigaction(SIGPIPE, &ignore, &former[1]);
+  sigset_t some;
+  sigset_t before;
+  sigemptyset(&some);
+  sigaddset(&some, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &some, &before);
+  look();
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  sigaction(SIGINT, &former[0], nullptr);
+  sigaction(SIGPIPE, &former[1], nullptr);
+  close(inherited);
+}
+
+TEST_F(without_shell, keeps_to_the_time_limit) {
+  script("sleep_on", "#!/bin/sh\ntrap '' TERM\nsleep 1.5\n");
+  orv_set_tool_timeout(1);
+  const outcome made = run("sleep 7");
+  const outcome stubborn = run("./sleep_on");
+  const outcome in_time = run("cat /dev/null");
+  orv_set_tool_timeout(0);
+  EXPECT_EQ(made.status, SIGTERM);
+  EXPECT_EQ(made.reason, ETIMEDOUT);
+  EXPECT_EQ(stubborn.status, SIGTERM);
+  EXPECT_EQ(stubborn.reason, ETIMEDOUT);
+  EXPECT_EQ(in_time.status, 0);
+}
+
+}  // namespace
