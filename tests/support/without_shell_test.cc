@@ -75,7 +75,8 @@ TEST_F(without_shell, tells_of_every_signal_as_the_shell_does) {
 TEST_F(without_shell, starts_tools_in_the_same_state) {
   const auto look = [this] {
     for (const char* const line :
-         {"grep Sig /proc/self/status > out", "grep Umask /proc/self/status > out",
+         {"grep SigBlk /proc/self/status > out", "grep SigIgn /proc/self/status > out",
+          "grep SigCgt /proc/self/status > out", "grep Umask /proc/self/status > out",
           "readlink /proc/self/fd/0 > out", "ls /proc/self/fd > out", "cat /proc/self/limits > out",
           "cat /proc/self/oom_score_adj > out", "readlink /proc/self/cwd > out"}) {
       needs_no_shell(line);
