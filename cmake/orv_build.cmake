@@ -12,6 +12,7 @@ set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 option(ORV_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 option(ORV_SANITIZE_THREADS "Build with ThreadSanitizer" OFF)
 option(ORV_COVERAGE "Build with coverage counters" OFF)
+option(ORV_PRECOMPILE "Read the headers of the standard library once for each library" OFF)
 
 add_library(orv_options INTERFACE)
 target_compile_options(orv_options INTERFACE
@@ -55,6 +56,11 @@ function(orv_add_library name)
            $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
     PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:orv_options>)
+  if(ORV_PRECOMPILE)
+    target_precompile_headers(${name} PRIVATE
+      <algorithm> <cerrno> <chrono> <cstdio> <cstring> <functional> <map> <optional> <string>
+      <string_view> <unordered_map> <vector>)
+  endif()
   # nodelete: the system log keeps a pointer to the ident that the library gave it.
   target_link_options(${name} PRIVATE
     -Wl,-z,nodelete -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/hidden_std.map)
