@@ -92,6 +92,11 @@ struct returned<bool> {
   static py::object object(bool value, const signature&) { return py::bool_(value); }
 };
 template <>
+struct returned<int> {
+  static std::string annotation() { return "int"; }
+  static py::object object(int value, const signature&) { return py::int_(value); }
+};
+template <>
 struct returned<std::string> {
   static std::string annotation() { return "str"; }
   static py::object object(const std::string& value, const signature&) {

@@ -81,6 +81,25 @@ void add_clock(py::module_& module) {
       "Sets the clock, and the hardware clock from it, to a local time.", change<systime_set>());
 }
 
+/// How long a tool may take; a number of seconds as the library counts them.
+using seconds = limit;
+
+void set_tool_timeout(const seconds& given) { orv_set_tool_timeout(given.c()); }
+
+int tool_timeout() { return static_cast<int>(orv_tool_timeout()); }
+
+void add_tool_timeout(py::module_& module) {
+  define(module, "tool_timeout", turn::any,
+         "How many seconds a tool may take that the library runs for this thread; 0: any time.",
+         tool_timeout);
+  define<parameter<"seconds", seconds>>(
+      module, "tool_timeout_set", turn::any,
+      "From here on every tool that the library runs for this thread is ended when it takes longer,\n"
+      "and the call fails with the code of a tool that failed; 0: tools may take any time, which is\n"
+      "what a thread begins with. A change that was cut short may have been made in part.",
+      set_tool_timeout);
+}
+
 }  // namespace
 
 void add_machine(py::module_& module) {
@@ -103,6 +122,7 @@ void add_machine(py::module_& module) {
                                       "Stores the host name and applies it.",
                                       change<hostname_set>());
   add_clock(module);
+  add_tool_timeout(module);
   define(module, "power_off", turn::any, "Powers the machine off.", change<sys_shutdown>());
   define(module, "power_reboot", turn::any, "Restarts the machine.", change<sys_reboot>());
 }
