@@ -26,6 +26,11 @@ int log_missing_argument(const char* function, int line) {
   return log_failure(ORV_E_FAILED, function, line);
 }
 
+int without_memory(int code, const char* function, int line) {
+  errno = ENOMEM;
+  return log_failure(code, function, line);
+}
+
 int log_command(const char* form, const char* command_text, int status) {
   constexpr int signal_bits = 0x7f;
   const char* const ended = (status & signal_bits) != 0 ? "unnormal" : "normal";

@@ -4,6 +4,10 @@
 /// The forms of the error log, one helper each. `errno` at the time of the call gives the reason;
 /// the caller's name and line come from the call site.
 
+#include <orv/errors.h>
+
+#include <new>
+
 namespace orv {
 
 /// "NAME:LINE return CODE with REASON". @return the code, for `return log_failure(...)`
@@ -19,6 +23,18 @@ void log_mount_failure(int code, const char* function = __builtin_FUNCTION(),
 /// A function was called without a record, list or buffer: logged as "Invalid argument".
 /// @return ORV_E_FAILED
 int log_missing_argument(const char* function = __builtin_FUNCTION(), int line = __builtin_LINE());
+
+/// A function ran out of memory: the edge of the library, which no exception crosses.
+///
+///     int raid_get(tag_mdinfo_list* list) try {
+///       ...
+///     } catch (const std::bad_alloc&) {
+///       return orv::without_memory();
+///     }
+///
+/// @return the code, ORV_E_FAILED unless that means something else there
+int without_memory(int code = ORV_E_FAILED, const char* function = __builtin_FUNCTION(),
+                   int line = __builtin_LINE());
 
 /// What a failed command is logged with. Three copies of the form differ by a blank; log readers
 /// match each of them as it stands.

@@ -2,6 +2,7 @@
 #include <orv/support.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -68,33 +69,44 @@ bool add_disk(tag_diskinfo_list* list, const char* line) {
 
 }  // namespace
 
-int get_disk_ch(const char* line) {
+int get_disk_ch(const char* line) try {
   const auto words = orv::split(orv::text_or_empty(line), " ");
   if (words.empty() || !std::ranges::all_of(words.front(), orv::is_digit)) return no_channel;
   const uint64_t port = orv::leading_number(words.front());
   if (port >= static_cast<uint64_t>(std::numeric_limits<int32_t>::max())) return no_channel;
   return static_cast<int>(port) + 1;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int get_disk_model(const char* line, char* dst, int size) {
+int get_disk_model(const char* line, char* dst, int size) try {
   const auto model = text_in(line, model_field);
   return model == empty_bay ? ORV_E_FAILED : copy_out(model, dst, size);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-uint64_t get_disk_space(const char* line) {
+uint64_t get_disk_space(const char* line) try {
   const auto space = text_in(line, size_field);
   return space ? orv::leading_number(*space) : std::numeric_limits<uint64_t>::max();
+} catch (const std::bad_alloc&) {
+  orv::without_memory();
+  return std::numeric_limits<uint64_t>::max();
 }
 
-int get_disk_state(const char* line, char* dst, int size) {
+int get_disk_state(const char* line, char* dst, int size) try {
   return copy_out(text_in(line, state_field), dst, size);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int get_disk_usage(const char* line, char* dst, int size) {
+int get_disk_usage(const char* line, char* dst, int size) try {
   return copy_out(text_in(line, usage_field, '\n'), dst, size);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int get_diskinfo_from_arcadm(tag_diskinfo_list* list) {
+int get_diskinfo_from_arcadm(tag_diskinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::captured_output output("/tmp/diskinfo.XXXXXX");
   const orv::command scan("/usr/local/bin/arcadm --misc --scan > %s", output.path());
@@ -102,8 +114,12 @@ int get_diskinfo_from_arcadm(tag_diskinfo_list* list) {
   const orv::unique_file file = output.open();
   if (!file) return orv::tell_cannot_open(output, ORV_E_DISK_SCAN);
   orv::line_reader reader(file.get());
+  errno = 0;
   while (reader.next()) {
     if (!add_disk(list, reader.line())) return orv::log_failure(ORV_E_DISK_SCAN);
   }
-  return ORV_OK;
+  // A field without memory reads as one that is missing.
+  return errno == ENOMEM ? orv::log_failure(ORV_E_DISK_SCAN) : ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -14,13 +14,16 @@ constexpr std::size_t capacity = 256;
 
 }  // namespace
 
-int disk_ch_cmp(int ch, const char* chlist) {
+int disk_ch_cmp(int ch, const char* chlist) try {
   const std::string wanted = std::to_string(ch);
   const auto channels = orv::items(orv::text_or_empty(chlist));
   return std::ranges::find(channels, wanted) != channels.end() ? 1 : 0;
+} catch (const std::bad_alloc&) {
+  orv::without_memory();
+  return 0;
 }
 
-int trans_ch_disk(tag_diskinfo_list* list, char* chlist, const char* enclosure, int expected) {
+int trans_ch_disk(tag_diskinfo_list* list, char* chlist, const char* enclosure, int expected) try {
   if (list == nullptr || chlist == nullptr) return orv::log_missing_argument();
   std::string names;
   int found = 0;
@@ -37,9 +40,11 @@ int trans_ch_disk(tag_diskinfo_list* list, char* chlist, const char* enclosure, 
   if (found > 0) names.pop_back();
   orv::copy_text(chlist, capacity, names);
   return found;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-char* trans_disk_dev(char* names) {
+char* trans_disk_dev(char* names) try {
   if (names == nullptr) return names;
   std::string paths;
   for (const std::string_view name : orv::items(names)) {
@@ -50,6 +55,10 @@ char* trans_disk_dev(char* names) {
     paths += path;
   }
   orv::copy_text(names, capacity, paths);
+  return names;
+} catch (const std::bad_alloc&) {
+  orv::without_memory();
+  names[0] = '\0';  // no device, rather than what is no device path
   return names;
 }
 

@@ -34,7 +34,7 @@ void mark_spares(tag_diskinfo_list* list, const std::vector<std::string_view>& n
 
 }  // namespace
 
-int get_global_hotspare(tag_diskinfo_list* list) {
+int get_global_hotspare(tag_diskinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::captured_output output("/tmp/hotspare.XXXXXX");
   const orv::command line_up("/usr/local/bin/hotspare --list > %s", output.path());
@@ -47,4 +47,6 @@ int get_global_hotspare(tag_diskinfo_list* list) {
   }
   mark_spares(list, spare_names(orv::trimmed_right(line)));
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

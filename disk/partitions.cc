@@ -13,7 +13,7 @@ bool is_whole_disk(std::string_view name) {
 
 }  // namespace
 
-int get_diskinfo_from_partitions(tag_diskinfo_list* list) {
+int get_diskinfo_from_partitions(tag_diskinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const auto names = orv::partition_names();
   if (!names) {
@@ -28,4 +28,6 @@ int get_diskinfo_from_partitions(tag_diskinfo_list* list) {
     orv::set_text(disk->name, name);
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

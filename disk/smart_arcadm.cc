@@ -44,14 +44,18 @@ constexpr orv::smart_format lines = {.first_line = 0, .is_reported = is_reported
 
 }  // namespace
 
-int get_smart_value_arcadm(FILE* fp, int line, tag_disksmart_info* rec) {
+int get_smart_value_arcadm(FILE* fp, int line, tag_disksmart_info* rec) try {
   return orv::fill_attribute(rec, fp, line, lines);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int get_smart_from_arcadm(tag_disk_info* disk) {
+int get_smart_from_arcadm(tag_disk_info* disk) try {
   if (disk == nullptr) return orv::log_missing_argument();
   const int64_t port = int64_t{disk->ch} - 1;  // ports count from 0
   orv::smart_output output("/tmp/smart_" + std::to_string(disk->ch) + "_detail.XXXXXX");
   const orv::command ask("/usr/local/bin/arcadm --misc -s -i %d > %s", port, output.path());
   return orv::append_attributes(&disk->smart_list, output, ask, lines);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -59,11 +59,13 @@ constexpr orv::smart_format table = {.first_line = 18, .is_reported = is_reporte
 
 }  // namespace
 
-int get_smart_detail_value(FILE* fp, int line, tag_disksmart_info* rec) {
+int get_smart_detail_value(FILE* fp, int line, tag_disksmart_info* rec) try {
   return orv::fill_attribute(rec, fp, line, table);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int get_smart_detail(tag_disk_info* disk) {
+int get_smart_detail(tag_disk_info* disk) try {
   if (disk == nullptr) return orv::log_missing_argument();
   const std::string name(orv::text_of(disk->name));
   orv::smart_output output("/tmp/smart_" + name + "_detail.XXXXXX");
@@ -71,4 +73,6 @@ int get_smart_detail(tag_disk_info* disk) {
       "/usr/local/sbin/smartctl -d marvell -T permissive -Hi --attributes /dev/%s > %s", name,
       output.path());
   return orv::append_attributes(&disk->smart_list, output, ask, table);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

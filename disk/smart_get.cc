@@ -22,7 +22,7 @@ auto* query_for(bool wants_detail, bool has_controller) {
 
 }  // namespace
 
-int smart_info_get(tag_diskinfo_list* list) {
+int smart_info_get(tag_diskinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   char model[orv::short_model_size] = "";
   const bool is_known = devmodel_get(model, orv::short_model_size) == ORV_OK;
@@ -33,4 +33,6 @@ int smart_info_get(tag_diskinfo_list* list) {
   int result = ORV_OK;
   for (tag_disk_info& disk : orv::records(list)) result = query(&disk);
   return result == ORV_E_SMART_MODE ? orv::log_failure(result) : result;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

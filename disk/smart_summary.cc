@@ -1,5 +1,6 @@
 #include <orv/disk.h>
 
+#include <cerrno>
 #include <string>
 
 #include "common/log.h"
@@ -30,12 +31,18 @@ int fill_summary(tag_smart_info& smart, FILE* file) {
 
 }  // namespace
 
-int get_smart(tag_disk_info* disk) {
+int get_smart(tag_disk_info* disk) try {
   if (disk == nullptr) return orv::log_missing_argument();
   const std::string name(orv::text_of(disk->name));
   orv::smart_output output("/tmp/smart_" + name + ".XXXXXX");
   const orv::command ask("/usr/local/sbin/smartctl -d marvell -T permissive -Hi /dev/%s > %s", name,
                          output.path());
   const int result = output.read(ask, ORV_E_SMART_SUMMARY);
-  return result == ORV_OK ? fill_summary(disk->smart, output.file()) : result;
+  if (result != ORV_OK) return result;
+  errno = 0;
+  const int filled = fill_summary(disk->smart, output.file());
+  // A line without memory reads as one that is missing.
+  return errno == ENOMEM ? orv::log_failure(ORV_E_SMART_SUMMARY) : filled;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -40,8 +40,10 @@ void fill(tag_disk_info& disk) {
 
 }  // namespace
 
-int get_diskinfo_from_sd(tag_diskinfo_list* list) {
+int get_diskinfo_from_sd(tag_diskinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   for (tag_disk_info& disk : orv::records(list)) fill(disk);
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

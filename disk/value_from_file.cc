@@ -27,7 +27,7 @@ std::string_view first_value(std::string_view line, std::string_view separators)
 }  // namespace
 
 int get_value_from_file(FILE* fp, const char* key, const char* sep, int index, char* dst,
-                        int size) {
+                        int size) try {
   if (dst == nullptr) return orv::log_missing_argument();
   const char* const wanted = key == nullptr ? "" : key;
   char line[256] = "";
@@ -39,4 +39,6 @@ int get_value_from_file(FILE* fp, const char* key, const char* sep, int index, c
       is_whole ? orv::whole_value(line, separators) : first_value(line, separators);
   orv::copy_text(dst, size, value);
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

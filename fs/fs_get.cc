@@ -13,10 +13,12 @@ int print_failure(int code) {
 
 }  // namespace
 
-int fs_get(tag_fsinfo_list* list) {
+int fs_get(tag_fsinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   int result = mdfstab_get(list);
   if (result == ORV_OK) result = mountfs_get(list);
   if (result != ORV_OK) return print_failure(result);
   return get_usedsize_from_df(list);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

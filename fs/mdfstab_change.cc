@@ -86,7 +86,7 @@ remaining_table without(std::string_view table, std::string_view mountpoint) {
 
 }  // namespace
 
-int add_mdfstab(const char* mountpoint, const char* vgname, const char* poolname) {
+int add_mdfstab(const char* mountpoint, const char* vgname, const char* poolname) try {
   const std::string_view key = orv::text_or_empty(mountpoint);
   const std::string_view group = orv::text_or_empty(vgname);
   const std::string_view pool = orv::text_or_empty(poolname);
@@ -94,9 +94,11 @@ int add_mdfstab(const char* mountpoint, const char* vgname, const char* poolname
   const int result = append_line(key, orv::mdfstab_line(key, group, pool, orv::file_system_type()));
   if (result == ORV_OK) conf_save(orv::mdfstab_path);
   return result;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int del_mdfstab(const char* mountpoint) {
+int del_mdfstab(const char* mountpoint) try {
   const orv::own_lock lock(table_lock);
   if (!lock) return log_delete_failure();
   orv::replacement_file rewritten("/tmp/mdfstab.XXXXXX");
@@ -115,4 +117,6 @@ int del_mdfstab(const char* mountpoint) {
   rewritten.leave();
   conf_save(orv::mdfstab_path);
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -33,7 +33,7 @@ bool append_record(tag_fsinfo_list* list, const orv::mdfstab_entry& entry) {
 
 }  // namespace
 
-int mdfstab_get(tag_fsinfo_list* list) {
+int mdfstab_get(tag_fsinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::unique_file file(std::fopen(orv::mdfstab_path, "re"));
   if (!file) return orv::log_mdfstab_failure(ORV_E_FAILED);
@@ -43,9 +43,11 @@ int mdfstab_get(tag_fsinfo_list* list) {
     if (entry && !append_record(list, *entry)) return orv::log_mdfstab_failure(ORV_E_FAILED);
   }
   return std::ferror(file.get()) != 0 ? orv::log_mdfstab_failure(ORV_E_FAILED) : ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int fs_check(const char* poolname) {
+int fs_check(const char* poolname) try {
   const std::string_view wanted = orv::text_or_empty(poolname);
   orv::scoped_list<tag_fsinfo_list> listed;
   const int result = mdfstab_get(listed.get());
@@ -56,4 +58,6 @@ int fs_check(const char* poolname) {
     if (slash != std::string_view::npos && device.substr(slash + 1) == wanted) return 1;
   }
   return 0;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -57,7 +57,7 @@ void complete(tag_fs_info& fs, const pool_index& pools, const directories& mount
 
 }  // namespace
 
-int mountfs_get(tag_fsinfo_list* list) {
+int mountfs_get(tag_fsinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   orv::scoped_list<tag_poolinfo_list> pools;
   const int result = pool_get(pools.get());
@@ -70,9 +70,13 @@ int mountfs_get(tag_fsinfo_list* list) {
   const directories mounted = mounted_directories();
   for (tag_fs_info& fs : orv::records(list)) complete(fs, by_name, mounted);
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int mount_check(const char* path) {
+int mount_check(const char* path) try {
   const bool is_mounted_there = is_mounted(mounted_directories(), orv::text_or_empty(path));
   return is_mounted_there ? ORV_OK : ORV_E_FAILED;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

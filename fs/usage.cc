@@ -66,8 +66,10 @@ void measure(tag_fs_info& fs) {
 
 }  // namespace
 
-int get_usedsize_from_df(tag_fsinfo_list* list) {
+int get_usedsize_from_df(tag_fsinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   for (tag_fs_info& fs : orv::records(list)) measure(fs);
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -7,7 +7,8 @@
 ///
 ///  1. Results. An `int` result is ORV_OK (0) or a negative code of orv/errors.h; `orv_strerror`
 ///     gives its meaning. What a function returns otherwise stands with it. Every failure writes
-///     one line to the error log.
+///     one line to the error log. A function that runs out of memory fails too, with ORV_E_FAILED
+///     where it names no code for it; no exception leaves the library.
 ///  2. Ownership. The caller owns every record, list object and buffer that it passes in. A list is
 ///     initialised with its family's `*_list_init`, filled by a getter, and released with
 ///     `*_list_fini`, which frees the records with `free`; a caller that appends records of its own

@@ -47,7 +47,7 @@ bool add_pools(tag_poolinfo_list* list, FILE* file, tag_vginfo_list* groups) {
 
 int pool_get(tag_poolinfo_list* list) { return get_poolinfo_from_lvdisplay(list); }
 
-int get_poolinfo_from_lvdisplay(tag_poolinfo_list* list) {
+int get_poolinfo_from_lvdisplay(tag_poolinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::captured_output output("/tmp/lvdisplay.XXXXXX");
   // What a failing tool printed is listed all the same.
@@ -62,6 +62,8 @@ int get_poolinfo_from_lvdisplay(tag_poolinfo_list* list) {
   }
   if (!add_pools(list, file.get(), groups.get())) return orv::log_failure(ORV_E_LVDISPLAY);
   return result;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
 int isdashed(const char* s) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "common/command.h"
+#include "common/log.h"
 #include "common/text.h"
 #include "lvm/mounted_below.h"
 
@@ -43,14 +44,16 @@ int removal_error(std::string_view path) {
 
 }  // namespace
 
-int mkdir_path(const char* path) {
+int mkdir_path(const char* path) try {
   const int result = orv::run(orv::command("mkdir -m 0444 -p %s > /dev/null", path));
   if (result != ORV_OK) return result;
   return orv::run(orv::command("chattr  +i %s > /dev/null", path),
                   orv::command_failed_tight_return);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int rmdir_path(const char* path) {
+int rmdir_path(const char* path) try {
   const orv::command remove("rm -rf %s > /dev/null", path);
   const int error = removal_error(orv::text_or_empty(path));
   if (error != 0) {
@@ -61,4 +64,6 @@ int rmdir_path(const char* path) {
   // A directory that is not immutable is removed all the same.
   orv::execute(orv::command("chattr  -i %s > /dev/null", path), orv::command_failed_tight_return);
   return orv::run(remove, orv::command_failed_tight_return);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

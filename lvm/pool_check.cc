@@ -4,6 +4,7 @@
 #include <string>
 
 #include "common/families.h"
+#include "common/log.h"
 #include "common/text.h"
 #include "lvm/vg_lookup.h"
 
@@ -47,7 +48,7 @@ int check_named_pools(tag_poolinfo_list* pools, const std::string& poolname,
 
 }  // namespace
 
-int check_vg(const char* vgname, uint64_t size) {
+int check_vg(const char* vgname, uint64_t size) try {
   const std::string name(orv::text_or_empty(vgname));
   orv::scoped_list<tag_vginfo_list> groups;
   const int result = vg_get(groups.get());
@@ -59,9 +60,11 @@ int check_vg(const char* vgname, uint64_t size) {
   }
   const uint64_t free_size = vg->size > vg->used ? vg->size - vg->used : 0;
   return size != 0 && size <= free_size ? ORV_OK : ORV_E_POOL_SIZE;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int check_pool(const char* poolname, const char* vgname) {
+int check_pool(const char* poolname, const char* vgname) try {
   const std::string name(orv::text_or_empty(poolname));
   const std::string group(orv::text_or_empty(vgname));
   if (!both_named(name, group)) return ORV_E_POOL_NAME;
@@ -75,9 +78,11 @@ int check_pool(const char* poolname, const char* vgname) {
     return ORV_E_POOL_NAME_USED;
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int check_pool_vg(const char* poolname, const char* vgname, int size) {
+int check_pool_vg(const char* poolname, const char* vgname, int size) try {
   const std::string name(orv::text_or_empty(poolname));
   const std::string group(orv::text_or_empty(vgname));
   if (!both_named(name, group)) return ORV_E_POOL_NAME;
@@ -85,4 +90,6 @@ int check_pool_vg(const char* poolname, const char* vgname, int size) {
   const int result = pool_get(pools.get());
   if (result != ORV_OK) return result;
   return check_named_pools(pools.get(), name, group, size);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -25,14 +25,18 @@ orv::command mount_command(const char* release, const char* mountpoint, const ch
 
 }  // namespace
 
-int mount_fs(const char* mountpoint, const char* vgname, const char* poolname) {
+int mount_fs(const char* mountpoint, const char* vgname, const char* poolname) try {
   utsname kernel{};
   if (uname(&kernel) != 0) return orv::log_failure(ORV_E_COMMAND);
   const int result = orv::run(mount_command(kernel.release, mountpoint, vgname, poolname));
   if (result != ORV_OK) return result;
   return orv::run(orv::command("chmod 0777 %s > /dev/null", mountpoint));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int umount_fs(const char* mountpoint) {
+int umount_fs(const char* mountpoint) try {
   return orv::run(orv::command("umount %s > /dev/null", mountpoint));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -34,7 +34,7 @@ answer is_array_member(const char* names) {
   orv::scoped_list<tag_mdinfo_list> raids;
   answer answered{raid_get(raids.get())};
   for (const tag_md_info& md : raids) {
-    if (found_disk(md.disks, names) == 1 || found_disk(md.spares, names) == 1) answered.yes = true;
+    if (found_disk(md.disks, names) != 0 || found_disk(md.spares, names) != 0) answered.yes = true;
   }
   return answered;
 }
@@ -100,7 +100,7 @@ int check_unused(tag_diskinfo_list* disks, const char* pvname, const std::string
 
 }  // namespace
 
-int check_pvname(tag_diskinfo_list* disks, char* pvname, const char* enclosure) {
+int check_pvname(tag_diskinfo_list* disks, char* pvname, const char* enclosure) try {
   if (disks == nullptr || pvname == nullptr) return orv::log_missing_argument();
   if (is_channelID(pvname) == 0) {
     const int result = check_array(pvname);
@@ -110,9 +110,11 @@ int check_pvname(tag_diskinfo_list* disks, char* pvname, const char* enclosure) 
   const std::string shown(pvname, strnlen(pvname, shown_characters));
   const int result = check_disk(disks, pvname, enclosure, shown);
   return result == ORV_OK ? check_unused(disks, pvname, shown) : result;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int check_pv(tag_pvinfo_list* list) {
+int check_pv(tag_pvinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   orv::scoped_list<tag_diskinfo_list> disks;
   const int result = disks_info_get(disks.get());
@@ -122,14 +124,26 @@ int check_pv(tag_pvinfo_list* list) {
     if (checked != ORV_OK) return checked;
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int check_md_exist(const char* name) { return is_array(name).yes ? 1 : 0; }
+int check_md_exist(const char* name) try {
+  return is_array(name).yes ? 1 : 0;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
+}
 
-int check_ch_in_raid(const char* chlist) { return is_array_member(chlist).yes ? 1 : 0; }
+int check_ch_in_raid(const char* chlist) try {
+  return is_array_member(chlist).yes ? 1 : 0;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
+}
 
-int check_spare_disk(const char* dev) {
+int check_spare_disk(const char* dev) try {
   orv::scoped_list<tag_diskinfo_list> disks;
   disks_info_get(disks.get());
   return is_spare(disks.get(), dev) ? 1 : 0;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -181,6 +181,14 @@ int read_volumes(tag_vginfo_list* list, const char* function = __builtin_FUNCTIO
 
 }  // namespace
 
-int get_vginfo_from_pvdisplay(tag_vginfo_list* list) { return read_volumes<software_raid>(list); }
+int get_vginfo_from_pvdisplay(tag_vginfo_list* list) try {
+  return read_volumes<software_raid>(list);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
+}
 
-int get_vginfo_from_arcadm(tag_vginfo_list* list) { return read_volumes<controller>(list); }
+int get_vginfo_from_arcadm(tag_vginfo_list* list) try {
+  return read_volumes<controller>(list);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
+}

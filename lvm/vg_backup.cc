@@ -57,7 +57,7 @@ std::string identifier_of(FILE* backup, std::string_view device) {
 
 }  // namespace orv
 
-int vg_get_pv(const char* vgname, char* dev) {
+int vg_get_pv(const char* vgname, char* dev) try {
   if (dev == nullptr) return orv::log_missing_argument();
   const orv::unique_file backup = orv::open_backup(vgname);
   if (!backup) return ORV_E_NO_VG;
@@ -69,4 +69,6 @@ int vg_get_pv(const char* vgname, char* dev) {
     return ORV_OK;
   }
   return ORV_E_NO_VG;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -38,14 +38,16 @@ int create_volumes(const tag_pvinfo_list& pvs) {
 
 }  // namespace
 
-int vg_create(tag_vg_info* vg) {
+int vg_create(tag_vg_info* vg) try {
   if (vg == nullptr) return orv::log_missing_argument();
   int result = check_vg(vg);
   if (result == ORV_OK) result = check_pv(&vg->pvs);
   return result == ORV_OK ? create_vg(vg) : result;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int check_vg(tag_vg_info* vg) {
+int check_vg(tag_vg_info* vg) try {
   if (vg == nullptr) return orv::log_missing_argument();
   const std::string name(orv::text_of(vg->vgname));
   if (name.empty()) {
@@ -58,9 +60,11 @@ int check_vg(tag_vg_info* vg) {
   if (orv::find_group(groups.get(), name) == nullptr) return ORV_OK;
   liborv_log_error("vgname '%s' used", name.c_str());
   return ORV_E_VG_NAME_USED;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int create_vg(tag_vg_info* vg) {
+int create_vg(tag_vg_info* vg) try {
   if (vg == nullptr) return orv::log_missing_argument();
   const orv::command create("/sbin/vgcreate %s %s > /dev/null", orv::text_of(vg->vgname),
                             device_paths(vg->pvs));
@@ -68,8 +72,12 @@ int create_vg(tag_vg_info* vg) {
   if (create.error() != 0) return orv::run(create);
   const int result = create_volumes(vg->pvs);
   return result == ORV_OK ? orv::run(create) : result;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int create_pv(const char* dev) {
+int create_pv(const char* dev) try {
   return orv::run(orv::command("/sbin/pvcreate /dev/%s > /dev/null", dev));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -10,7 +10,7 @@
 #include "lvm/pv_device.h"
 #include "lvm/vg_lookup.h"
 
-int vg_destroy(const char* vgname) {
+int vg_destroy(const char* vgname) try {
   orv::scoped_list<tag_vginfo_list> groups;
   const int result = vg_get(groups.get());
   if (result != ORV_OK) return result;
@@ -19,9 +19,11 @@ int vg_destroy(const char* vgname) {
   // Volumes of less than 1 GiB, which are no pools of ours, are left to vgremove: it asks before it
   // removes any, and nobody answers.
   return vg->used != 0 ? ORV_E_VG_IN_USE : del_vg(vg);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int del_vg(tag_vg_info* vg) {
+int del_vg(tag_vg_info* vg) try {
   if (vg == nullptr) return orv::log_missing_argument();
   orv::scoped_list<tag_diskinfo_list> disks;
   int result = disks_info_get(disks.get());
@@ -40,8 +42,12 @@ int del_vg(tag_vg_info* vg) {
     break;
   }
   return result;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int del_pv(const char* dev) {
+int del_pv(const char* dev) try {
   return orv::run(orv::command("/sbin/pvremove /dev/%s > /dev/null", dev));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -27,7 +27,7 @@ int check_group(std::string_view vgname, std::string_view enclosure) {
 
 }  // namespace
 
-int vg_extend(const char* vgname, const char* pvname, const char* enclosure) {
+int vg_extend(const char* vgname, const char* pvname, const char* enclosure) try {
   orv::scoped_list<tag_diskinfo_list> disks;
   int result = disks_info_get(disks.get());
   if (result != ORV_OK) return result;
@@ -39,12 +39,16 @@ int vg_extend(const char* vgname, const char* pvname, const char* enclosure) {
     result = check_group(orv::text_or_empty(vgname), orv::text_or_empty(enclosure));
   }
   return result == ORV_OK ? extend_vg(vgname, device.data()) : result;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int extend_vg(const char* vgname, char* pvname) {
+int extend_vg(const char* vgname, char* pvname) try {
   const orv::command extend("/sbin/vgextend %s /dev/%s > /dev/null", vgname, pvname);
   // A command that cannot be run is refused before a device is changed for it.
   if (extend.error() != 0) return orv::run(extend);
   const int result = create_pv(pvname);
   return result == ORV_OK ? orv::run(extend) : result;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -17,11 +17,13 @@ constexpr int handled = ORV_E_FAILED;
 
 }  // namespace
 
-int vgcfgrestore(const char* vgname) {
+int vgcfgrestore(const char* vgname) try {
   return orv::execute(orv::command("/sbin/vgcfgrestore %s", vgname));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int pv_check_rm(FILE* backup, const char* pvname) {
+int pv_check_rm(FILE* backup, const char* pvname) try {
   if (backup == nullptr) {
     // Not the code of a missing argument: it would say that a volume was dealt with.
     orv::log_missing_argument();
@@ -31,17 +33,21 @@ int pv_check_rm(FILE* backup, const char* pvname) {
   if (identifier.empty()) return ORV_OK;
   orv::execute(orv::command("/sbin/pvcreate -u %s /dev/ram1", identifier));
   return handled;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory(ORV_E_COMMAND);
 }
 
-int md_vg_resume(const char* vgname, const char* pvname) {
+int md_vg_resume(const char* vgname, const char* pvname) try {
   const orv::unique_file backup = orv::open_backup(vgname);
   if (!backup) return ORV_E_NO_VG;
   const int result = pv_check_rm(backup.get(), pvname);
   if (result == handled) vgcfgrestore(vgname);
   return result;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory(ORV_E_COMMAND);
 }
 
-int vg_check_rm(const char* vgname) {
+int vg_check_rm(const char* vgname) try {
   const orv::unique_file backup = orv::open_backup(vgname);
   if (!backup) return ORV_E_NO_VG;
   orv::scoped_list<tag_mdinfo_list> raids;
@@ -57,4 +63,6 @@ int vg_check_rm(const char* vgname) {
     return handled;
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory(ORV_E_COMMAND);
 }

@@ -31,7 +31,7 @@ void fill_group(tag_vg_info& vg, const char* line) {
 
 }  // namespace
 
-int get_vginfo_from_vgdisplay(tag_vginfo_list* list) {
+int get_vginfo_from_vgdisplay(tag_vginfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   orv::captured_output output("/tmp/vgdisplay.XXXXXX");
   if (!output.fill(orv::command("/sbin/vgdisplay -c > %s", output.path()))) return ORV_E_COMMAND;
@@ -51,4 +51,6 @@ int get_vginfo_from_vgdisplay(tag_vginfo_list* list) {
     fill_group(*vg, reader.line());
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

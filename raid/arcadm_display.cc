@@ -1,6 +1,7 @@
 #include <orv/raid.h>
 #include <orv/support.h>
 
+#include <cerrno>
 #include <cstring>
 #include <limits>
 #include <optional>
@@ -10,6 +11,7 @@
 #include "common/captured_output.h"
 #include "common/families.h"
 #include "common/line_reader.h"
+#include "common/log.h"
 #include "common/text.h"
 
 namespace {
@@ -88,38 +90,49 @@ int isequal(const char* s) {
   return orv::text_or_empty(s).find_first_not_of('=') == std::string_view::npos ? 1 : 0;
 }
 
-int get_raid_level(const char* line, char* dst, int size) {
+int get_raid_level(const char* line, char* dst, int size) try {
   if (dst == nullptr) return orv::log_missing_argument();
   const std::optional<std::string_view> word = find_word(line, level_field);
   if (!word) return -1;
   orv::copy_text(dst, size, "raid" + std::string(*word));
   return 0;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int get_raid_status(const char* line, char* dst, int size) {
+int get_raid_status(const char* line, char* dst, int size) try {
   if (dst == nullptr) return orv::log_missing_argument();
   return copy_word(line, status_field, dst, size);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-uint64_t get_raid_size(const char* line) {
+uint64_t get_raid_size(const char* line) try {
   const std::optional<std::string_view> word = find_word(line, size_field);
   return word ? orv::leading_number(*word) : std::numeric_limits<uint64_t>::max();
+} catch (const std::bad_alloc&) {
+  orv::without_memory();
+  return std::numeric_limits<uint64_t>::max();
 }
 
-int get_raid_device(const char* line, char* dst, int size) {
+int get_raid_device(const char* line, char* dst, int size) try {
   if (dst == nullptr) return orv::log_missing_argument();
   return copy_word(line, device_field, dst, size);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int get_raid_disks(const char* line, char* dst, int size) {
+int get_raid_disks(const char* line, char* dst, int size) try {
   if (dst == nullptr) return orv::log_missing_argument();
   const std::optional<std::string_view> field = find_field(line, disks_field);
   if (!field) return -1;
   orv::copy_text(dst, size, channel_list(*field));
   return 0;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int get_mdinfo_from_arcadm(tag_mdinfo_list* list) {
+int get_mdinfo_from_arcadm(tag_mdinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   orv::captured_output output("/tmp/mdstat.XXXXXX");
   const orv::command display("/usr/local/bin/arcadm --display --scan > %s", output.path());
@@ -129,6 +142,7 @@ int get_mdinfo_from_arcadm(tag_mdinfo_list* list) {
   output.leave();  // The last display stays readable in /tmp.
   orv::line_reader lines(file.get());
   if (!find_table(lines)) return ORV_OK;
+  errno = 0;
   while (const char* const line = next_display_line(lines)) {
     const std::string_view text(line);
     const std::string_view name = text.substr(0, text.find(' '));
@@ -137,5 +151,8 @@ int get_mdinfo_from_arcadm(tag_mdinfo_list* list) {
     if (md == nullptr) return orv::log_failure(ORV_E_MD_DETAIL);
     read_array(line, name, *md);
   }
-  return ORV_OK;
+  // A field without memory reads as one that is missing.
+  return errno == ENOMEM ? orv::log_failure(ORV_E_MD_DETAIL) : ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -7,11 +7,13 @@
 #include "common/log.h"
 #include "common/text.h"
 
-int set_disk_faulty(const char* md_name, const char* dev) {
+int set_disk_faulty(const char* md_name, const char* dev) try {
   return orv::execute(orv::command("/sbin/mdadm /dev/%s -f /dev/%s", md_name, dev));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int set_raid_faulty(tag_md_info* md) {
+int set_raid_faulty(tag_md_info* md) try {
   if (md == nullptr) return orv::log_missing_argument();
   int result = ORV_OK;
   for (const std::string_view item : orv::items(orv::text_of(md->disks))) {
@@ -23,4 +25,6 @@ int set_raid_faulty(tag_md_info* md) {
     if (marked != ORV_OK) result = marked;
   }
   return result;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -62,23 +62,31 @@ void clear_requested(const tag_disk_info& request, const tag_disk_info* disk) {
 
 }  // namespace
 
-int disk_set_hotspare(const char* dev, int flag) {
+int disk_set_hotspare(const char* dev, int flag) try {
   if (flag == 1) return orv::execute(orv::command("/usr/local/bin/hotspare -a /dev/%s", dev));
   if (flag == -1) return orv::execute(orv::command("/usr/local/bin/hotspare -r /dev/%s", dev));
   return flag == std::numeric_limits<int>::max() ? flag : flag + 1;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int clear_disk(const char* dev) {
+int clear_disk(const char* dev) try {
   return orv::execute(orv::command("/usr/local/bin/diskformat /dev/%s", dev));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int disks_hotspare_set(tag_diskinfo_list* req) {
+int disks_hotspare_set(tag_diskinfo_list* req) try {
   if (req == nullptr) return orv::log_missing_argument();
   return change_disks(req, changes_spares, change_spare);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int disks_clear(tag_diskinfo_list* req) {
+int disks_clear(tag_diskinfo_list* req) try {
   if (req == nullptr) return orv::log_missing_argument();
   const auto always = [](const tag_disk_info&) { return true; };
   return change_disks(req, always, clear_requested);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -5,7 +5,7 @@
 #include "common/partitions.h"
 #include "common/text.h"
 
-int get_mdinfo_from_partitions(tag_mdinfo_list* list) {
+int get_mdinfo_from_partitions(tag_mdinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const auto names = orv::partition_names();
   if (!names) return orv::log_failure(ORV_E_PARTITIONS);
@@ -16,4 +16,6 @@ int get_mdinfo_from_partitions(tag_mdinfo_list* list) {
     orv::set_text(md->name, name);
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -1,6 +1,7 @@
 #include <orv/raid.h>
 #include <orv/support.h>
 
+#include <cerrno>
 #include <string>
 #include <string_view>
 
@@ -34,7 +35,7 @@ void read_detail(FILE* detail, tag_md_info& md) {
 
 }  // namespace
 
-int get_mdinfo_type(FILE* fp, char* dst, int dstlen, const char* key) {
+int get_mdinfo_type(FILE* fp, char* dst, int dstlen, const char* key) try {
   if (dst == nullptr) return orv::log_missing_argument();
   char line[orv::line_reader::capacity];
   const char* const wanted = key == nullptr ? "" : key;
@@ -42,14 +43,19 @@ int get_mdinfo_type(FILE* fp, char* dst, int dstlen, const char* key) {
     return orv::log_failure(ORV_E_MD_KEY);
   }
   char* field = nullptr;
-  if (get_substr_from_line(line, static_cast<int>(sizeof line), ":", 1, &field) == 0) return ORV_OK;
+  errno = 0;
+  if (get_substr_from_line(line, static_cast<int>(sizeof line), ":", 1, &field) == 0) {
+    return errno == ENOMEM ? orv::log_failure(ORV_E_MD_KEY) : ORV_OK;
+  }
   const std::string_view rest(field);
   const std::string_view value = orv::trimmed(rest.substr(0, rest.find(':')));
   if (!value.empty()) orv::copy_text(dst, dstlen, value);
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int get_mdinfo_from_mdadm(tag_mdinfo_list* list) {
+int get_mdinfo_from_mdadm(tag_mdinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   for (tag_md_info& md : orv::records(list)) {
     const std::string name(orv::text_of(md.name));
@@ -58,7 +64,11 @@ int get_mdinfo_from_mdadm(tag_mdinfo_list* list) {
     if (!output.fill(detail_command)) continue;
     const orv::unique_file detail = output.open();
     if (!detail) return orv::tell_cannot_open(output, ORV_E_MD_DETAIL);
+    errno = 0;
     read_detail(detail.get(), md);
+    if (errno == ENOMEM) return orv::log_failure(ORV_E_MD_DETAIL);
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -72,7 +72,7 @@ bool is_rebuilding(const tag_md_info& md) {
 
 }  // namespace
 
-int get_mdinfo_from_proc(tag_mdinfo_list* list) {
+int get_mdinfo_from_proc(tag_mdinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::captured_output output("/tmp/mdstat.XXXXXX");
   if (!output.fill(orv::command("cat /proc/mdstat > %s", output.path()))) return ORV_E_COMMAND;
@@ -87,9 +87,11 @@ int get_mdinfo_from_proc(tag_mdinfo_list* list) {
     orv::set_text(md->name, name);
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int get_mdinfo_from_mdstat(tag_mdinfo_list* list) {
+int get_mdinfo_from_mdstat(tag_mdinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::captured_output output("/tmp/mdstat.XXXXXX");
   if (!output.fill(orv::command("cat /proc/mdstat > %s", output.path()))) return ORV_E_COMMAND;
@@ -101,4 +103,6 @@ int get_mdinfo_from_mdstat(tag_mdinfo_list* list) {
     if (find_rebuild_line(lines, orv::text_of(md.name))) read_progress(lines.line(), md);
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

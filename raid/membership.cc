@@ -59,19 +59,25 @@ membership physical_volume_among_disks(const tag_md_info& md) {
 
 }  // namespace orv
 
-int check_spare_disk(tag_md_info* md) {
+int check_spare_disk(tag_md_info* md) try {
   if (md == nullptr) return orv::log_missing_argument();
   return as_answer(orv::spare_among_members(*md).found);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int check_pv_disk(tag_md_info* md) {
+int check_pv_disk(tag_md_info* md) try {
   if (md == nullptr) return orv::log_missing_argument();
   return as_answer(orv::physical_volume_among_disks(*md).found);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int found_pv_raid(tag_vg_info* vg, const char* list) {
+int found_pv_raid(tag_vg_info* vg, const char* list) try {
   if (vg == nullptr) return orv::log_missing_argument();
   orv::scoped_list<tag_diskinfo_list> disks;
   disks_info_get(disks.get());
   return as_answer(has_physical_volume(*vg, disks.get(), list));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -79,7 +79,7 @@ int check_hot_spares(const tag_md_info& md) {
 
 }  // namespace
 
-int raid_create(tag_md_info* md) {
+int raid_create(tag_md_info* md) try {
   if (md == nullptr) return orv::log_missing_argument();
   orv::scoped_list<tag_diskinfo_list> disks;
   orv::scoped_list<tag_mdinfo_list> arrays;
@@ -96,4 +96,6 @@ int raid_create(tag_md_info* md) {
   if (code == ORV_OK) code = check_volume_groups(*md);
   if (code == ORV_OK) code = check_hot_spares(*md);
   return code == ORV_OK ? set_raid(md) : code;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

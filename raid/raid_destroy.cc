@@ -18,7 +18,7 @@ bool carries_volume_group(const tag_md_info& array, tag_vginfo_list* groups) {
 
 }  // namespace
 
-int raid_destroy(const char* md_name) {
+int raid_destroy(const char* md_name) try {
   orv::scoped_list<tag_mdinfo_list> arrays;
   orv::scoped_list<tag_vginfo_list> groups;
   int code = raid_get(arrays.get());
@@ -34,4 +34,6 @@ int raid_destroy(const char* md_name) {
     return orv::log_failure(ORV_E_RAID_IN_VG);
   }
   return del_raid(array);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

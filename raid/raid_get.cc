@@ -3,7 +3,7 @@
 #include "common/log.h"
 #include "common/models.h"
 
-int raid_get(tag_mdinfo_list* list) {
+int raid_get(tag_mdinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   if (orv::has_raid_controller()) return get_mdinfo_from_arcadm(list);
   int code = get_mdinfo_from_proc(list);
@@ -12,4 +12,6 @@ int raid_get(tag_mdinfo_list* list) {
   get_mdinfo_from_mdadm(list);
   code = get_mdinfo_from_sysblock(list);
   return code == ORV_OK ? get_mdinfo_from_mdstat(list) : code;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -82,7 +82,7 @@ int check_failed(const array_and_disk& named, const char* ch) {
     liborv_log_error("'%s' is not in %s", ch, array.name);
     return ORV_E_NO_DISK;
   }
-  if (get_disk_state(named.device(), array.disks) == 0) {
+  if (get_disk_state(named.device(), array.disks) != 1) {
     liborv_log_error("'%s' in %s is not fauty", ch, array.name);
     return ORV_E_NOT_FAULTY;
   }
@@ -104,7 +104,7 @@ int remove_member(const char* md_name, const char* ch, std::span<const std::stri
 
 }  // namespace
 
-int raid_add(const char* md_name, const char* ch) {
+int raid_add(const char* md_name, const char* ch) try {
   array_and_disk named;
   int code = named.find(md_name, ch);
   if (code != ORV_OK) return code;
@@ -114,12 +114,18 @@ int raid_add(const char* md_name, const char* ch) {
   }
   code = check_free(named, ch);
   return code == ORV_OK ? add_raid(named.array(), named.device()) : code;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int raid_rm(const char* md_name, const char* ch) {
+int raid_rm(const char* md_name, const char* ch) try {
   return remove_member(md_name, ch, levels_with_changing_members);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int raid_check_rm(const char* md_name, const char* ch) {
+int raid_check_rm(const char* md_name, const char* ch) try {
   return remove_member(md_name, ch, levels_of_checked_removal);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -86,7 +86,7 @@ orv::command creation_command(const tag_md_info& md, int number, int count) {
 
 }  // namespace
 
-int set_raid(tag_md_info* md) {
+int set_raid(tag_md_info* md) try {
   if (md == nullptr) return orv::log_missing_argument();
   const int count = count_disks(md->disks);
   const level_rule& rule = rule_of(orv::text_of(md->level), creation_rules);
@@ -97,9 +97,11 @@ int set_raid(tag_md_info* md) {
   if (create.error() == 0) init_raid_disks(md->disks);
   show_device_paths(*md);
   return orv::run_by_c_library(create);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int reset_raid(tag_md_info* md) {
+int reset_raid(tag_md_info* md) try {
   if (md == nullptr) return orv::log_missing_argument();
   const int count = count_disks(md->disks);
   const level_rule& rule = rule_of(orv::text_of(md->level), reset_rules);
@@ -109,9 +111,11 @@ int reset_raid(tag_md_info* md) {
                             rule.number, count, device_paths(orv::text_of(md->disks)));
   show_device_paths(*md);
   return orv::run_by_c_library(create);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-char* init_raid_disks(const char* names) {
+char* init_raid_disks(const char* names) try {
   constexpr std::size_t longest_list = 255;
   const std::string_view list = orv::text_or_empty(names);
   for (const std::string_view name : orv::items(list)) {
@@ -120,5 +124,8 @@ char* init_raid_disks(const char* names) {
     if (end > longest_list) break;
     clear_disk(std::string(name).c_str());
   }
+  return const_cast<char*>(names);
+} catch (const std::bad_alloc&) {
+  orv::without_memory();
   return const_cast<char*>(names);
 }

@@ -66,7 +66,7 @@ std::string with_limits(std::string_view config, const std::array<unsigned int, 
 
 }  // namespace
 
-int ftp_share_para_get(unsigned int* rate, unsigned int* clients, unsigned int* per_ip) {
+int ftp_share_para_get(unsigned int* rate, unsigned int* clients, unsigned int* per_ip) try {
   const std::array<unsigned int*, 3> limits = {rate, clients, per_ip};
   if (std::count(limits.begin(), limits.end(), nullptr) != 0) return orv::log_missing_argument();
   std::string config;
@@ -78,9 +78,11 @@ int ftp_share_para_get(unsigned int* rate, unsigned int* clients, unsigned int* 
     *limits[limit] = number_in(std::string(setting.substr(setting.find('=') + 1)));
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int ftp_share_para_set(unsigned int rate, unsigned int clients, unsigned int per_ip) {
+int ftp_share_para_set(unsigned int rate, unsigned int clients, unsigned int per_ip) try {
   const orv::own_lock lock("vsftpd.conf");
   if (!lock) return orv::log_failure(ORV_E_FTP_CONFIG);
   orv::replacement_file rewritten("/tmp/vsftpd.XXXXXX");
@@ -99,4 +101,6 @@ int ftp_share_para_set(unsigned int rate, unsigned int clients, unsigned int per
   const int result = orv::run(orv::command("mv %s /etc/vsftpd.conf > /dev/null", rewritten.path()));
   conf_save(config_path);
   return result;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -65,7 +65,7 @@ bool add_sessions(tag_shareconn_list* list, FILE* file) {
 
 }  // namespace
 
-int get_conninfo_from_session(tag_shareconn_list* list) {
+int get_conninfo_from_session(tag_shareconn_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   if (access(session_path, F_OK) != 0) return ORV_OK;
   const orv::captured_output output("/tmp/iscsi.XXXXXX");
@@ -76,4 +76,6 @@ int get_conninfo_from_session(tag_shareconn_list* list) {
   if (file && add_sessions(list, file.get())) return ORV_OK;
   orv::log_failure(ORV_OK);
   return ORV_E_EXPORTS;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

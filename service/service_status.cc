@@ -22,13 +22,16 @@ int ask_for(const char* daemon, const orv::captured_output& answer) {
 }
 
 /// A service runs when all of its daemons do; the first that does not gives the result.
-int status_of(const char* path_template, std::initializer_list<const char*> daemons) {
+int status_of(const char* path_template, std::initializer_list<const char*> daemons,
+              const char* function = __builtin_FUNCTION()) try {
   const orv::captured_output answer(path_template);
   for (const char* const daemon : daemons) {
     const int result = ask_for(daemon, answer);
     if (result != ORV_OK) return result;
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory(ORV_E_FAILED, function);
 }
 
 /// Reads the first line of a file. It is opened for writing too, so a file that could not be
@@ -55,7 +58,7 @@ int ftp_status_get() { return status_of("/tmp/ftp_status.XXXXXX", {"vsftpd"}); }
 
 int iscsi_status_get() { return status_of("/tmp/iscsi_status.XXXXXX", {"ietd"}); }
 
-int share_status_get(const char* path) {
+int share_status_get(const char* path) try {
   char line[64] = "";
   if (!read_first_line(std::string(orv::text_or_empty(path)), line, sizeof line)) {
     orv::log_failure(ORV_E_FAILED);
@@ -63,4 +66,6 @@ int share_status_get(const char* path) {
   }
   // Only the number of the first process counts; a line that begins with no number passes.
   return std::strtoul(line, nullptr, 10) < number_out_of_range ? ORV_OK : ORV_E_FAILED;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

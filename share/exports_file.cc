@@ -66,16 +66,22 @@ void append_share(std::string& text, const tag_share_config& share) {
 
 }  // namespace
 
-int get_share_from_nfs(int fd, tag_shareconf_list* list) {
+int get_share_from_nfs(int fd, tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   return orv::read_share_lines(fd, orv::line_buffer::kept,
                                [list](std::string_view line) { return read_export(list, line); });
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int put_share_to_nfs(int fd, tag_shareconf_list* list) {
+int put_share_to_nfs(int fd, tag_shareconf_list* list) try {
   return orv::rewrite(fd, list, append_share, orv::exports_path);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int put_share_to_nfs_recy(int fd, tag_shareconf_list* list) {
+int put_share_to_nfs_recy(int fd, tag_shareconf_list* list) try {
   return orv::rewrite(fd, list, append_share, committed_recy_path);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <new>
 
 #include "common/handles.h"
 #include "common/in_place_rewrite.h"
@@ -40,7 +41,7 @@ bool is_at(const char* path, int file) {
 
 }  // namespace
 
-int lock_sharefile(const char* path) {
+int lock_sharefile(const char* path) try {
   if (path == nullptr) {
     errno = EINVAL;
     return ORV_E_FAILED;
@@ -53,6 +54,9 @@ int lock_sharefile(const char* path) {
     orv::complete_rewrite(file.get());
     return file.release();
   }
+} catch (const std::bad_alloc&) {
+  errno = ENOMEM;
+  return ORV_E_SHARE_OPEN;  // ORV_E_FAILED would say that there is no file to lock
 }
 
 int unlock_file(int fd) { return lock_reg(fd, F_SETLK, F_UNLCK, from_start, SEEK_SET, to_end); }

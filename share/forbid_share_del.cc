@@ -34,8 +34,10 @@ int remove_everywhere(const std::string& name) {
 
 }  // namespace
 
-int forbid_share_del(const char* name) {
+int forbid_share_del(const char* name) try {
   const std::string stored = orv::stored_name(orv::text_or_empty(name));
   if (stored.empty()) return orv::log_missing_argument();
   return orv::finish(remove_everywhere(stored));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

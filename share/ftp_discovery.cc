@@ -35,7 +35,7 @@ bool is_user_file(const char* name) {
 
 }  // namespace
 
-int get_ftp_user(char users[][33], int max) {
+int get_ftp_user(char users[][33], int max) try {
   if (users == nullptr) return orv::log_missing_argument();
   const orv::unique_directory directory(opendir(folder));
   if (!directory) {
@@ -50,9 +50,11 @@ int get_ftp_user(char users[][33], int max) {
     if (is_user_file(entry->d_name)) orv::set_text(users[count++], entry->d_name);
   }
   return count;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int get_shareinfo_from_ftpconf(tag_shareconf_list* list) {
+int get_shareinfo_from_ftpconf(tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   char users[most_users][33] = {};
   const int count = get_ftp_user(users, most_users);
@@ -63,4 +65,6 @@ int get_shareinfo_from_ftpconf(tag_shareconf_list* list) {
     if (orv::text_of(users[i]) != common_user) find_sub_user(users[i], list);
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

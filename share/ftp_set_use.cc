@@ -34,7 +34,7 @@ int clear_service(tag_share_config share) {
 
 }  // namespace
 
-int ftp_set_use(tag_share_config* share) {
+int ftp_set_use(tag_share_config* share) try {
   if (!orv::is_request(share)) return orv::log_missing_argument();
   tag_share_config request = orv::as_stored(*share);
   orv::take_service(request);
@@ -47,4 +47,6 @@ int ftp_set_use(tag_share_config* share) {
   rmdir_path(path.c_str());
   del_mdfstab(path.c_str());
   return orv::finish(clear_service(request));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

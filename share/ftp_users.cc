@@ -45,7 +45,7 @@ std::string line_of(FILE* configuration, const char* key) {
 
 }  // namespace
 
-int find_one_user(const char* user, tag_shareconf_list* list) {
+int find_one_user(const char* user, tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const std::string name(orv::text_or_empty(user));
   const std::string home = "/home/" + name;
@@ -65,9 +65,11 @@ int find_one_user(const char* user, tag_shareconf_list* list) {
     result = -static_cast<int>(found.passed_over);
   }
   return result;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int find_sub_user(const char* user, tag_shareconf_list* list) {
+int find_sub_user(const char* user, tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const std::string name(orv::text_or_empty(user));
   const std::string path = "/etc/vsftpd/" + name;
@@ -84,4 +86,6 @@ int find_sub_user(const char* user, tag_shareconf_list* list) {
     break;
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

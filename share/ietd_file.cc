@@ -99,18 +99,22 @@ class writer {
 
 }  // namespace
 
-int get_share_from_ietd(int fd, tag_shareconf_list* list) {
+int get_share_from_ietd(int fd, tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   reader targets(list);
   return orv::read_share_lines(fd, orv::line_buffer::kept,
                                [&](std::string_view line) { return targets.take(line); });
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int put_share_to_ietd(int fd, tag_shareconf_list* list) {
+int put_share_to_ietd(int fd, tag_shareconf_list* list) try {
   const writer targets;
   if (!targets.knows_passwords()) return ORV_E_SHARE_WRITE;
   const auto append_share = [&](std::string& text, const tag_share_config& share) {
     targets.append_target(text, share);
   };
   return orv::rewrite(fd, list, append_share, orv::ietd_path);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -54,7 +54,7 @@ class reader {
 
 }  // namespace
 
-int get_shareinfo_from_ietd(tag_shareconf_list* list) {
+int get_shareinfo_from_ietd(tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::captured_output output("/tmp/iscsi.XXXXXX");
   if (!output.fill(orv::command("cat /etc/ietd.conf > %s", output.path()))) return ORV_E_COMMAND;
@@ -67,4 +67,6 @@ int get_shareinfo_from_ietd(tag_shareconf_list* list) {
   orv::line_reader lines(file.get());
   while (lines.next()) targets.take(orv::trimmed(lines.line()));
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -93,7 +93,7 @@ bool take_volumes(FILE* file, tag_shareconf_list* list) {
 
 }  // namespace
 
-int get_shareinfo_from_iSCSI(tag_shareconf_list* list) {
+int get_shareinfo_from_iSCSI(tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   struct stat examined {};
   if (stat(volume_path, &examined) != 0) return ORV_OK;
@@ -105,4 +105,6 @@ int get_shareinfo_from_iSCSI(tag_shareconf_list* list) {
   if (file && take_volumes(file.get(), list)) return ORV_OK;
   orv::log_failure(logged_code, "get_shareinfo_from_iSCSI", logged_line);
   return ORV_E_EXPORTS;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -68,27 +68,41 @@ int complete_from_recycle_files(tag_shareconf_list* list) {
 
 }  // namespace
 
-int read_samba_recy(const char* path, tag_shareconf_list* list) {
+int read_samba_recy(const char* path, tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   return orv::finish(read_parked(samba_at(path), list));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int read_nfs_recy(const char* path, tag_shareconf_list* list) {
+int read_nfs_recy(const char* path, tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   return orv::finish(read_parked(nfs_at(path), list));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int samba_recy_del(const char* path, const char* name, const char* /*word*/) {
+int samba_recy_del(const char* path, const char* name, const char* /*word*/) try {
   return orv::finish(remove_parked(samba_at(path), name));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int nfs_recy_del(const char* path, const char* name, const char* /*word*/) {
+int nfs_recy_del(const char* path, const char* name, const char* /*word*/) try {
   return orv::finish(remove_parked(nfs_at(path), name));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int share_recy_del(const char* name) { return orv::finish(remove_from_both(name)); }
+int share_recy_del(const char* name) try {
+  return orv::finish(remove_from_both(name));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
+}
 
-int get_shareinfo_from_recy(tag_shareconf_list* list) {
+int get_shareinfo_from_recy(tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   return orv::finish(complete_from_recycle_files(list));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

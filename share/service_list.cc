@@ -5,7 +5,7 @@
 #include "common/log.h"
 #include "common/text.h"
 
-int share_conf_set_value(char* dst, const char* word, const char* value) {
+int share_conf_set_value(char* dst, const char* word, const char* value) try {
   if (dst == nullptr) return orv::log_missing_argument();
   if (orv::text_or_empty(value) != "1") return ORV_OK;
   constexpr int capacity = sizeof(tag_share_config::service);
@@ -14,4 +14,6 @@ int share_conf_set_value(char* dst, const char* word, const char* value) {
   services += orv::text_or_empty(word);
   orv::copy_text(dst, capacity, services);
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

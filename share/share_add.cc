@@ -81,7 +81,9 @@ int add(tag_share_config share) {
 
 }  // namespace
 
-int share_add(tag_share_config* share) {
+int share_add(tag_share_config* share) try {
   if (!orv::is_request(share)) return orv::log_missing_argument();
   return orv::finish(add(orv::as_stored(*share)));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -29,9 +29,11 @@ int remove(const std::string& name, std::string_view mode) {
 
 }  // namespace
 
-int share_del(const char* name, const char* mode) {
+int share_del(const char* name, const char* mode) try {
   const std::string_view word = orv::text_or_empty(mode);
   const std::string stored = orv::stored_name(orv::text_or_empty(name), word);
   if (stored.empty()) return orv::log_missing_argument();
   return orv::finish(remove(stored, word));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

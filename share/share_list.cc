@@ -77,7 +77,7 @@ int add_share_to_sharelist(tag_share_config* share, tag_shareconf_list* list) {
 }
 
 int mod_share_to_sharelist(tag_share_config* share, const char* /*ignored*/,
-                           tag_shareconf_list* list) {
+                           tag_shareconf_list* list) try {
   if (share == nullptr || list == nullptr) return orv::log_missing_argument();
   tag_share_config* const found = find_by_key(list, orv::text_of(share->name));
   if (found == nullptr) {
@@ -90,21 +90,25 @@ int mod_share_to_sharelist(tag_share_config* share, const char* /*ignored*/,
     orv::set_text(found->service, orv::text_of(share->service));
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int del_share_to_sharelist(const char* name, tag_shareconf_list* list) {
+int del_share_to_sharelist(const char* name, tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   tag_share_config* const found = find_by_key(list, orv::text_or_empty(name));
   if (found == nullptr) return ORV_E_FAILED;
   orv::release<tag_shareconf_list>(orv::node_of<tag_shareconf_list>(found));
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
 tag_share_config* fine_share_in_list(tag_shareconf_list* list, const char* name) {
   return find_by_name(list, orv::text_or_empty(name));
 }
 
-int mod_recy_list(tag_share_config* share, tag_shareconf_list* list) {
+int mod_recy_list(tag_share_config* share, tag_shareconf_list* list) try {
   if (share == nullptr || list == nullptr) return orv::log_missing_argument();
   tag_share_config* const found = find_by_name(list, orv::text_of(share->name));
   if (found == nullptr) {
@@ -115,4 +119,6 @@ int mod_recy_list(tag_share_config* share, tag_shareconf_list* list) {
   std::memset(found->service, 0, sizeof found->service);
   orv::set_text(found->service, orv::text_of(share->service));
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -28,7 +28,9 @@ int modify(tag_share_config share) {
 
 }  // namespace
 
-int share_mod(tag_share_config* share) {
+int share_mod(tag_share_config* share) try {
   if (!orv::is_request(share)) return orv::log_missing_argument();
   return orv::finish(modify(orv::as_stored(*share)));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

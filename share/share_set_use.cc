@@ -37,9 +37,11 @@ int park(tag_share_config share, std::string_view service) {
 
 }  // namespace
 
-int share_set_use(tag_share_config* share) {
+int share_set_use(tag_share_config* share) try {
   if (!orv::is_request(share)) return orv::log_missing_argument();
   tag_share_config request = orv::as_stored(*share);
   orv::take_service(request);
   return orv::finish(park(request, orv::take_service(*share)));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -38,8 +38,10 @@ void measure(tag_share_config& share) {
 
 }  // namespace
 
-int get_shareinfo_from_df(tag_shareconf_list* list) {
+int get_shareinfo_from_df(tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   for (tag_share_config& share : orv::records(list)) measure(share);
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -46,7 +46,7 @@ void fill(tag_share_config& share, const orv::ini_section& section) {
 
 }  // namespace
 
-int get_shareinfo_from_shareconf(tag_shareconf_list* list) {
+int get_shareinfo_from_shareconf(tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::ini_index shares(orv::sharefolder_path, keys);
   for (const orv::ini_head& head : shares.heads()) {
@@ -55,4 +55,6 @@ int get_shareinfo_from_shareconf(tag_shareconf_list* list) {
     if (head.is_closed) fill(*share, shares.section(head.text.substr(0, longest_head)));
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -90,13 +90,17 @@ void append_share(std::string& text, const tag_share_config& share) {
 
 }  // namespace
 
-int get_share_from_conf(int fd, tag_shareconf_list* list) {
+int get_share_from_conf(int fd, tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   reader shares(list);
   return orv::read_share_lines(fd, orv::line_buffer::cleared,
                                [&](std::string_view line) { return shares.take(line); });
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int put_share_to_conf(int fd, tag_shareconf_list* list) {
+int put_share_to_conf(int fd, tag_shareconf_list* list) try {
   return orv::rewrite(fd, list, append_share, orv::sharefolder_path);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -21,7 +21,7 @@ void fill(tag_share_config& share, const orv::ini_section& section) {
 
 }  // namespace
 
-int get_shareinfo_from_smbconf(tag_shareconf_list* list) {
+int get_shareinfo_from_smbconf(tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::ini_index smb(orv::smb_path, keys);
   for (tag_share_config& share : orv::records(list)) {
@@ -29,4 +29,6 @@ int get_shareinfo_from_smbconf(tag_shareconf_list* list) {
     fill(share, smb.section(orv::text_of(share.name)));
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

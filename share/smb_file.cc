@@ -113,22 +113,28 @@ std::optional<kept_part> find_kept_part(int file) {
 
 }  // namespace
 
-int get_share_from_smb(int fd, tag_shareconf_list* list) {
+int get_share_from_smb(int fd, tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   reader shares(list);
   return orv::read_share_lines(fd, orv::line_buffer::cleared,
                                [&](std::string_view line) { return shares.take(line); });
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int put_share_to_smb(int fd, tag_shareconf_list* list) {
+int put_share_to_smb(int fd, tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const auto kept = find_kept_part(fd);
   if (!kept) return ORV_E_SHARE_READ;
   std::string text = orv::text_of_shares(list, append_live_share);
   if (!text.empty() && !kept->ends_a_line) text.insert(text.begin(), '\n');
   return orv::rewrite_from(fd, kept->size, text, orv::smb_path);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int put_share_to_smb_recy(int fd, tag_shareconf_list* list) {
+int put_share_to_smb_recy(int fd, tag_shareconf_list* list) try {
   return orv::rewrite(fd, list, append_parked_share, orv::smb_recy_path);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -38,11 +38,13 @@ const std::string* user_passwords::find(std::string_view user) const {
 
 }  // namespace orv
 
-int get_pwd_from_conf(const char* user, char* out, int outlen) {
+int get_pwd_from_conf(const char* user, char* out, int outlen) try {
   if (user == nullptr || out == nullptr) return orv::log_missing_argument();
   const auto known = orv::user_passwords::read();
   if (!known) return orv::log_failure(ORV_E_PASSWORDS);
   const std::string* const password = known->find(user);
   if (password != nullptr) orv::copy_text(out, outlen, *password);
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -21,17 +21,17 @@ class child_settings {
     const sigset_t none = set_of({});
     const sigset_t defaults = set_of({SIGPIPE, SIGCHLD});
     const int flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
-    posix_spawnattr_init(&attributes_);
+    note(posix_spawnattr_init(&attributes_));
     posix_spawnattr_setsigmask(&attributes_, &none);
     posix_spawnattr_setsigdefault(&attributes_, &defaults);
     posix_spawnattr_setflags(&attributes_,
                              static_cast<short>(own_group ? flags | POSIX_SPAWN_SETPGROUP : flags));
-    posix_spawn_file_actions_init(&actions_);
+    note(posix_spawn_file_actions_init(&actions_));
     open_as(STDIN_FILENO, "/dev/null", O_RDONLY);
     open_null_if_closed(STDOUT_FILENO);
     open_null_if_closed(STDERR_FILENO);
     if (!output.empty()) open_as(STDOUT_FILENO, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC);
-    posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+    note(posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
   }
   ~child_settings() {
     posix_spawn_file_actions_destroy(&actions_);
@@ -40,18 +40,24 @@ class child_settings {
   child_settings(const child_settings&) = delete;
   child_settings& operator=(const child_settings&) = delete;
 
+  /// Why the settings could not be made; 0 when they are complete.
+  int error() const { return error_; }
   const posix_spawnattr_t* attributes() const { return &attributes_; }
   const posix_spawn_file_actions_t* actions() const { return &actions_; }
 
  private:
+  void note(int error) {
+    if (error_ == 0) error_ = error;
+  }
   void open_as(int number, const char* path, int flags) {
-    posix_spawn_file_actions_addopen(&actions_, number, path, flags, 0666);
+    note(posix_spawn_file_actions_addopen(&actions_, number, path, flags, 0666));
   }
   /// A tool would open a disk as the missing number, and write its complaints onto it.
   void open_null_if_closed(int number) {
     if (fcntl(number, F_GETFD) < 0) open_as(number, "/dev/null", O_WRONLY);
   }
 
+  int error_ = 0;
   posix_spawnattr_t attributes_{};
   posix_spawn_file_actions_t actions_{};
 };

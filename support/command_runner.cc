@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
@@ -45,9 +46,12 @@ std::optional<ending> run_program(const char* program, std::vector<std::string> 
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   pid_t child = 0;
+  int error = settings.error();
   // posix_spawnp shares the caller's memory until the program runs: its cost does not grow with it.
-  const int error = posix_spawnp(&child, program, settings.actions(), settings.attributes(),
-                                 arguments.data(), environment.variables());
+  if (error == 0) {
+    error = posix_spawnp(&child, program, settings.actions(), settings.attributes(),
+                         arguments.data(), environment.variables());
+  }
   if (error != 0) {
     errno = error;
     return std::nullopt;
@@ -102,7 +106,7 @@ ending run_command(const char* cmd, unsigned limit) {
 
 }  // namespace
 
-int liborv_system(const char* cmd) {
+int liborv_system(const char* cmd) try {
   if (cmd == nullptr) {
     errno = EINVAL;
     return no_status;
@@ -112,4 +116,7 @@ int liborv_system(const char* cmd) {
   if (made.status != no_status && made.status != shell_not_found) errno = saved_errno;
   if (made.was_ended) errno = ETIMEDOUT;
   return made.status;
+} catch (const std::bad_alloc&) {
+  errno = ENOMEM;
+  return no_status;
 }

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 
 #include "support/characters.h"
@@ -208,7 +209,7 @@ bool is_usable(std::string_view path) {
 
 }  // namespace
 
-int conf_save(const char* path) {
+int conf_save(const char* path) try {
   const std::string_view file = orv::support::text_or_empty(path);
   if (!is_usable(file)) {
     errno = EINVAL;
@@ -220,4 +221,7 @@ int conf_save(const char* path) {
   if (!run_in_child(work)) return -1;
   if (work.error != 0) errno = work.error;
   return work.error == 0 ? 0 : -1;
+} catch (const std::bad_alloc&) {
+  errno = ENOMEM;
+  return -1;
 }

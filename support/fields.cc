@@ -1,7 +1,12 @@
 #include <orv/support.h>
 
+#include <pthread.h>
+
+#include <cerrno>
 #include <charconv>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "support/characters.h"
@@ -31,6 +36,29 @@ std::size_t field_start(std::string_view line, std::string_view separators, int 
   return start;
 }
 
+pthread_key_t key_of_kept_lines() {
+  pthread_key_t key{};
+  pthread_key_create(&key, std::free);
+  return key;
+}
+
+/// Copies a line and keeps it until the thread's next call; NULL without memory. The line may be
+/// the kept one itself. A thread_local object would not do: a thread without memory for its
+/// destructor is ended by the C library.
+char* keep_for_thread(std::string_view line) {
+  static const pthread_key_t key = key_of_kept_lines();
+  auto* const copy = static_cast<char*>(std::malloc(line.size() + 1));
+  if (copy == nullptr) return nullptr;
+  copy[line.copy(copy, line.size())] = '\0';
+  char* const last = static_cast<char*>(pthread_getspecific(key));
+  if (pthread_setspecific(key, copy) != 0) {
+    std::free(copy);
+    return nullptr;
+  }
+  std::free(last);
+  return copy;
+}
+
 /// The field `index` without its line end; false when the line has fewer fields.
 bool find_field(const char* line, int len, const char* separators, int index,
                 std::string_view& field) {
@@ -47,20 +75,21 @@ bool find_field(const char* line, int len, const char* separators, int index,
 }  // namespace
 
 int get_substr_from_line(const char* line, int len, const char* separators, int index,
-                         char** field) {
-  thread_local std::string kept_line;
+                         char** field) try {
   if (field == nullptr) return 0;
-  // The line may be the kept one itself: copy first, replace then.
-  std::string copy(first_bytes(line, len));
-  const std::size_t start = field_start(copy, text_or_empty(separators), index);
-  if (start == std::string::npos) return 0;
-  kept_line.swap(copy);
-  *field = kept_line.data() + start;
+  const std::string_view text = first_bytes(line, len);
+  const std::size_t start = field_start(text, text_or_empty(separators), index);
+  char* const kept = start == std::string_view::npos ? nullptr : keep_for_thread(text);
+  if (kept == nullptr) return 0;
+  *field = kept + start;
   return 1;
+} catch (const std::bad_alloc&) {
+  errno = ENOMEM;
+  return 0;
 }
 
 int get_size_from_display(const char* line, int len, const char* separators, int index,
-                          uint64_t* value) {
+                          uint64_t* value) try {
   std::string_view field;
   if (value == nullptr || !find_field(line, len, separators, index, field)) return -1;
   uint64_t number = 0;
@@ -69,12 +98,18 @@ int get_size_from_display(const char* line, int len, const char* separators, int
   if (error != std::errc() || stopped != end) return -1;
   *value = number;
   return 0;
+} catch (const std::bad_alloc&) {
+  errno = ENOMEM;
+  return -1;
 }
 
 int get_str_from_display(const char* line, int len, const char* separators, int index, char* out,
-                         int size) {
+                         int size) try {
   std::string_view field;
   if (out == nullptr || size <= 0 || !find_field(line, len, separators, index, field)) return -1;
   copy_text(out, size, field);
   return 0;
+} catch (const std::bad_alloc&) {
+  errno = ENOMEM;
+  return -1;
 }

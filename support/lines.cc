@@ -35,7 +35,7 @@ int copy_line(FILE* stream, const char* key, int wanted, const char* separators,
     copy_text(out, size, lines.line());
     return 0;
   }
-  return std::ferror(stream) != 0 ? read_error : end_of_file;
+  return lines.failed() ? read_error : end_of_file;
 }
 
 bool usable(const FILE* stream, int n, const char* out, int size) {

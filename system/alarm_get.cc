@@ -49,18 +49,22 @@ int ask(tag_alarm_list* list, int socket, const orv::deadline& end) {
 
 }  // namespace
 
-int alarm_socket_get(tag_alarm_list* list, int socket) {
+int alarm_socket_get(tag_alarm_list* list, int socket) try {
   if (list == nullptr) return orv::log_missing_argument();
   return ask(list, socket, orv::alarm_deadline());
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int get_alarminfo_from_socket(tag_alarm_list* list) {
+int get_alarminfo_from_socket(tag_alarm_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::deadline end = orv::alarm_deadline();
   const int socket = orv::open_alarm_socket(end);
   if (socket < 0) return socket;
   const orv::unique_descriptor closed_at_the_end(socket);
   return ask(list, socket, end);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
 int alarm_get(tag_alarm_list* list) { return get_alarminfo_from_socket(list); }

@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "common/handles.h"
+#include "common/log.h"
 #include "common/tool_limit.h"
 #include "system/reason_log.h"
 
@@ -69,7 +70,7 @@ orv::deadline orv::alarm_deadline() {
   return deadline(std::chrono::seconds(limit == 0 ? patience : std::min(limit, patience)));
 }
 
-int orv::open_alarm_socket(const deadline& end) {
+int orv::open_alarm_socket(const deadline& end) try {
   const std::string own_path = std::string(orv::alarm_daemon_path) + '.' + std::to_string(getpid());
   orv::unique_descriptor client(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   if (!client || !bind_to(client.get(), own_path)) {
@@ -81,6 +82,8 @@ int orv::open_alarm_socket(const deadline& end) {
                            orv::alarm_daemon_path);
   }
   return client.release();
+} catch (const std::bad_alloc&) {
+  return orv::without_memory(ORV_E_ALARM_BIND);
 }
 
 int alarm_socket_open() { return orv::open_alarm_socket(orv::alarm_deadline()); }

@@ -34,7 +34,7 @@ std::optional<std::time_t> seconds_of(const tag_datetime& time) {
 
 }  // namespace
 
-int systime_set(const tag_datetime* time) {
+int systime_set(const tag_datetime* time) try {
   if (time == nullptr) return orv::log_missing_argument();
   timeval now{};
   struct timezone zone {};
@@ -49,4 +49,6 @@ int systime_set(const tag_datetime* time) {
   }
   orv::status_of(orv::command("hwclock -u -w"));
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -48,7 +48,7 @@ std::string fan_speeds(std::string_view model) {
 
 }  // namespace
 
-int fan_speed_get(char* buffer, int size) {
+int fan_speed_get(char* buffer, int size) try {
   if (buffer == nullptr) {
     errno = EINVAL;
     return orv::log_failure(ORV_E_FANS);
@@ -60,4 +60,6 @@ int fan_speed_get(char* buffer, int size) {
   if (fans_of(model) == 0) return orv::log_failure(ORV_E_FANS);
   orv::copy_text(buffer, size > 0 ? size : unstated_size, fan_speeds(model));
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "common/handles.h"
+#include "common/log.h"
 #include "common/text.h"
 
 namespace {
@@ -70,7 +71,7 @@ int find_gateway(FILE* file, std::string& value) {
 
 }  // namespace
 
-int get_gateway(const char* path, const char* name, char* gateway) {
+int get_gateway(const char* path, const char* name, char* gateway) try {
   const orv::unique_file file(path == nullptr ? nullptr : std::fopen(path, "rbe"));
   if (!file) {
     std::printf("open error");
@@ -84,4 +85,6 @@ int get_gateway(const char* path, const char* name, char* gateway) {
   if (check_ip(value.c_str()) != ORV_OK) return ORV_E_NO_GATEWAY;
   orv::copy_text(gateway, address_size, value);
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

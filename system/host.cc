@@ -29,7 +29,7 @@ int starttime_get(char* buffer, int size) {
   return orv::log_failure(ORV_E_START_TIME);
 }
 
-int systime_get(char* buffer, int size) {
+int systime_get(char* buffer, int size) try {
   if (!orv::is_usable(buffer, size)) return orv::log_failure(ORV_E_CLOCK);
   const std::time_t now = std::time(nullptr);
   if (now == static_cast<std::time_t>(-1)) return orv::log_failure(ORV_E_CLOCK);
@@ -37,4 +37,6 @@ int systime_get(char* buffer, int size) {
   if (!text) return orv::log_failure(ORV_E_CLOCK);
   liborv_strncpy(buffer, size, text->c_str());
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory(ORV_E_CLOCK);
 }

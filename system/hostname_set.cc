@@ -9,6 +9,7 @@
 
 #include "common/control_characters.h"
 #include "common/handles.h"
+#include "common/log.h"
 #include "common/own_lock.h"
 #include "common/replacement_file.h"
 #include "common/text.h"
@@ -72,8 +73,10 @@ int store_and_apply(const std::string& name) {
 
 }  // namespace
 
-int hostname_set(const char* name) {
+int hostname_set(const char* name) try {
   const int result = store_and_apply(without_control_characters(orv::text_or_empty(name)));
   if (result == ORV_OK) conf_save(hostname_file);
   return result;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -128,7 +128,7 @@ bool add_interface(tag_netcard_list* list, int socket, const ifreq& entry) {
 
 }  // namespace
 
-int netcard_get(tag_netcard_list* list) {
+int netcard_get(tag_netcard_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::unique_descriptor queries(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   const auto table = queries ? interface_table(queries.get()) : std::nullopt;
@@ -140,4 +140,6 @@ int netcard_get(tag_netcard_list* list) {
     if (!add_interface(list, queries.get(), entry)) return orv::log_failure(ORV_E_FAILED);
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

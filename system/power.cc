@@ -58,7 +58,7 @@ int power_from_tool(char* buffer, int size) {
 
 }  // namespace
 
-int pwstate_get(char* buffer, int size) {
+int pwstate_get(char* buffer, int size) try {
   if (!orv::is_usable(buffer, size)) return orv::log_failure(ORV_E_POWER);
   char model[orv::model_size] = "";
   const int result = devmodel_get(model, orv::model_size);
@@ -73,4 +73,6 @@ int pwstate_get(char* buffer, int size) {
       break;
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -17,7 +17,7 @@ const char* temperature_key(std::string_view model) {
 
 }  // namespace
 
-int tmp_get(char* buffer, int size) {
+int tmp_get(char* buffer, int size) try {
   if (!orv::is_usable(buffer, size)) return orv::log_failure(ORV_E_TEMPERATURE);
   std::memset(buffer, 0, static_cast<std::size_t>(size));
   char model[orv::model_size] = "";
@@ -25,4 +25,6 @@ int tmp_get(char* buffer, int size) {
   if (result != ORV_OK) return orv::log_failure(result);
   if (orv::read_state(model, temperature_key(model), buffer, size)) return ORV_OK;
   return orv::log_failure(ORV_E_TEMPERATURE);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

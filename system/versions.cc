@@ -23,17 +23,23 @@ bool read_info(const char* section, const char* key, char* buffer, int size) {
 
 }  // namespace
 
-int softversion_get(char* buffer, int size) {
+int softversion_get(char* buffer, int size) try {
   if (read_info("version", "software", buffer, size)) return ORV_OK;
   return orv::log_failure(ORV_E_SOFTWARE_VERSION);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int hardversion_get(char* buffer, int size) {
+int hardversion_get(char* buffer, int size) try {
   if (read_info("version", "hardware", buffer, size)) return ORV_OK;
   return orv::log_failure(ORV_E_HARDWARE_VERSION);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int devmodel_get(char* buffer, int size) {
+int devmodel_get(char* buffer, int size) try {
   if (read_info("product", "type", buffer, size)) return ORV_OK;
   return orv::log_failure(ORV_E_MODEL);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -10,7 +10,7 @@
 #include "user/account_database.h"
 #include "user/password_hash.h"
 
-int sys_user_validpwd(const char* name, const char* password) {
+int sys_user_validpwd(const char* name, const char* password) try {
   const std::string wanted(orv::text_or_empty(name));
   if (!orv::has_user(wanted)) {
     std::printf("invalide username");
@@ -27,4 +27,6 @@ int sys_user_validpwd(const char* name, const char* password) {
     return orv::has_hash(given, hash) ? ORV_OK : ORV_E_PASSWORD;
   }
   return ORV_E_PASSWORD;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

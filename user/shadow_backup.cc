@@ -29,7 +29,7 @@ bool replace_content(FILE* file, const std::string& text) {
 
 }  // namespace
 
-int create_backup(const char* path, FILE* stream) {
+int create_backup(const char* path, FILE* stream) try {
   struct stat original {};
   std::string text;
   if (path == nullptr || stream == nullptr) {
@@ -43,4 +43,7 @@ int create_backup(const char* path, FILE* stream) {
   if (!orv::read_rest(stream, text) || !replace_content(backup.get(), text)) return failed;
   const timespec times[] = {original.st_atim, original.st_mtim};
   return futimens(fileno(backup.get()), times) == 0 ? 0 : failed;
+} catch (const std::bad_alloc&) {
+  orv::without_memory();
+  return failed;
 }

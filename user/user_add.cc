@@ -78,7 +78,7 @@ int orv::check_request(const tag_user_info& user) {
   return smb.error() != 0 ? run(smb) : ORV_OK;
 }
 
-int sys_user_add(tag_user_info user) {
+int sys_user_add(tag_user_info user) try {
   user.name[sizeof user.name - 1] = '\0';
   user.password[sizeof user.password - 1] = '\0';
   int result = orv::check_account(user);
@@ -86,4 +86,6 @@ int sys_user_add(tag_user_info user) {
   if (result != ORV_OK) return result;
   return create_account(std::string(orv::text_of(user.name)),
                         std::string(orv::text_of(user.password)));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

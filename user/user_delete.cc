@@ -24,7 +24,7 @@ int delete_from_user_file(std::string_view name) {
 
 }  // namespace
 
-int sys_user_delete(const char* name) {
+int sys_user_delete(const char* name) try {
   // A user may have no SMB password: that is logged, and no more.
   orv::run(orv::command("smbpasswd -x %s", name));
   const int deleted = orv::run(orv::command("userdel %s", name));
@@ -32,4 +32,6 @@ int sys_user_delete(const char* name) {
   // Whatever failed: an account that is gone stays gone.
   orv::save_account_files();
   return result == ORV_OK ? deleted : result;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -110,15 +110,19 @@ int sys_user_get(tag_user_info_list* list) {
   return get_users_from_conf(list);
 }
 
-int get_users_from_conf(tag_user_info_list* list) {
+int get_users_from_conf(tag_user_info_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::unique_file file = orv::open_whole(orv::user_file_path);
   return file && orv::read_users(file.get(), list) ? ORV_OK : orv::log_failure(ORV_E_USER_FILE);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory(ORV_E_USER_FILE);
 }
 
 // The result says nothing about the file: callers of this function never asked.
-int set_users_to_conf(tag_user_info_list* list) {
+int set_users_to_conf(tag_user_info_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   orv::write_users(list);
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

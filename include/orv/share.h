@@ -234,7 +234,7 @@ ORV_API int get_ftp_user(char users[][33], int max);
 /// @return ORV_OK, also when there is no such user; ORV_E_FAILED for NULL
 ORV_API int get_shareinfo_from_ftpconf(tag_shareconf_list* list);
 /// Fills clients and rights of the NFS shares from "/etc/exports".
-/// @return ORV_OK, also when there is no such file; ORV_E_EXPORTS when it cannot be opened;
+/// @return ORV_OK, also when there is no such file; ORV_E_EXPORTS when it cannot be opened or read;
 ///         ORV_E_FAILED for NULL
 ORV_API int get_shareinfo_from_exportfs(tag_shareconf_list* list);
 /// Fills the paths of mounted shares, those called like a mount point; any other share gets the
