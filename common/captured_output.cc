@@ -9,8 +9,23 @@
 #include <cstdlib>
 
 #include "common/log.h"
+#include "common/whole_file.h"
 
 namespace orv {
+namespace {
+
+/// A stream that holds a text itself.
+unique_file stream_of(const std::string& text) {
+  unique_file stream(fmemopen(nullptr, text.size() + 1, "w+"));
+  if (!stream || std::fwrite(text.data(), 1, text.size(), stream.get()) != text.size() ||
+      std::fflush(stream.get()) != 0) {
+    return nullptr;
+  }
+  std::rewind(stream.get());
+  return stream;
+}
+
+}  // namespace
 
 captured_output::captured_output(std::string path_template) : path_(std::move(path_template)) {
   const int file = mkostemp(path_.data(), O_CLOEXEC);
@@ -44,10 +59,9 @@ unique_file captured_output::open() const {
     errno = error_;
     return nullptr;
   }
-  unique_file file(std::fopen(path_.c_str(), "re"));
+  std::string text;
   struct stat examined {};
-  if (file && fstat(fileno(file.get()), &examined) != 0) file.reset();
-  return file;
+  return read_file(path_.c_str(), text, examined) ? stream_of(text) : nullptr;
 }
 
 int tell_cannot_open(const captured_output& output, int logged, const char* function, int line) {

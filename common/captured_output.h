@@ -36,7 +36,8 @@ class captured_output {
   /// False when the file is not there or cannot be examined, and `errno` says why.
   bool exists() const;
 
-  /// Opens the captured text; empty when it cannot be opened or examined, and `errno` says why.
+  /// Opens the captured text; empty when it cannot be opened or read, and `errno` says why. It is
+  /// read whole here: a reader of its lines never takes a read error for the end of the text.
   unique_file open() const;
 
   /// Leaves the file in place, where that is what the appliance does.

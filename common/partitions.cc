@@ -27,6 +27,7 @@ std::optional<std::vector<std::string>> partition_names() {
     const std::string_view name = device_name(lines.line());
     if (!name.empty()) names.emplace_back(name);
   }
+  if (lines.failed()) return std::nullopt;
   return names;
 }
 

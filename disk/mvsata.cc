@@ -2,6 +2,7 @@
 #include <orv/support.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 #include <string>
 #include <utility>
@@ -111,11 +112,16 @@ void place_in_expansion(tag_disk_info& disk, const driver_line& line, int positi
   orv::set_text(disk.enclosure, std::to_string(bay.enclosure));
 }
 
-/// Appends the disks of a host's file; false without memory.
+/// What `get_line_from_file` returns behind the last line. Any other failure is one to read.
+constexpr int no_line = -1;
+
+/// Appends the disks of a host's file; false when it cannot be read, or without memory.
 bool add_disks(tag_diskinfo_list* list, FILE* file, int position, expansion_bay& bay) {
   char text[256] = "";
   for (int n = first_disk_line; n <= last_disk_line; ++n) {
-    if (get_line_from_file(file, nullptr, n, nullptr, text, sizeof text) != 0) break;
+    const int found = get_line_from_file(file, nullptr, n, nullptr, text, sizeof text);
+    if (found == no_line) break;
+    if (found != 0) return false;
     const std::optional<driver_line> line = parse_disk_line(text);
     if (!line) continue;
     tag_disk_info* const disk = orv::append(list);
@@ -130,11 +136,12 @@ bool add_disks(tag_diskinfo_list* list, FILE* file, int position, expansion_bay&
   return true;
 }
 
-std::optional<int> position_in(FILE* file) {
+/// @param readable  becomes false when the file cannot be read, or without memory
+std::optional<int> position_in(FILE* file, bool& readable) {
   char line[256] = "";
-  const bool found =
-      get_line_from_file(file, orv::pci_location_key, 0, ":", line, sizeof line) == 0;
-  return found ? controller_position(orv::whole_value(line, ":")) : std::nullopt;
+  const int found = get_line_from_file(file, orv::pci_location_key, 0, ":", line, sizeof line);
+  readable = found == 0 || found == no_line;
+  return found == 0 ? controller_position(orv::whole_value(line, ":")) : std::nullopt;
 }
 
 /// Appends the disks of one host, for the public function that is named in the log.
@@ -148,8 +155,9 @@ int read_host(tag_diskinfo_list* list, const std::string& host, expansion_bay& b
     output.leave();
     return orv::log_failure(ORV_E_DISK_DUMP, function);
   }
-  const std::optional<int> position = position_in(file.get());
-  if (!position || add_disks(list, file.get(), *position, bay)) return ORV_OK;
+  bool readable = true;
+  const std::optional<int> position = position_in(file.get(), readable);
+  if (readable && (!position || add_disks(list, file.get(), *position, bay))) return ORV_OK;
   return orv::log_failure(ORV_E_DISK_DUMP, function);
 }
 
@@ -160,10 +168,11 @@ std::optional<std::vector<std::string>> driver_hosts() {
   const orv::unique_directory directory(opendir(driver_directory));
   if (!directory) return std::nullopt;
   std::vector<std::string> hosts;
-  while (const dirent* const entry = readdir(directory.get())) {
+  for (errno = 0; const dirent* const entry = readdir(directory.get()); errno = 0) {
     const std::string_view name(entry->d_name);
     if (name != "." && name != ".." && name.size() <= longest_number) hosts.emplace_back(name);
   }
+  if (errno != 0) return std::nullopt;
   std::ranges::sort(hosts, {}, [](const std::string& host) {
     return std::pair(host.size(), std::string_view(host));
   });
@@ -172,7 +181,7 @@ std::optional<std::vector<std::string>> driver_hosts() {
 
 }  // namespace
 
-int get_diskinfo_from_mvSata(tag_diskinfo_list* list) {
+int get_diskinfo_from_mvSata(tag_diskinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const auto hosts = driver_hosts();
   if (!hosts) return orv::log_failure(ORV_E_DISK_DRIVER);
@@ -182,4 +191,6 @@ int get_diskinfo_from_mvSata(tag_diskinfo_list* list) {
     if (result != ORV_OK) return result;
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

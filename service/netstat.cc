@@ -42,12 +42,16 @@ bool add_clients(tag_shareconn_list* list, FILE* file) {
 
 }  // namespace
 
-int get_conninfo_from_netstat(tag_shareconn_list* list) {
+int get_conninfo_from_netstat(tag_shareconn_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::captured_output output("/tmp/conn_info.XXXXXX");
   if (!output.fill(orv::command("netstat -t > %s", output.path()))) return ORV_E_COMMAND;
   const orv::unique_file file = output.open();
-  if (file && add_clients(list, file.get())) return ORV_OK;
-  liborv_log_error("cannot open %s\n", output.path().c_str());
-  return ORV_E_NETSTAT;
+  if (!file) {
+    liborv_log_error("cannot open %s\n", output.path().c_str());
+    return ORV_E_NETSTAT;
+  }
+  return add_clients(list, file.get()) ? ORV_OK : orv::log_failure(ORV_E_NETSTAT);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

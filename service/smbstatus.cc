@@ -123,12 +123,16 @@ bool read_tables(tag_shareconn_list* list, FILE* file) {
 
 }  // namespace
 
-int get_conninfo_from_smbstatus(tag_shareconn_list* list) {
+int get_conninfo_from_smbstatus(tag_shareconn_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::captured_output output("/tmp/smbconn_info.XXXXXX");
   if (!output.fill(orv::command("smbstatus > %s", output.path()))) return ORV_E_COMMAND;
   const orv::unique_file file = output.open();
-  if (file && read_tables(list, file.get())) return ORV_OK;
-  liborv_log_error("cannot open %s", output.path().c_str());
-  return ORV_E_SMBSTATUS;
+  if (!file) {
+    liborv_log_error("cannot open %s", output.path().c_str());
+    return ORV_E_SMBSTATUS;
+  }
+  return read_tables(list, file.get()) ? ORV_OK : orv::log_failure(ORV_E_SMBSTATUS);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -52,7 +52,7 @@ std::optional<figures> figures_in(std::string_view line) {
 std::optional<figures> find_figures(FILE* listing, const std::string& mount_point) {
   const std::string ending = ' ' + mount_point;
   std::string text;
-  orv::read_rest(listing, text);
+  if (!orv::read_rest(listing, text)) return std::nullopt;
   std::string_view rest = text;
   std::string_view line;
   while (orv::next_line(rest, line)) {
@@ -63,7 +63,7 @@ std::optional<figures> find_figures(FILE* listing, const std::string& mount_poin
 
 }  // namespace
 
-int get_sizeinfo_from_df(uint64_t* total, uint64_t* used, const char* path) {
+int get_sizeinfo_from_df(uint64_t* total, uint64_t* used, const char* path) try {
   if (total == nullptr || used == nullptr || path == nullptr) return orv::log_missing_argument();
   const orv::unique_file file(std::fopen(listing_path, "re"));
   if (!file) return ORV_OK;
@@ -72,4 +72,6 @@ int get_sizeinfo_from_df(uint64_t* total, uint64_t* used, const char* path) {
   *total = found->total;
   *used = found->used;
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -32,7 +32,7 @@ void take(std::string_view line, const orv::share_index& shares) {
 
 }  // namespace
 
-int get_shareinfo_from_exportfs(tag_shareconf_list* list) {
+int get_shareinfo_from_exportfs(tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   struct stat examined {};
   if (stat(orv::exports_path, &examined) != 0) return ORV_OK;
@@ -41,5 +41,8 @@ int get_shareinfo_from_exportfs(tag_shareconf_list* list) {
   const orv::share_index shares(list, &tag_share_config::path, is_nfs);
   orv::line_reader reader(file.get());
   while (reader.next()) take(orv::trimmed(reader.line()), shares);
-  return ORV_OK;
+  if (!reader.failed()) return ORV_OK;
+  return orv::log_failure(ORV_E_EXPORTS, "get_shareinfo_from_exportfs", logged_line);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -49,15 +49,20 @@ void mark_volumes(tag_shareconf_list* list, std::size_t passed_over) {
 
 }  // namespace
 
-int get_shareinfo_from_mount(tag_shareconf_list* list) {
+int get_shareinfo_from_mount(tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::unique_mount_table mounts(setmntent("/proc/mounts", "re"));
   if (!mounts) return ORV_OK;
-  mark_volumes(list, find_mounted(mounts.get(), list));
+  const std::size_t passed_over = find_mounted(mounts.get(), list);
+  // Of mounts that were not read nothing is known: no share is called unmounted.
+  if (std::ferror(mounts.get()) != 0) return ORV_OK;
+  mark_volumes(list, passed_over);
   for (tag_share_config& share : orv::records(list)) {
     if (share.used == mounted) continue;
     orv::set_text(share.comment, "Filesystem unmounted");
     share.used = 0;
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

@@ -122,7 +122,8 @@ ORV_API void disk_list_show(const tag_diskinfo_list* list);
 ///
 /// @return ORV_OK; ORV_E_COMMAND when a tool failed; ORV_E_DISK_DRIVER, ORV_E_DISK_DUMP,
 ///         ORV_E_SPARE_LIST, ORV_E_SPARE_LINE or ORV_E_DISK_SCAN when its output cannot be read;
-///         ORV_E_FAILED for a NULL list. Disks found before a failure stay in the list.
+///         ORV_E_FAILED for a NULL list. Disks found before a failure stay in the list. After
+///         ORV_E_DISK_DUMP the driver's captured output stays in /tmp.
 ORV_API int disks_info_get(tag_diskinfo_list* list);
 
 /// Appends the disks that the disk driver lists in "/proc/scsi/mvSata/": name, channel, enclosure.
