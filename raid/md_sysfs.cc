@@ -56,18 +56,36 @@ std::string read_whole(int file) {
 
 /// The trimmed text of a kernel file. A file that cannot be opened is printed, and logged in the
 /// name of the caller.
-std::optional<std::string> kernel_text(const char* path,
+/// @param error  why it cannot be opened; unchanged when it can
+std::optional<std::string> kernel_text(const char* path, int& error,
                                        const char* function = __builtin_FUNCTION(),
                                        int line = __builtin_LINE()) {
   const char* const name = path == nullptr ? "" : path;
   const orv::unique_file file(std::fopen(name, "re"));
   if (!file) {
+    error = errno;
     orv::log_null(function, line);
     std::printf("cannot cat %s\n", name);
     return std::nullopt;
   }
   const std::string text = read_whole(fileno(file.get()));
   return std::string(orv::trimmed(text));
+}
+
+int state_in(const std::optional<std::string>& text) {
+  if (!text) return -1;
+  // Newer kernels add flags: "in_sync,write_mostly", "faulty,write_error".
+  for (const member_state& known : member_states) {
+    if (liborv_strcmp_substr(text->c_str(), known.word, ",") == 0) return known.value;
+  }
+  return 0;
+}
+
+/// A member that went away meanwhile is a lost one. What else keeps us from its state, as too many
+/// open files, says nothing about the disk: taken for a loss it would make a healthy array
+/// inactive.
+bool is_no_loss(int error) {
+  return error != 0 && error != ENOENT && error != ENODEV && error != ENOTDIR;
 }
 
 void append_text(tag_md_info& md, const std::string& text) {
@@ -91,19 +109,24 @@ void add_member(const std::string& name, int state, member_counts& counts, tag_m
   }
 }
 
+/// @param error  why the members are not all known; unchanged when they are
 member_counts read_members(DIR* directory, const std::string& path, const disk_index& disks,
-                           tag_md_info& md) {
+                           tag_md_info& md, int& error) {
   constexpr std::string_view prefix = "dev-";
   constexpr std::string_view member_beginning = "dev-sd";
   member_counts counts;
-  while (const dirent* const found = readdir(directory)) {
+  for (errno = 0; const dirent* const found = readdir(directory); errno = 0) {
     const std::string entry = found->d_name;
     if (!entry.starts_with(member_beginning)) continue;
     const std::string name = entry.substr(prefix.size());
     copy_enclosure(disks, name, md);
     const std::string state_path = std::string(path).append("/").append(entry).append("/state");
-    add_member(name, get_disk_state(state_path.c_str()), counts, md);
+    int reason = 0;
+    const auto state = kernel_text(state_path.c_str(), reason, "get_disk_state");
+    if (is_no_loss(reason)) error = reason;
+    add_member(name, state_in(state), counts, md);
   }
+  if (errno != 0) error = errno;
   return counts;
 }
 
@@ -129,33 +152,37 @@ bool has_lost_data(const tag_md_info& md, int expected, int missing, const membe
   return counts.faulty >= 1 || missing >= 1 || counts.spare >= 1;
 }
 
-void read_array(DIR* directory, const std::string& path, const disk_index& disks, tag_md_info& md) {
+/// @return 0, or why the members of the array are not all known
+int read_array(DIR* directory, const std::string& path, const disk_index& disks, tag_md_info& md) {
   const int expected = get_raid_disks((path + "/raid_disks").c_str());
-  const member_counts counts = read_members(directory, path, disks, md);
+  int error = 0;
+  const member_counts counts = read_members(directory, path, disks, md, error);
+  if (error != 0) return error;
   const int missing = expected > counts.found ? expected - counts.found : 0;
   add_missing(missing, md);
   if (has_lost_data(md, expected, missing, counts)) orv::set_text(md.state, "inactive");
+  return 0;
 }
 
 }  // namespace
 
-int get_disk_state(const char* path) {
-  const std::optional<std::string> text = kernel_text(path);
-  if (!text) return -1;
-  // Newer kernels add flags: "in_sync,write_mostly", "faulty,write_error".
-  for (const member_state& known : member_states) {
-    if (liborv_strcmp_substr(text->c_str(), known.word, ",") == 0) return known.value;
-  }
-  return 0;
+int get_disk_state(const char* path) try {
+  int reason = 0;
+  return state_in(kernel_text(path, reason));
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int get_raid_disks(const char* path) {
+int get_raid_disks(const char* path) try {
   constexpr uint64_t largest = std::numeric_limits<int>::max();
-  const uint64_t number = orv::leading_number(kernel_text(path).value_or(""));
+  int reason = 0;
+  const uint64_t number = orv::leading_number(kernel_text(path, reason).value_or(""));
   return static_cast<int>(number < largest ? number : largest);
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
-int get_mdinfo_from_sysblock(tag_mdinfo_list* list) {
+int get_mdinfo_from_sysblock(tag_mdinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   // Only the enclosures come from the disks: without them the arrays are read all the same.
   orv::scoped_list<tag_diskinfo_list> disks;
@@ -170,7 +197,10 @@ int get_mdinfo_from_sysblock(tag_mdinfo_list* list) {
       std::printf("cannot open dir %s\n", path.c_str());
       return ORV_E_MD_SYSFS;
     }
-    read_array(directory.get(), path, by_name, md);
+    errno = read_array(directory.get(), path, by_name, md);
+    if (errno != 0) return orv::log_failure(ORV_E_MD_SYSFS);
   }
   return ORV_OK;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }

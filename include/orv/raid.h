@@ -89,8 +89,10 @@ ORV_API int get_mdinfo_from_proc(tag_mdinfo_list* list);
 /// @return ORV_OK, ORV_E_MD_DETAIL, or ORV_E_FAILED
 ORV_API int get_mdinfo_from_mdadm(tag_mdinfo_list* list);
 
-/// Fills members and enclosure of the listed arrays from sysfs and recomputes the state.
-/// @return ORV_OK, ORV_E_MD_SYSFS, or ORV_E_FAILED
+/// Fills members and enclosure of the listed arrays from sysfs and recomputes the state. The
+/// enclosure stays empty when the disks cannot be listed.
+/// @return ORV_OK; ORV_E_MD_SYSFS, also when a member's state cannot be opened though the member is
+///         there; ORV_E_FAILED
 ORV_API int get_mdinfo_from_sysblock(tag_mdinfo_list* list);
 
 /// Fills the rebuild progress of the listed arrays that are recovering or resyncing.
