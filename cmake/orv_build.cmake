@@ -29,7 +29,12 @@ if(ORV_SANITIZE_THREADS)
   target_link_options(orv_options INTERFACE -fsanitize=thread)
 endif()
 if(ORV_FUZZ)
-  target_compile_options(orv_options INTERFACE -fsanitize=fuzzer-no-link)
+  # Every edge is counted. Comparisons are not traced: texts are compared by functions of the C library,
+  # which libFuzzer watches anyway, and the others are those of the sanitizers for the most part.
+  target_compile_options(orv_options INTERFACE
+    -fsanitize-coverage=inline-8bit-counters,pc-table
+    -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/fuzz/uninstrumented)
+  target_compile_definitions(orv_options INTERFACE _GLIBCXX_ASSERTIONS)
 endif()
 # The code of tests is checked for what it does with memory; instrumented for undefined behaviour too,
 # as the code under test is, it would take half as long again to compile.

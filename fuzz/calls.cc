@@ -30,7 +30,7 @@ using fuzz::the_machine;
 namespace {
 
 struct handle {
-  std::shared_ptr<file> content;  // empty for a socket
+  std::shared_ptr<file> content;  // an empty one for a socket
   std::size_t offset = 0;
   bool appends = false;
   bool is_directory = false;
@@ -47,6 +47,12 @@ handle* handle_of(int number) {
   }
   errno = EBADF;
   return nullptr;
+}
+
+/// What a directory or a socket holds.
+std::shared_ptr<file> no_content() {
+  static const auto nothing = std::make_shared<file>();
+  return nothing;
 }
 
 int open_handle(handle opened) {
@@ -155,7 +161,7 @@ int machine_close(int number) {
 
 int machine_open(const char* path, int flags, ...) {
   if (the_machine.is_directory(path)) {
-    return open_handle({std::make_shared<file>(), 0, false, true});
+    return open_handle({no_content(), 0, false, true});
   }
   auto content = the_machine.find(path);
   if (content && (flags & O_CREAT) != 0 && (flags & O_EXCL) != 0) return fail_with(EEXIST);
@@ -350,7 +356,7 @@ DIR* machine_opendir(const char* path) {
   }
   auto* const opened = new open_directory{the_machine.names_in(path)};
   opened->names.insert(opened->names.begin(), {".", ".."});
-  opened->descriptor = open_handle({std::make_shared<file>(), 0, false, true});
+  opened->descriptor = open_handle({no_content(), 0, false, true});
   return reinterpret_cast<DIR*>(opened);
 }
 
@@ -372,9 +378,7 @@ int machine_closedir(DIR* directory) {
 
 // --- Sockets and interfaces ----------------------------------------------------------------------
 
-int machine_socket(int, int, int) {
-  return open_handle({std::make_shared<file>(), 0, false, false});
-}
+int machine_socket(int, int, int) { return open_handle({no_content(), 0, false, false}); }
 int machine_bind(int, const sockaddr*, socklen_t) { return 0; }
 int machine_connect(int, const sockaddr*, socklen_t) { return 0; }
 ssize_t machine_send(int, const void*, std::size_t size, int) { return static_cast<ssize_t>(size); }

@@ -70,8 +70,7 @@ class input {
 /// How many files an execution may leave in /tmp: where that is documented, its target says so.
 inline std::size_t temporary_files_left = 0;
 
-/// One execution of a target. The machine is gone at its end, so that whatever memory is still in
-/// use then is a leak.
+/// One execution of a target. What is still in use at its end is the machine's, or lost.
 inline void execute(void (*target)(input&), const uint8_t* data, std::size_t size) {
   input in(data, size);
   target(in);

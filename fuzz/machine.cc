@@ -1,6 +1,7 @@
 #include "machine.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace fuzz {
 
@@ -9,9 +10,14 @@ namespace {
 /// What stands for an unquoted ">" among words, of which no other holds a NUL.
 const std::string redirection("\0", 1);
 
+/// Room that a file gets at first: fewer allocations while it is written.
+constexpr std::size_t usual_size = 2048;
+constexpr std::size_t usual_path = 64;
+
 /// The words of a command line; between single quotes every character stands for itself.
 std::vector<std::string> shell_words(std::string_view line) {
   std::vector<std::string> words;
+  words.reserve(16);
   bool in_word = false;
   bool is_quoted = false;
   for (std::size_t i = 0; i < line.size(); ++i) {
@@ -38,16 +44,41 @@ std::vector<std::string> shell_words(std::string_view line) {
 machine the_machine;
 
 void machine::reset() {
-  auto room = std::move(entries_);
-  room.clear();
-  *this = machine();
-  entries_ = std::move(room);
+  std::move(entries_.begin(), entries_.end(), std::back_inserter(gone_));
+  entries_.clear();
+  next_number_ = 1;
+  for (std::string* const text : {&tool_output, &release, &from_peer, &interfaces}) text->clear();
+  tool_status = 0;
+  commands = 0;
+  piece = 1;
+  block_size = 4096;
+  blocks = available = 0;
+}
+
+machine::entry machine::room_for_file() {
+  const auto free = std::find_if(gone_.rbegin(), gone_.rend(),
+                                 [](const entry& known) { return known.content.use_count() == 1; });
+  entry room;
+  if (free == gone_.rend()) {
+    room.content = std::make_shared<file>();
+    room.content->text.reserve(usual_size);
+    room.path.reserve(usual_path);
+  } else {
+    std::swap(*free, gone_.back());
+    room = std::move(gone_.back());
+    gone_.pop_back();
+  }
+  return room;
 }
 
 void machine::put(std::string_view path, std::string_view text) { make(path)->text = text; }
 
 void machine::remove(std::string_view path) {
-  std::erase_if(entries_, [path](const entry& known) { return known.path == path; });
+  const auto found = std::find_if(entries_.begin(), entries_.end(),
+                                  [path](const entry& known) { return known.path == path; });
+  if (found == entries_.end()) return;
+  gone_.push_back(std::move(*found));
+  entries_.erase(found);
 }
 
 const std::string* machine::text(std::string_view path) const {
@@ -64,8 +95,12 @@ std::shared_ptr<file> machine::find(std::string_view path) const {
 
 std::shared_ptr<file> machine::make(std::string_view path) {
   if (auto found = find(path)) return found;
-  entries_.push_back({std::string(path), std::make_shared<file>()});
-  entries_.back().content->number = next_number_++;
+  entry made = room_for_file();
+  made.path = path;
+  made.content->text.clear();
+  made.content->mode = 0644;
+  made.content->number = next_number_++;
+  entries_.push_back(std::move(made));
   return entries_.back().content;
 }
 
@@ -100,6 +135,13 @@ std::vector<std::string> machine::names_in(std::string_view directory) const {
       names.push_back(std::move(name));
   }
   return names;
+}
+
+std::size_t machine::temporary_files() const {
+  const auto files = std::count_if(entries_.begin(), entries_.end(), [](const entry& known) {
+    return known.path.starts_with("/tmp/");
+  });
+  return static_cast<std::size_t>(files);
 }
 
 int machine::run(std::string_view command) {

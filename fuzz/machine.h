@@ -39,7 +39,7 @@ class machine {
   bool is_directory(std::string_view path) const;
   /// The names in a directory, in the order in which they were made.
   std::vector<std::string> names_in(std::string_view directory) const;
-  std::size_t temporary_files() const { return names_in("/tmp").size(); }
+  std::size_t temporary_files() const;
 
   /// Runs what the shell would run: "cat A > B", "mv A B", and any other tool, which prints
   /// `tool_output` and ends with `tool_status`. @return the wait status
@@ -61,7 +61,12 @@ class machine {
     std::string path;
     std::shared_ptr<file> content;
   };
+  entry room_for_file();
+
   std::vector<entry> entries_;
+  /// What is gone, for its memory: allocations take most of the time. A descriptor may be open
+  /// still.
+  std::vector<entry> gone_;
   ino_t next_number_ = 1;
 };
 

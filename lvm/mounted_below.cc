@@ -3,7 +3,7 @@
 #include <mntent.h>
 
 #include <cerrno>
-#include <vector>
+#include <memory>
 
 #include "common/handles.h"
 #include "common/text.h"
@@ -34,9 +34,9 @@ std::string without_empty_components(std::string_view path) {
 int mounted_below(std::string_view named, std::string_view resolved) {
   const unique_mount_table table(setmntent("/proc/mounts", "re"));
   if (!table) return errno;
-  std::vector<char> line(line_capacity);
+  const auto line = std::make_unique_for_overwrite<char[]>(line_capacity);
   mntent entry{};
-  while (getmntent_r(table.get(), &entry, line.data(), line_capacity) != nullptr) {
+  while (getmntent_r(table.get(), &entry, line.get(), line_capacity) != nullptr) {
     const std::string mounted = without_empty_components(entry.mnt_dir);
     if (is_inside(mounted, named) || is_inside(mounted, resolved)) return EBUSY;
   }

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <vector>
+#include <memory>
 
 #include "common/text.h"
 #include "share/read_line.h"
@@ -17,7 +17,8 @@ namespace {
 /// The bytes of a file, read in large blocks.
 class blocks {
  public:
-  explicit blocks(int file) : file_(file), block_(64UL * 1024) {}
+  explicit blocks(int file)
+      : file_(file), block_(std::make_unique_for_overwrite<char[]>(block_size)) {}
 
   int next(char& c) {
     if (used_ == filled_) {
@@ -30,7 +31,7 @@ class blocks {
 
   int copy_plain(char* buffer, int room) {
     const std::size_t most = std::min(filled_ - used_, static_cast<std::size_t>(room));
-    const char* const from = block_.data() + used_;
+    const char* const from = block_.get() + used_;
     std::size_t size = 0;
     for (; size < most && is_plain_byte(from[size]); ++size) buffer[size] = from[size];
     used_ += size;
@@ -41,7 +42,7 @@ class blocks {
   int refill() {
     ssize_t got = 0;
     do {
-      got = read(file_, block_.data(), block_.size());
+      got = read(file_, block_.get(), block_size);
     } while (got < 0 && errno == EINTR);
     if (got <= 0) return static_cast<int>(got);
     used_ = 0;
@@ -49,8 +50,10 @@ class blocks {
     return 1;
   }
 
+  static constexpr std::size_t block_size = 64UL * 1024;
+
   int file_;
-  std::vector<char> block_;
+  std::unique_ptr<char[]> block_;
   std::size_t used_ = 0;
   std::size_t filled_ = 0;
 };

@@ -1,9 +1,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "common/families.h"
 #include "common/log.h"
@@ -95,15 +95,16 @@ struct kept_part {
 
 /// Finds the kept part; nothing, with `errno`, on a read error.
 std::optional<kept_part> find_kept_part(int file) {
-  std::vector<char> block(64UL * 1024);
+  constexpr std::size_t block_size = 64UL * 1024;
+  const auto block = std::make_unique_for_overwrite<char[]>(block_size);
   kept_part kept;
   int sections = 0;
   for (;;) {
-    const ssize_t got = pread(file, block.data(), block.size(), kept.size);
+    const ssize_t got = pread(file, block.get(), block_size, kept.size);
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) return std::nullopt;
     if (got == 0) return kept;
-    for (const char c : std::string_view(block.data(), static_cast<std::size_t>(got))) {
+    for (const char c : std::string_view(block.get(), static_cast<std::size_t>(got))) {
       if (c == '[' && ++sections == 2) return kept;
       kept.ends_a_line = c == '\n';
       ++kept.size;
