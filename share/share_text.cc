@@ -18,9 +18,8 @@ std::string fit_value(std::string_view value, std::string_view unfit) {
 
 std::string samba_value(std::string_view value) {
   std::string text = fit_value(value, "=");
-  for (std::size_t i = text.size(); i > 0 && (text[i - 1] == '\\' || text[i - 1] == ' '); --i) {
-    text[i - 1] = ' ';
-  }
+  const std::size_t kept = text.find_last_not_of("\\ \t") + 1;
+  std::replace(text.begin() + static_cast<std::ptrdiff_t>(kept), text.end(), '\\', ' ');
   return text;
 }
 

@@ -13,7 +13,7 @@ namespace orv {
 std::string fit_value(std::string_view value, std::string_view unfit = "");
 
 /// A value of a "key = value" line of a Samba file. "\" at its end, with which Samba would go on in
-/// the next line, becomes a blank too.
+/// the next line even when blanks or tabs follow, becomes a blank too.
 std::string samba_value(std::string_view value);
 
 /// A share's name as "/etc/sharefolder.conf" and the Samba files hold it. The name of an iSCSI

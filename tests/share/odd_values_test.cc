@@ -24,6 +24,8 @@ class odd_values : public share_test {
                                        "\ta\t",
                                        "a\\",
                                        "a\\ \\",
+                                       "a\\\t\\",
+                                       "a\\\t",
                                        "a\x1a"
                                        "b",
                                        "a\f[b]",
@@ -121,6 +123,15 @@ TEST_F(odd_values, are_written_with_blanks_where_a_file_cannot_hold_them) {
             "    nfs = 0\n    ftp = 0\n    iscsi = 0\n    comment = 1 2 3\t[4]\\\n");
   EXPECT_THAT(smb(),
               testing::HasSubstr("[a  b c]\n    comment = 1 2 3\t[4] \n    path = /mnt/  \n"));
+}
+
+/// Samba goes on in the next line behind "\", and behind "\" and a tab: the path of a share would
+/// be part of its comment.
+TEST_F(odd_values, never_take_the_next_line_of_a_samba_file_in) {
+  tag_share_config share = a_share("a", "samba");
+  set_field(share.comment, "c\\\t\\ \t");
+  EXPECT_EQ(share_add(&share), ORV_OK);
+  EXPECT_THAT(smb(), testing::HasSubstr("[a]\n    comment = c \t  \t\n    path = "));
 }
 
 TEST_F(odd_values, in_recycle_files_add_no_share_and_name_the_same_one) {
