@@ -1,11 +1,10 @@
 #include <orv/share.h>
 
-#include <unordered_map>
-
 #include "common/captured_output.h"
 #include "common/line_reader.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "share/share_index.h"
 #include "share/share_list.h"
 
 /// Users of iSCSI volumes.
@@ -26,7 +25,7 @@ std::string_view share_name(std::string_view line) {
 class reader {
  public:
   explicit reader(tag_shareconf_list* list) {
-    for (tag_share_config& share : orv::records(list)) shares_[orv::text_of(share.name)] = &share;
+    for (tag_share_config& share : orv::records(list)) shares_.put(orv::text_of(share.name), share);
   }
 
   void take(std::string_view line) {
@@ -43,12 +42,11 @@ class reader {
  private:
   /// The users of a target that has no name, or is no listed share, belong to no share.
   void begin_target(std::string_view name) {
-    const auto found = shares_.find(name);
-    share_ = name.empty() || found == shares_.end() ? nullptr : found->second;
+    share_ = name.empty() ? nullptr : shares_.find(name);
     if (share_ != nullptr) orv::set_text(share_->service, "iSCSI");
   }
 
-  std::unordered_map<std::string_view, tag_share_config*> shares_;  ///< the last of each name
+  orv::share_index shares_;  ///< the last of each name
   tag_share_config* share_ = nullptr;
 };
 

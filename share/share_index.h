@@ -4,8 +4,10 @@
 #include <orv/share.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <deque>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 #include "common/families.h"
 #include "common/text.h"
@@ -13,7 +15,8 @@
 namespace orv {
 
 /// Finds the shares of a list by a key, the first one of a key as a search through the list would.
-/// The keys are parts of the records, which must stay as they are meanwhile.
+/// The keys are parts of the records, which must stay as they are meanwhile. It takes some thirty
+/// bytes for each share: there may be thousands.
 class share_index {
  public:
   /// Where a search through the list ends.
@@ -43,21 +46,32 @@ class share_index {
   share_index(tag_shareconf_list* list, char (tag_share_config::*field)[Size])
       : share_index(list, field, [](const tag_share_config&) { return true; }) {}
 
-  /// Adds the list's next share.
-  void add(std::string_view key, tag_share_config& share) {
-    shares_.try_emplace(key, place{&share, count_});
-    ++count_;
-  }
+  /// Adds the list's next share. @return false when one with this key comes before it
+  bool add(std::string_view key, tag_share_config& share);
+  /// The same; a search finds the new share instead of the one before it.
+  void put(std::string_view key, tag_share_config& share);
 
-  place search(std::string_view key) const {
-    const auto found = shares_.find(key);
-    return found == shares_.end() ? place{nullptr, count_} : found->second;
-  }
-
+  place search(std::string_view key) const;
   tag_share_config* find(std::string_view key) const { return search(key).share; }
 
+  /// Shares that were added or passed over.
+  std::size_t size() const { return count_; }
+
  private:
-  std::unordered_map<std::string_view, place> shares_;
+  struct entry {
+    const char* key;
+    std::uint32_t key_size;
+    std::uint32_t passed_over;
+    tag_share_config* share;
+    bool has(std::string_view sought) const { return std::string_view(key, key_size) == sought; }
+  };
+
+  /// The slot of a key: that of its entry, or the free one where it belongs.
+  std::size_t slot_of(std::string_view key) const;
+  void double_slots();
+
+  std::deque<entry> entries_;         ///< one for each key; a vector would double as it grows
+  std::vector<std::uint32_t> slots_;  ///< the number of an entry, from 1 on; 0 when free
   std::size_t count_ = 0;
 };
 

@@ -1,0 +1,27 @@
+#include "share/ini_lines.h"
+
+namespace orv {
+
+bool ini_lines::next() {
+  if (!scanner_.next()) return false;
+  text_ = trimmed(scanner_.line());
+  return true;
+}
+
+std::optional<std::string_view> ini_lines::sought_name() const {
+  constexpr std::string_view ends("]\r\0", 3);
+  const std::string_view name = scanner_.line().substr(1);
+  const std::size_t end = name.find_first_of(ends);
+  if (end == std::string_view::npos || name[end] != ']') return std::nullopt;
+  return name.substr(0, end);
+}
+
+std::optional<ini_setting> ini_lines::setting() const {
+  const std::size_t equals = text_.find('=');
+  if (equals == std::string_view::npos) return std::nullopt;
+  const std::string_view value = trimmed(text_.substr(equals + 1));
+  // As a buffer of C holds it.
+  return ini_setting{trimmed(text_.substr(0, equals)), value.substr(0, value.find('\0'))};
+}
+
+}  // namespace orv

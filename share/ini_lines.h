@@ -1,0 +1,43 @@
+#ifndef ORV_SHARE_INI_LINES_H
+#define ORV_SHARE_INI_LINES_H
+
+#include <optional>
+#include <string_view>
+
+#include "common/companion.h"
+#include "share/ini_line.h"
+#include "support/line_scanner.h"
+
+namespace orv {
+
+/// The lines of an INI file, one after the other, as `ini_value_get` and `txt_line_seek` understand
+/// them. A file that cannot be read has none.
+class ini_lines {
+ public:
+  explicit ini_lines(const char* path) : file_(open_whole(path)), scanner_(file_.get()) {}
+
+  /// Moves to the next line; false at the end. What is told of a line is valid until then.
+  bool next();
+
+  /// True for the head of a section.
+  bool is_head() const { return text_.starts_with('['); }
+  /// The name of a head's section, as it is looked up.
+  std::string_view section() const { return trimmed(text_.substr(1, text_.find(']') - 1)); }
+
+  /// True for a head that `txt_line_seek` finds: it is not indented.
+  bool is_sought() const { return scanner_.line().starts_with('['); }
+  /// What follows the "[" of such a head; nothing when no "]" ends it.
+  std::optional<std::string_view> sought_name() const;
+
+  /// The setting of a line that is no head.
+  std::optional<ini_setting> setting() const;
+
+ private:
+  unique_file file_;
+  support::line_scanner scanner_;
+  std::string_view text_;
+};
+
+}  // namespace orv
+
+#endif
