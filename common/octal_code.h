@@ -16,6 +16,24 @@ std::string escaped(std::string_view word, std::string_view also = "");
 /// The word that such a text stands for.
 std::string unescaped(std::string_view text);
 
+/// The same without a copy of a text that has no code, as most have none.
+class unescaped_text {
+ public:
+  explicit unescaped_text(std::string_view text) : text_(text) {
+    if (text.find('\\') == text.npos) return;
+    decoded_ = unescaped(text);
+    text_ = decoded_;
+  }
+  unescaped_text(const unescaped_text&) = delete;
+  unescaped_text& operator=(const unescaped_text&) = delete;
+
+  std::string_view text() const { return text_; }
+
+ private:
+  std::string decoded_;
+  std::string_view text_;
+};
+
 }  // namespace orv
 
 #endif

@@ -20,7 +20,7 @@ std::optional<mdfstab_entry> mdfstab_entry_of(std::string_view line) {
   const std::string_view mountpoint = next_part(rest, word_separators);
   const std::string_view type = next_part(rest, word_separators);
   if (type.empty()) return std::nullopt;
-  return mdfstab_entry{unescaped(device), unescaped(mountpoint), unescaped(type)};
+  return mdfstab_entry{device, mountpoint, type};
 }
 
 std::optional<std::string> mdfstab_key_of(std::string_view line) {

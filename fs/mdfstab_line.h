@@ -11,11 +11,11 @@
 
 namespace orv {
 
-/// The first three words of an entry, as what they stand for.
+/// The first three words of an entry, as they stand in the line.
 struct mdfstab_entry {
-  std::string device;
-  std::string mountpoint;
-  std::string type;
+  std::string_view device;
+  std::string_view mountpoint;
+  std::string_view type;
 };
 
 /// The entry that a line holds: none for a comment and for a line of fewer than three words.

@@ -7,6 +7,7 @@
 #include "common/handles.h"
 #include "common/line_reader.h"
 #include "common/log.h"
+#include "common/octal_code.h"
 #include "common/text.h"
 #include "fs/mdfstab_file.h"
 #include "fs/mdfstab_line.h"
@@ -24,9 +25,9 @@ std::string_view volume_group_of(std::string_view device) {
 bool append_record(tag_fsinfo_list* list, const orv::mdfstab_entry& entry) {
   tag_fs_info* const fs = orv::append(list);
   if (fs == nullptr) return false;
-  orv::set_text(fs->devname, entry.device);
-  orv::set_text(fs->mountpoint, entry.mountpoint);
-  orv::set_text(fs->fstype, entry.type);
+  orv::set_text(fs->devname, orv::unescaped_text(entry.device).text());
+  orv::set_text(fs->mountpoint, orv::unescaped_text(entry.mountpoint).text());
+  orv::set_text(fs->fstype, orv::unescaped_text(entry.type).text());
   orv::set_text(fs->vgname, volume_group_of(orv::text_of(fs->devname)));
   return true;
 }

@@ -23,7 +23,7 @@ bool is_nfs(const tag_share_config& share) { return orv::has_service(share, "nfs
 /// Takes over a line "PATH CLIENTS(OPTION,...)". A line without a blank says nothing of clients.
 void take(std::string_view line, const orv::share_index& shares) {
   if (line.starts_with('#') || line.find(' ') == std::string_view::npos) return;
-  tag_share_config* const share = shares.find(orv::unescaped(orv::before(line, " ")));
+  tag_share_config* const share = shares.find(orv::unescaped_text(orv::before(line, " ")).text());
   if (share == nullptr) return;
   const std::string_view clients = orv::trimmed_left(orv::after(line, ' '));
   orv::set_text(share->valid_users, orv::before(clients, " ("));

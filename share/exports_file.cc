@@ -30,17 +30,18 @@ bool is_export(std::string_view line) {
 bool append_export(tag_shareconf_list* list, std::string_view line) {
   tag_share_config* const share = orv::append(list);
   if (share == nullptr) return false;
-  const std::string path = orv::unescaped(orv::before(line, " "));
+  const std::size_t blank = line.find(' ');
+  const orv::unescaped_text path(line.substr(0, blank));
   orv::set_text(share->service, "nfs");
-  orv::set_text(share->path, path);
+  orv::set_text(share->path, path.text());
   orv::set_text(share->name, orv::after_last(orv::text_of(share->path), '/'));
-  orv::set_text(share->valid_users, orv::trimmed_left(orv::before(orv::after(line, ' '), "(")));
+  orv::set_text(share->valid_users, orv::trimmed_left(orv::before(line.substr(blank + 1), "(")));
   return true;
 }
 
 int read_export(tag_shareconf_list* list, std::string_view line) {
   if (line.size() < shortest_export || line.starts_with('#')) return ORV_OK;
-  if (std::count(line.begin(), line.end(), '(') > 1) return orv::senseless_line();
+  if (orv::after(line, '(').find('(') != line.npos) return orv::senseless_line();
   if (!is_export(line)) return ORV_OK;
   return append_export(list, line) ? ORV_OK : ORV_E_SHARE_READ;
 }

@@ -37,7 +37,8 @@ struct ini_setting {
 /// The setting of a "key = value" line; nothing when it has no "=", or two.
 inline std::optional<ini_setting> setting_of(std::string_view line) {
   const std::size_t equals = line.find('=');
-  if (equals == std::string_view::npos || has_two_equals(line)) return std::nullopt;
+  if (equals == std::string_view::npos) return std::nullopt;
+  if (line.find('=', equals + 1) != std::string_view::npos) return std::nullopt;
   return ini_setting{trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1))};
 }
 

@@ -28,10 +28,9 @@ constexpr std::size_t shortest_san_password = 12;
 
 /// What stands before the first "|" is the name, what stands behind the last one the password.
 bool append_line(tag_user_info_list* list, std::string_view line) {
-  const std::size_t first = line.find('|');
-  const std::size_t last = line.rfind('|');
-  const std::string_view password = last == line.npos ? std::string_view() : line.substr(last + 1);
-  return append_user(list, line.substr(0, first), password);
+  const std::string_view name = before(line, "|");
+  const std::string_view rest = line.substr(name.size());
+  return append_user(list, name, rest.empty() ? rest : after_last(rest, '|'));
 }
 
 bool read_users(FILE* file, tag_user_info_list* list) {
