@@ -4,25 +4,37 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
 #include "common/log.h"
-#include "common/whole_file.h"
 
 namespace orv {
 namespace {
 
-/// A stream that holds a text itself.
-unique_file stream_of(const std::string& text) {
-  unique_file stream(fmemopen(nullptr, text.size() + 1, "w+"));
-  if (!stream || std::fwrite(text.data(), 1, text.size(), stream.get()) != text.size() ||
-      std::fflush(stream.get()) != 0) {
-    return nullptr;
-  }
-  std::rewind(stream.get());
-  return stream;
+/// Copies as many bytes as there were when the size was asked for; false on an error.
+bool copy_bytes(FILE* from, FILE* to, std::size_t size) {
+  char part[4096];
+  std::size_t got = 0;
+  do {
+    got = std::fread(part, 1, std::min(size, sizeof part), from);
+    if (std::ferror(from) != 0 || std::fwrite(part, 1, got, to) != got) return false;
+    size -= got;
+  } while (got > 0 && size > 0);
+  return std::fflush(to) == 0;
+}
+
+/// A stream that holds the text of another one itself, once: it may be as large as a list.
+unique_file read_whole(FILE* file) {
+  struct stat examined {};
+  if (fstat(fileno(file), &examined) != 0) return nullptr;
+  const auto size = static_cast<std::size_t>(examined.st_size);
+  unique_file held(fmemopen(nullptr, size + 1, "w+"));
+  if (!held || !copy_bytes(file, held.get(), std::max<std::size_t>(size, 1))) return nullptr;
+  std::rewind(held.get());
+  return held;
 }
 
 }  // namespace
@@ -59,9 +71,8 @@ unique_file captured_output::open() const {
     errno = error_;
     return nullptr;
   }
-  std::string text;
-  struct stat examined {};
-  return read_file(path_.c_str(), text, examined) ? stream_of(text) : nullptr;
+  const unique_file file(std::fopen(path_.c_str(), "re"));
+  return file ? read_whole(file.get()) : nullptr;
 }
 
 int tell_cannot_open(const captured_output& output, int logged, const char* function, int line) {
