@@ -67,8 +67,12 @@ void make_directories() {
 }
 
 int create(const std::string& path) {
+  constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
   unlink(path.c_str());  // what a killed process left of its own
-  return open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  const int made = open(path.c_str(), flags, 0600);
+  if (made >= 0 || errno != ENOENT) return made;
+  make_directories();
+  return open(path.c_str(), flags, 0600);
 }
 
 /// Removes the companions that are finished for longer than a day: their files have been on the
@@ -106,12 +110,7 @@ bool companion::exists() const {
 bool companion::begin(std::string_view text) const {
   if (!S_ISREG(file_.st_mode)) return false;
   const std::string path = path_ + new_suffix;
-  int made = create(path);
-  if (made < 0 && errno == ENOENT) {
-    make_directories();
-    made = create(path);
-  }
-  replacement_file text_file(path, made);
+  replacement_file text_file(path, create);
   if (!text_file.exists() || !text_file.write(text) || !text_file.complete(file_)) return false;
   if (!exists()) sweep();
   if (std::rename(path.c_str(), path_.c_str()) != 0) return false;

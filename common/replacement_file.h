@@ -15,8 +15,10 @@ class replacement_file {
  public:
   /// @param path_template  path that ends in "XXXXXX"
   explicit replacement_file(std::string path_template);
-  /// Takes over a file that was opened for this, or -1 when it could not be.
-  replacement_file(std::string path, int file) : path_(std::move(path)), file_(file) {}
+  /// @param create  creates and opens the file at the path; -1 when it cannot. Nothing that takes
+  ///                memory comes between that and its closing and removal by this object.
+  replacement_file(std::string path, int (*create)(const std::string& path))
+      : path_(std::move(path)), file_(create(path_)) {}
   ~replacement_file();
   replacement_file(const replacement_file&) = delete;
   replacement_file& operator=(const replacement_file&) = delete;

@@ -33,18 +33,22 @@ bool is_user_file(const char* name) {
   return stat(path.c_str(), &examined) == 0 && S_ISREG(examined.st_mode);
 }
 
+int log_unreadable_folder() {
+  liborv_log_error("%s:%d return with %s\n", "get_ftp_user", logged_line, std::strerror(errno));
+  return ORV_E_FTP_USERS;
+}
+
 }  // namespace
 
 int get_ftp_user(char users[][33], int max) try {
   if (users == nullptr) return orv::log_missing_argument();
   const orv::unique_directory directory(opendir(folder));
-  if (!directory) {
-    liborv_log_error("%s:%d return with %s\n", "get_ftp_user", logged_line, std::strerror(errno));
-    return ORV_E_FTP_USERS;
-  }
+  if (!directory) return log_unreadable_folder();
   int count = 0;
   while (count < max) {
+    errno = 0;
     const dirent* const entry = readdir(directory.get());
+    if (entry == nullptr && errno != 0) return log_unreadable_folder();
     if (entry == nullptr) break;
     // "." and ".." are no regular files.
     if (is_user_file(entry->d_name)) orv::set_text(users[count++], entry->d_name);

@@ -36,11 +36,18 @@ bool is_directory(const std::string& path) {
   return stat(path.c_str(), &examined) == 0 && S_ISDIR(examined.st_mode);
 }
 
-/// The first "KEY=VALUE" line of a key; empty without such a line.
-std::string line_of(FILE* configuration, const char* key) {
+/// The first "KEY=VALUE" line of a key, empty without such a line; false when it cannot be read.
+bool read_line(FILE* configuration, const char* key, std::string& text) {
+  constexpr int no_line = -1;
   char line[128] = "";
-  get_line_from_file(configuration, key, 0, "=", line, sizeof line);
-  return line;
+  const int found = get_line_from_file(configuration, key, 0, "=", line, sizeof line);
+  text = line;
+  return found == 0 || found == no_line;
+}
+
+int log_unreadable_home() {
+  orv::log_failure(logged_code, "find_one_user", logged_line);
+  return ORV_E_FTP_USERS;
 }
 
 }  // namespace
@@ -51,20 +58,17 @@ int find_one_user(const char* user, tag_shareconf_list* list) try {
   const std::string home = "/home/" + name;
   errno = EINVAL;
   const orv::unique_directory directory(is_user_name(name) ? opendir(home.c_str()) : nullptr);
-  if (!directory) {
-    orv::log_failure(logged_code, "find_one_user", logged_line);
-    return ORV_E_FTP_USERS;
-  }
+  if (!directory) return log_unreadable_home();
   const orv::share_index shares(list, &tag_share_config::name, is_ftp);
   int result = 1;
-  while (const dirent* const entry = readdir(directory.get())) {
+  for (errno = 0; const dirent* const entry = readdir(directory.get()); errno = 0) {
     const std::string_view folder = entry->d_name;
     if (folder == "." || folder == ".." || !is_directory(home + '/' + entry->d_name)) continue;
     const orv::share_index::place found = shares.search(folder);
     if (found.share != nullptr) give(*found.share, name, 1);
     result = -static_cast<int>(found.passed_over);
   }
-  return result;
+  return errno == 0 ? result : log_unreadable_home();
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }
@@ -75,9 +79,12 @@ int find_sub_user(const char* user, tag_shareconf_list* list) try {
   const std::string path = "/etc/vsftpd/" + name;
   const orv::unique_file file(is_user_name(name) ? std::fopen(path.c_str(), "re") : nullptr);
   if (!file) return ORV_E_FAILED;
-  const std::string right = line_of(file.get(), "write_enable");
+  std::string right;
+  std::string root;
+  if (!read_line(file.get(), "write_enable", right) || !read_line(file.get(), "local_root", root)) {
+    return ORV_E_FAILED;
+  }
   const int writable = orv::after_last(right, '=') == "NO" ? 0 : 1;
-  const std::string root = line_of(file.get(), "local_root");
   const std::string_view share_name = orv::after_last(orv::after(root, '='), '/');
   if (share_name.empty()) return ORV_OK;
   for (tag_share_config& share : orv::records(list)) {

@@ -30,6 +30,12 @@ std::string without_control_characters(std::string_view name) {
   return clean;
 }
 
+int create_new(const std::string& path) {
+  unlink(path.c_str());  // what a killed process left of its own
+  constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+  return open(path.c_str(), flags, mode_of_new_file);
+}
+
 /// Puts a new file in the place of the old one: who reads the name finds one of the two whole. A
 /// link is not replaced.
 bool replace(int file, std::string_view name) {
@@ -40,9 +46,7 @@ bool replace(int file, std::string_view name) {
     return false;
   }
   const std::string path = std::string(hostname_file) + '+';
-  unlink(path.c_str());  // what a killed process left of its own
-  constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
-  orv::replacement_file renewed(path, open(path.c_str(), flags, mode_of_new_file));
+  orv::replacement_file renewed(path, create_new);
   if (!renewed.exists() || !renewed.write(name) || !renewed.complete(opened) ||
       std::rename(path.c_str(), hostname_file) != 0) {
     return false;

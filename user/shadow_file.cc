@@ -93,7 +93,7 @@ int rewrite_locked(FILE* shadow, const struct stat& original, std::string_view n
                    std::string_view hash) {
   const std::string path = orv_path_shadow_file;
   if (create_backup((path + '-').c_str(), shadow) != 0) return log_failure(ORV_E_SHADOW_BACKUP);
-  replacement_file rewritten(path + '+', create_unreadable(path + '+'));
+  replacement_file rewritten(path + '+', create_unreadable);
   if (!rewritten.exists() || !rewritten.adopt(original)) return log_failure(ORV_E_SHADOW_CREATE);
   std::string text;
   std::rewind(shadow);

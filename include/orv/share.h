@@ -170,11 +170,11 @@ ORV_API int get_pwd_from_conf(const char* user, char* out, int outlen);
 /// Gives the FTP shares whose names are directories in "/home/USER" to that user, read-write: for
 /// each directory the first such share.
 /// @return 1 when the home has no subdirectory; else 0 less the records that the last
-///         subdirectory's search passed over; ORV_E_FTP_USERS when the home cannot be opened
+///         subdirectory's search passed over; ORV_E_FTP_USERS when the home cannot be read
 ORV_API int find_one_user(const char* user, tag_shareconf_list* list);
 /// Applies the user's FTP configuration "/etc/vsftpd/USER" to the FTP share that is its local root:
 /// that share becomes the user's, read-only when `write_enable` is "NO".
-/// @return ORV_OK; ORV_E_FAILED when there is no such configuration
+/// @return ORV_OK; ORV_E_FAILED when there is no such configuration, or it cannot be read
 ORV_API int find_sub_user(const char* user, tag_shareconf_list* list);
 
 // --- Locks ---------------------------------------------------------------------------------------
