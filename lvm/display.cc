@@ -2,11 +2,18 @@
 
 #include <orv/support.h>
 
+#include <cerrno>
 #include <cstring>
 #include <limits>
+#include <new>
 
 namespace orv {
 namespace {
+
+/// A column that is missing for want of memory is not a missing one.
+void check_memory() {
+  if (errno == ENOMEM) throw std::bad_alloc();
+}
 
 int length_of(const char* line) { return static_cast<int>(std::strlen(line)); }
 
@@ -14,7 +21,11 @@ int length_of(const char* line) { return static_cast<int>(std::strlen(line)); }
 
 std::optional<std::string> text_column(const char* line, int index) {
   char* column = nullptr;
-  if (get_substr_from_line(line, length_of(line), ":", index, &column) == 0) return std::nullopt;
+  errno = 0;
+  if (get_substr_from_line(line, length_of(line), ":", index, &column) == 0) {
+    check_memory();
+    return std::nullopt;
+  }
   char* const end = std::strchr(column, ':');
   if (end == nullptr) return std::nullopt;
   return std::string(column, end);
@@ -22,7 +33,8 @@ std::optional<std::string> text_column(const char* line, int index) {
 
 uint64_t number_column(const char* line, int index) {
   uint64_t number = 0;
-  get_size_from_display(line, length_of(line), ":", index, &number);
+  errno = 0;
+  if (get_size_from_display(line, length_of(line), ":", index, &number) != 0) check_memory();
   return number;
 }
 

@@ -59,6 +59,16 @@ bool fails(std::string_view function) {
   return true;
 }
 
+constinit thread_local int depth = 0;
+
+class busy {
+ public:
+  busy() { ++depth; }
+  ~busy() { --depth; }
+  busy(const busy&) = delete;
+  busy& operator=(const busy&) = delete;
+};
+
 void note_temp_file(const std::string& pattern, const char* name) {
   if (!any_machine) return;
   const std::lock_guard lock(state().guard);
@@ -116,6 +126,8 @@ void set_disk_space(const std::string& path, const disk_space& space) {
   state().spaces.insert_or_assign(path, space);
 }
 
+bool is_busy() { return depth > 0; }
+
 std::string with_templates(std::string text) {
   const std::lock_guard lock(state().guard);
   for (const auto& [name, pattern] : state().temp_files) {
@@ -142,6 +154,7 @@ auto real(const char* symbol, arguments... values) {
 template <auto self, class... flags>
 int temp_file(const char* symbol, char* name, flags... values) {
   if (fails("mkstemp")) return -1;
+  const sandbox::libc::busy here;
   const std::string pattern = name;
   const int file = real<self>(symbol, name, values...);
   if (file >= 0) sandbox::libc::note_temp_file(pattern, name);

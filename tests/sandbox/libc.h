@@ -19,4 +19,7 @@ void set_disk_space(const std::string& path, const disk_space& space);
 /// The text with the names that mkstemp gave out turned back into their templates.
 std::string with_templates(std::string text);
 
+/// True while this thread is in code of the sandbox, which stands in a function of the C library.
+bool is_busy();
+
 }  // namespace sandbox::libc

@@ -1,8 +1,8 @@
-# orv_add_test(NAME SOURCES... [LIBRARIES libraries...] [TIMEOUT seconds]): a test program on the fake
-# machine; every test in it becomes a test of ctest.
+# orv_add_test(NAME SOURCES... [LIBRARIES libraries...] [TIMEOUT seconds] [LABEL label]): a test program
+# on the fake machine; every test in it becomes a test of ctest.
 function(orv_add_test name)
   include(GoogleTest)
-  cmake_parse_arguments(PARSE_ARGV 1 test "" "TIMEOUT" "LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 1 test "" "TIMEOUT;LABEL" "LIBRARIES")
   if(NOT test_TIMEOUT)
     set(test_TIMEOUT 60)
   endif()
@@ -18,5 +18,9 @@ function(orv_add_test name)
                               <nlohmann/json.hpp>)
     set_property(GLOBAL PROPERTY orv_first_test_program ${name})
   endif()
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${test_TIMEOUT})
+  set(properties TIMEOUT ${test_TIMEOUT})
+  if(test_LABEL)
+    list(APPEND properties LABELS ${test_LABEL})
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES ${properties})
 endfunction()

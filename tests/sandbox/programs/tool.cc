@@ -141,12 +141,64 @@ int give(const canned_answer& answer, int argc, char** argv) {
   return answer.exit_code >= 0 ? answer.exit_code : result;
 }
 
+std::string all_from(int file) {
+  std::string text;
+  char block[4096];
+  for (ssize_t got; (got = ::read(file, block, sizeof block)) > 0;)
+    text.append(block, static_cast<size_t>(got));
+  return text;
+}
+
+// Gives the answer in a child. Its standard output goes to `text`.
+int give_into(std::string& text, const canned_answer& answer, int argc, char** argv) {
+  int ends[2];
+  if (::pipe(ends) != 0) return 125;
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::dup2(ends[1], STDOUT_FILENO);
+    ::close(ends[0]);
+    ::close(ends[1]);
+    ::_exit(give(answer, argc, argv));
+  }
+  ::close(ends[1]);
+  text = all_from(ends[0]);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// A tool that fails or is killed has done nothing before; one whose output is bad has done its
+// work.
+int misbehave(const std::string& how, const canned_answer& answer, int argc, char** argv) {
+  if (how == "fails") return 5;
+  if (how == "is killed") ::raise(SIGKILL);
+  std::string text;
+  const int result = give_into(text, answer, argc, argv);
+  if (how == "prints half") sandbox::write_whole(STDOUT_FILENO, text.substr(0, text.size() / 2));
+  if (how == "prints garbage")
+    sandbox::write_whole(STDOUT_FILENO, std::string("\xff\x01:::/ [\n\n=-1 \t\x80", 17) +
+                                            text.substr(text.size() / 3) + std::string(3000, '%') +
+                                            '\0');
+  return result;
+}
+
+// The misbehaviour planned for this call, the first being number 0; "" for none. It stands in a
+// file as "NUMBER HOW".
+std::string misbehaviour() {
+  const auto plan = sandbox::whole_file(sandbox::misbehaviour_file);
+  if (plan.empty()) return "";
+  const auto calls = sandbox::unpacked(sandbox::whole_file(sandbox::calls_file)).size();
+  const auto number = plan.substr(0, plan.find(' '));
+  return number == std::to_string(calls) ? plan.substr(number.size() + 1) : "";
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   const surroundings start;
   const int calls = ::open(sandbox::calls_file, O_RDONLY | O_CREAT | O_CLOEXEC, 0600);
   ::flock(calls, LOCK_EX);  // one call at a time chooses its answer
+  const auto how = misbehaviour();
   const auto answers = all_answers();
   const int number = choose(answers, {argv + 1, argv + argc});
   const bool written =
@@ -160,5 +212,6 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "%s: the test gives no answer to this call\n", own_path());
     return 127;
   }
-  return give(answers[static_cast<size_t>(number)], argc, argv);
+  const auto& answer = answers[static_cast<size_t>(number)];
+  return how.empty() ? give(answer, argc, argv) : misbehave(how, answer, argc, argv);
 }
