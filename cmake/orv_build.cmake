@@ -74,6 +74,24 @@ function(orv_add_library name)
   install(TARGETS ${name} EXPORT orv LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endfunction()
 
+# orv_compile_together(TARGET SEPARATE...): under CMAKE_UNITY_BUILD, as in the preset "quick", the
+# sources of a folder are compiled at once, which reads their headers once. SEPARATE are files that
+# name something as another of their folder does, each for itself.
+function(orv_compile_together target)
+  set_target_properties(${target} PROPERTIES UNITY_BUILD_MODE GROUP)
+  get_target_property(sources ${target} SOURCES)
+  foreach(source IN LISTS sources)
+    cmake_path(ABSOLUTE_PATH source)
+    cmake_path(RELATIVE_PATH source BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE path)
+    if(NOT path IN_LIST ARGN)
+      cmake_path(GET source PARENT_PATH folder)
+      cmake_path(GET folder FILENAME folder)
+      set_source_files_properties(${source} TARGET_DIRECTORY ${target}
+                                  PROPERTIES UNITY_GROUP ${folder})
+    endif()
+  endforeach()
+endfunction()
+
 # CMake package and pkg-config files of both libraries.
 function(orv_install_package)
   include(CMakePackageConfigHelpers)
