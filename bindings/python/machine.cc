@@ -94,9 +94,10 @@ void add_tool_timeout(py::module_& module) {
          tool_timeout);
   define<parameter<"seconds", seconds>>(
       module, "tool_timeout_set", turn::any,
-      "From here on every tool that the library runs for this thread is ended when it takes longer,\n"
-      "and the call fails with the code of a tool that failed; 0: tools may take any time, which is\n"
-      "what a thread begins with. A change that was cut short may have been made in part.",
+      "From here on every tool that the library runs for this thread is ended when it takes\n"
+      "longer, and the call fails with the code of a tool that failed; 0: tools may take any\n"
+      "time, which is what a thread begins with. A change that was cut short may have been made\n"
+      "in part.",
       set_tool_timeout);
 }
 
