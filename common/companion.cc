@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <utility>
 
@@ -51,6 +52,19 @@ bool is_part_of(std::string_view wanted, std::string_view text) {
     if (text[i] != wanted[i] && text[i] != '\0') return false;
   }
   return true;
+}
+
+/// Compares what is left to read of two files, without holding either.
+bool have_same_bytes(FILE* file, FILE* other) {
+  char bytes[4096];
+  char other_bytes[sizeof bytes];
+  std::size_t got = 0;
+  do {
+    got = std::fread(bytes, 1, sizeof bytes, file);
+    if (std::fread(other_bytes, 1, sizeof bytes, other) != got) return false;
+    if (std::memcmp(bytes, other_bytes, got) != 0) return false;
+  } while (got == sizeof bytes);
+  return std::ferror(file) == 0 && std::ferror(other) == 0;
 }
 
 bool sync_directory() {
@@ -121,6 +135,14 @@ bool companion::begin(std::string_view text) const {
 
 bool companion::is_finished() const { return !target_of(mark_path()).empty(); }
 
+bool companion::is_overtaken() const {
+  struct stat own {};
+  const std::string mark = target_of(mark_path());
+  if (mark.empty() || stat(path_.c_str(), &own) != 0) return false;
+  const std::string identity = identity_of(own);
+  return !mark.starts_with(identity) || text_of(file_.st_ctim) > mark.substr(identity.size());
+}
+
 void companion::finish(int file) const {
   struct stat own {};
   struct stat written {};
@@ -173,11 +195,16 @@ unique_file open_whole(const char* path) {
   unique_file file(std::fopen(path, "re"));
   if (!file) return file;
   const companion beside(fileno(file.get()));
-  std::string text;
-  if (!beside.exists() || !read_rest(file.get(), text)) return file;
-  std::rewind(file.get());
-  if (!beside.missing_text(text)) return file;
+  if (!beside.exists() || beside.is_overtaken()) return file;
   unique_file whole(std::fopen(beside.path().c_str(), "re"));
+  const bool is_same = !whole || have_same_bytes(file.get(), whole.get());
+  std::rewind(file.get());
+  if (is_same) return file;
+  std::string text;
+  const bool is_read = read_rest(file.get(), text);
+  std::rewind(file.get());
+  if (!is_read || !beside.missing_text(text)) return file;
+  whole.reset(std::fopen(beside.path().c_str(), "re"));
   return whole ? std::move(whole) : std::move(file);
 }
 

@@ -56,6 +56,8 @@ class companion {
   /// Brings the new text of the file to the disk; false when that could not be done.
   bool begin(std::string_view text) const;
   bool is_finished() const;
+  /// Somebody else has changed the file since its rewrite was finished.
+  bool is_overtaken() const;
   /// The file has its new text.
   void finish(int file) const;
   /// The file is to be rewritten from its companion: as begun just now.
