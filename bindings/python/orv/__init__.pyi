@@ -719,9 +719,10 @@ def tool_timeout() -> int:
     """How many seconds a tool may take that the library runs for this thread; 0: any time."""
 
 def tool_timeout_set(*, seconds: int) -> None:
-    """From here on every tool that the library runs for this thread is ended when it takes longer,
-    and the call fails with the code of a tool that failed; 0: tools may take any time, which is
-    what a thread begins with. A change that was cut short may have been made in part.
+    """From here on every tool that the library runs for this thread is ended when it takes
+    longer, and the call fails with the code of a tool that failed; 0: tools may take any
+    time, which is what a thread begins with. A change that was cut short may have been made
+    in part.
     """
 
 def power_off() -> None:
