@@ -37,7 +37,7 @@ struct question {
 };
 
 constexpr question questions[] = {
-    {"disks", "ours starts a shell for each of the driver's files"},
+    {"disks", "ours starts a cat for each of the driver's files"},
     {"arrays", "ours reads mdstat twice and lists the disks for the enclosures"},
     {"groups", "ours lists arrays and disks, each array once more, for the enclosures"},
     {"pools", "ours lists groups, arrays and disks for the enclosures"},
