@@ -17,7 +17,8 @@ namespace {
 bool is_free(const std::string& path) {
   const orv::unique_mount_table mounts(setmntent("/proc/mounts", "re"));
   if (!mounts) return false;
-  if (mount_check(path.c_str()) != ORV_OK) return true;
+  errno = 0;
+  if (mount_check(path.c_str()) != ORV_OK) return errno != ENOMEM;
   errno = EBUSY;
   return false;
 }
