@@ -14,13 +14,11 @@ int found_vg(tag_pvinfo_list* list, const char* name) {
 
 int found_raid(tag_pvinfo_list* list, const char* name) { return found_vg(list, name); }
 
-int found_pv_vg(tag_pvinfo_list* list, const char* name) try {
+int found_pv_vg(tag_pvinfo_list* list, const char* name) {
   for (const tag_pv_info& pv : orv::records(list)) {
     if (liborv_strcmp_substr(pv.pvname, name, ",") == 0) return 1;
   }
   return 0;
-} catch (const std::bad_alloc&) {
-  return orv::without_memory();
 }
 
 int check_pv_used(const char* name) try {
