@@ -137,10 +137,9 @@ bool companion::is_finished() const { return !target_of(mark_path()).empty(); }
 
 bool companion::is_overtaken() const {
   struct stat own {};
-  const std::string mark = target_of(mark_path());
-  if (mark.empty() || stat(path_.c_str(), &own) != 0) return false;
-  const std::string identity = identity_of(own);
-  return !mark.starts_with(identity) || text_of(file_.st_ctim) > mark.substr(identity.size());
+  if (stat(path_.c_str(), &own) != 0) return false;
+  const auto change = change_after_finish(own);
+  return change && *change > 0;
 }
 
 void companion::finish(int file) const {
@@ -161,20 +160,24 @@ void companion::remove() const {
   unlink(mark_path().c_str());
 }
 
+std::optional<std::strong_ordering> companion::change_after_finish(const struct stat& own) const {
+  const std::string mark = target_of(mark_path());
+  if (mark.empty()) return std::nullopt;
+  const std::string identity = identity_of(own);
+  if (!mark.starts_with(identity)) return std::strong_ordering::greater;
+  return text_of(file_.st_ctim) <=> mark.substr(identity.size());
+}
+
 bool companion::is_cut_short(const struct stat& own, std::string_view text,
                              std::string_view wanted) const {
-  const std::string changed = text_of(file_.st_ctim);
-  const std::string mark = target_of(mark_path());
-  if (!mark.empty()) {
-    const std::string identity = identity_of(own);
-    if (!mark.starts_with(identity)) return false;
-    const std::string finished = mark.substr(identity.size());
-    return changed < finished || (changed == finished && is_part_of(wanted, text));
+  if (const auto change = change_after_finish(own)) {
+    return *change < 0 || (*change == 0 && is_part_of(wanted, text));
   }
   // Some file systems know whole seconds only: the change may have been later in that second.
   const time_t may_be_later = file_.st_ctim.tv_nsec == 0 ? 1 : 0;
   if (text_of(file_.st_ctim, may_be_later) < text_of(own.st_mtim)) return true;
-  return changed <= text_of(own.st_mtim, longest_rewrite) && is_part_of(wanted, text);
+  return text_of(file_.st_ctim) <= text_of(own.st_mtim, longest_rewrite) &&
+         is_part_of(wanted, text);
 }
 
 std::optional<std::string> companion::missing_text(std::string_view text) const {

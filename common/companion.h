@@ -3,6 +3,7 @@
 
 #include <sys/stat.h>
 
+#include <compare>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,8 +24,8 @@ namespace orv {
 ///     finish  a symbolic link beside the companion says so, and when the share file changed last
 ///     ...     `conf_save` finds the same text in file and companion: the file is on the disk as
 ///     its
-///             companion and needs no sync, and the kept copy is another link to the companion, put
-///             in the place of the older one in one step
+///             companion and needs no sync, and the kept copy is another link to the companion,
+///             put in the place of the older one in one step
 ///
 /// Who locks the file next puts the companion's text into it when the rewrite was cut short; who
 /// only reads it, and does not lock, reads the companion's text instead. The companion stays until
@@ -71,6 +72,9 @@ class companion {
 
  private:
   std::string mark_path() const;
+  /// How the file's last change compares with the end of its rewrite: before it, of the same time,
+  /// or after it, as always when somebody wrote to the companion. Nothing while it is not finished.
+  std::optional<std::strong_ordering> change_after_finish(const struct stat& own) const;
   bool is_cut_short(const struct stat& own, std::string_view text, std::string_view wanted) const;
 
   struct stat file_ {};
