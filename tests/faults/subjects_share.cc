@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include "subject.h"
+#include "tests/share/share_machine.h"
 
 namespace faults {
 namespace {
@@ -9,14 +10,8 @@ namespace {
 using list = tag_shareconf_list;
 
 tag_share_config share(const char* name, const char* service) {
-  tag_share_config asked;
-  share_conf_init(&asked);
-  put(asked.name, name);
-  put(asked.path, std::string("/mnt/") + name);
+  tag_share_config asked = a_share(name, service);
   put(asked.comment, "changed");
-  put(asked.service, service);
-  put(asked.valid_users, "ann");
-  asked.size = 7;
   return asked;
 }
 
@@ -34,19 +29,13 @@ auto with_share(const char* name, const char* service, Function function) {
 template <class Function>
 auto with_file(const char* path, Function function, bool filled) {
   return [=](world&) {
-    struct open_file {
-      explicit open_file(const char* name)
-          : number(::open(name, O_RDWR | O_CREAT | O_CLOEXEC, 0644)) {}
-      ~open_file() { ::close(number); }
-      int number;
-    };
     auto file = std::make_shared<open_file>(path);
     auto shares = std::make_shared<orv::scoped_list<list>>();
     if (filled) {
       tag_share_config one = share("photos", "samba");
       add_share_to_sharelist(&one, shares->get());
     }
-    return ready_call{.act = [=] { return long{function(file->number, shares->get())}; },
+    return ready_call{.act = [=] { return long{function(file->number(), shares->get())}; },
                       .show = [=] { show(shares->get()); }};
   };
 }
@@ -73,14 +62,8 @@ auto lock(Function function) {
 
 void fill_with_shares(list* shares) { get_shareinfo_from_shareconf(shares); }
 
-constexpr char shares[] = "/etc/sharefolder.conf";
-constexpr char samba[] = "/etc/samba/smb.conf";
-constexpr char samba_kept[] = "/etc/samba/smb_recy.conf";
-constexpr char exports[] = "/etc/exports";
-constexpr char exports_kept[] = "/etc/exports_recy";
-constexpr char targets[] = "/etc/ietd.conf";
-const std::vector<std::string> all_files = {shares,  samba,        samba_kept,
-                                            exports, exports_kept, targets};
+const std::vector<std::string> all_files = {shares_path,  smb_path,          smb_recy_path,
+                                            exports_path, exports_recy_path, ietd_path};
 
 std::vector<subject> changes() {
   const codes results = {ORV_E_SHARES_LOCKED, ORV_E_SERVICE_LOCKED, ORV_E_SHARES_READ,
@@ -106,9 +89,9 @@ std::vector<subject> changes() {
       {.name = "forbid_share_del(char const*)",
        .prepare = call([] { return forbid_share_del("parked"); })},
       {.name = "samba_recy_del(char const*, char const*, char const*)",
-       .prepare = call([] { return samba_recy_del(samba_kept, "parked", ""); })},
+       .prepare = call([] { return samba_recy_del(smb_recy_path, "parked", ""); })},
       {.name = "nfs_recy_del(char const*, char const*, char const*)",
-       .prepare = call([] { return nfs_recy_del(exports_kept, "parked", ""); })},
+       .prepare = call([] { return nfs_recy_del(exports_recy_path, "parked", ""); })},
       {.name = "share_recy_del(char const*)",
        .prepare = call([] { return share_recy_del("parked"); })},
       {.name = "ftp_set_use(tag_share_config*)",
@@ -137,50 +120,52 @@ std::vector<subject> file_subjects() {
   std::vector<subject> all = {
       {.name = "get_share_from_conf(int, tag_shareconf_list*)",
        .documented = reading,
-       .prepare = reader(shares, get_share_from_conf)},
+       .prepare = reader(shares_path, get_share_from_conf)},
       {.name = "get_share_from_smb(int, tag_shareconf_list*)",
        .documented = reading,
-       .prepare = reader(samba, get_share_from_smb)},
+       .prepare = reader(smb_path, get_share_from_smb)},
       {.name = "get_share_from_nfs(int, tag_shareconf_list*)",
        .documented = reading,
-       .prepare = reader(exports, get_share_from_nfs)},
+       .prepare = reader(exports_path, get_share_from_nfs)},
       {.name = "get_share_from_ietd(int, tag_shareconf_list*)",
        .documented = reading,
-       .prepare = reader(targets, get_share_from_ietd)},
+       .prepare = reader(ietd_path, get_share_from_ietd)},
       {.name = "get_share_from_ftp(int, tag_shareconf_list*)",
-       .prepare = reader(shares, get_share_from_ftp)},
+       .prepare = reader(shares_path, get_share_from_ftp)},
       {.name = "get_share_from_mode(int, tag_shareconf_list*, char const*)",
        .documented = reading,
-       .prepare = reader(
-           samba, [](int file, list* found) { return get_share_from_mode(file, found, "Samba"); })},
+       .prepare =
+           reader(smb_path,
+                  [](int file, list* found) { return get_share_from_mode(file, found, "Samba"); })},
       {.name = "put_share_to_conf(int, tag_shareconf_list*)",
        .documented = writing,
-       .prepare = writer(shares, put_share_to_conf)},
+       .prepare = writer(shares_path, put_share_to_conf)},
       {.name = "put_share_to_smb(int, tag_shareconf_list*)",
        .documented = writing,
-       .prepare = writer(samba, put_share_to_smb)},
+       .prepare = writer(smb_path, put_share_to_smb)},
       {.name = "put_share_to_smb_recy(int, tag_shareconf_list*)",
        .documented = writing,
-       .prepare = writer(samba_kept, put_share_to_smb_recy)},
+       .prepare = writer(smb_recy_path, put_share_to_smb_recy)},
       {.name = "put_share_to_nfs(int, tag_shareconf_list*)",
        .documented = writing,
-       .prepare = writer(exports, put_share_to_nfs)},
+       .prepare = writer(exports_path, put_share_to_nfs)},
       {.name = "put_share_to_nfs_recy(int, tag_shareconf_list*)",
        .documented = writing,
-       .prepare = writer(exports_kept, put_share_to_nfs_recy)},
+       .prepare = writer(exports_recy_path, put_share_to_nfs_recy)},
       {.name = "put_share_to_ietd(int, tag_shareconf_list*)",
        .documented = writing,
-       .prepare = writer(targets, put_share_to_ietd)},
+       .prepare = writer(ietd_path, put_share_to_ietd)},
       {.name = "put_share_to_ftp(int, tag_shareconf_list*)",
-       .prepare = writer(shares, put_share_to_ftp)},
+       .prepare = writer(shares_path, put_share_to_ftp)},
       {.name = "put_share_to_mode(int, tag_shareconf_list*, char const*)",
        .documented = writing,
-       .prepare = writer(
-           samba, [](int file, list* wanted) { return put_share_to_mode(file, wanted, "Samba"); })},
+       .prepare =
+           writer(smb_path,
+                  [](int file, list* wanted) { return put_share_to_mode(file, wanted, "Samba"); })},
       {.name = "put_share_to_mode_recy(int, tag_shareconf_list*, char const*)",
        .documented = writing,
        .prepare = writer(
-           samba_kept,
+           smb_recy_path,
            [](int file, list* wanted) { return put_share_to_mode_recy(file, wanted, "Samba"); })},
   };
   for (subject& one : all)
@@ -193,7 +178,7 @@ std::vector<subject> lock_subjects() {
   return {
       {.name = "lock_sharefile(char const*)",
        .documented = locking,
-       .prepare = lock([] { return lock_sharefile(shares); })},
+       .prepare = lock([] { return lock_sharefile(shares_path); })},
       {.name = "lock_modefile(int&, char const*)",
        .documented = locking,
        .prepare = lock([] {
@@ -210,19 +195,19 @@ std::vector<subject> lock_subjects() {
        })},
       {.name = "unlock_file(int)",
        .documented = {-1},
-       .prepare = reader(shares, [](int file, list*) { return unlock_file(file); })},
+       .prepare = reader(shares_path, [](int file, list*) { return unlock_file(file); })},
       {.name = "lock_reg(int, int, int, long, int, long)",
        .documented = {-1},
        .prepare = reader(
-           shares,
+           shares_path,
            [](int file, list*) { return lock_reg(file, F_SETLK, F_UNLCK, 0, SEEK_SET, 0); })},
       {.name = "lock_test(int, int, long, int, long)",
        .documented = {-1},
-       .prepare = reader(shares,
+       .prepare = reader(shares_path,
                          [](int file, list*) { return lock_test(file, F_WRLCK, 0, SEEK_SET, 0); })},
       {.name = "getline(int, char*, int)",
        .documented = {-1},
-       .prepare = reader(exports,
+       .prepare = reader(exports_path,
                          [](int file, list*) {
                            char line[300];
                            return getline(file, line, 256) > 0 ? 0 : -1;
@@ -281,9 +266,11 @@ std::vector<subject> discovery_subjects() {
        }),
        .overcomes = because("a listing that is not there has no sizes", {"openat /tmp/df.info"})},
       {.name = "read_samba_recy(char const*, tag_shareconf_list*)",
-       .prepare = with_list<list>([](list* found) { return read_samba_recy(samba_kept, found); })},
+       .prepare =
+           with_list<list>([](list* found) { return read_samba_recy(smb_recy_path, found); })},
       {.name = "read_nfs_recy(char const*, tag_shareconf_list*)",
-       .prepare = with_list<list>([](list* found) { return read_nfs_recy(exports_kept, found); })},
+       .prepare =
+           with_list<list>([](list* found) { return read_nfs_recy(exports_recy_path, found); })},
   };
   for (subject& one : all) one.documented = results;
   return all;

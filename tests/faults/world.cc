@@ -9,6 +9,7 @@
 
 #include "support/companion_path.h"
 #include "tests/sandbox/libc.h"
+#include "tests/share/share_files.h"
 
 namespace faults {
 namespace {
@@ -185,15 +186,14 @@ void world::put_volumes() {
 }
 
 void world::put_shares() {
-  machine.file(listed_shares, listed("photos", "samba") + listed("music", "nfs") +
-                                  listed("films", "ftp") + listed("disk", "iscsi") +
-                                  listed("parked", "") + listed("away", ""));
-  machine.file("/etc/samba/smb.conf",
-               "[global]\n    workgroup = NAS\n" + offered("photos", "writable = yes"));
-  machine.file("/etc/samba/smb_recy.conf", offered("parked", "writeable = yes"));
-  machine.file("/etc/exports", exported("music"));
-  machine.file("/etc/exports_recy", exported("parked") + exported("away"));
-  machine.file("/etc/ietd.conf",
+  machine.file(shares_path, listed("photos", "samba") + listed("music", "nfs") +
+                                listed("films", "ftp") + listed("disk", "iscsi") +
+                                listed("parked", "") + listed("away", ""));
+  machine.file(smb_path, "[global]\n    workgroup = NAS\n" + offered("photos", "writable = yes"));
+  machine.file(smb_recy_path, offered("parked", "writeable = yes"));
+  machine.file(exports_path, exported("music"));
+  machine.file(exports_recy_path, exported("parked") + exported("away"));
+  machine.file(ietd_path,
                "Target iqn.2006-05.org.orv:disk.20240131235959\n\tIncomingUser ann secret\n"
                "\tLun 0 Path=/mnt/disk,Type=fileio,IOMode=wb\n\tHeaderDigest\tNone,None\n");
   machine.file("/proc/net/iet/volume",

@@ -30,7 +30,6 @@ class world {
   /// A tool that succeeds at whatever it is asked to change.
   void changers(const sandbox::lines& paths);
   /// Another disk of the RAID controller's model.
-  static constexpr char listed_shares[] = "/etc/sharefolder.conf";
 
   /// All files but those of the kernel and of the sandbox. The random part of the names of
   /// temporary files reads XXXXXX.

@@ -1,18 +1,12 @@
 /// Rows of shares, services and users.
 #include "tests/security/functions.h"
+#include "tests/share/share_files.h"
 
 namespace security {
 namespace {
 
 using number = plain<int>;
 using texts = std::vector<std::string>;
-
-constexpr char shares_file[] = "/etc/sharefolder.conf";
-constexpr char smb_file[] = "/etc/samba/smb.conf";
-constexpr char smb_recycle[] = "/etc/samba/smb_recy.conf";
-constexpr char exports_file[] = "/etc/exports";
-constexpr char exports_recycle[] = "/etc/exports_recy";
-constexpr char ietd_file[] = "/etc/ietd.conf";
 
 /// As callers do: who locks a file closes it.
 void lock_and_close(const char* path) {
@@ -28,31 +22,31 @@ texts with_copies(const texts& files) {
 }
 
 const texts& every_share_file() {
-  static const texts all =
-      with_copies({shares_file, smb_file, smb_recycle, exports_file, exports_recycle, ietd_file});
+  static const texts all = with_copies(
+      {shares_path, smb_path, smb_recy_path, exports_path, exports_recy_path, ietd_path});
   return all;
 }
 
 void add_share_file_functions(call_table& table) {
-  ROW(get_share_from_conf, opened(shares_file), shares("samba"));
-  ROW(put_share_to_conf, opened(shares_file), shares("samba")).changes(with_copies({shares_file}));
-  ROW(get_share_from_smb, opened(smb_file), shares("samba"));
-  ROW(put_share_to_smb, opened(smb_file), shares("samba")).changes(with_copies({smb_file}));
-  ROW(put_share_to_smb_recy, opened(smb_recycle), shares("samba"))
-      .changes(with_copies({smb_recycle}));
-  ROW(get_share_from_nfs, opened(exports_file), shares("nfs"));
-  ROW(put_share_to_nfs, opened(exports_file), shares("nfs")).changes(with_copies({exports_file}));
-  ROW(put_share_to_nfs_recy, opened(exports_recycle), shares("nfs"))
-      .changes(with_copies({exports_recycle}));
-  ROW(get_share_from_ietd, opened(ietd_file), shares("iscsi"));
-  ROW(put_share_to_ietd, opened(ietd_file), shares("iscsi")).changes(with_copies({ietd_file}));
+  ROW(get_share_from_conf, opened(shares_path), shares("samba"));
+  ROW(put_share_to_conf, opened(shares_path), shares("samba")).changes(with_copies({shares_path}));
+  ROW(get_share_from_smb, opened(smb_path), shares("samba"));
+  ROW(put_share_to_smb, opened(smb_path), shares("samba")).changes(with_copies({smb_path}));
+  ROW(put_share_to_smb_recy, opened(smb_recy_path), shares("samba"))
+      .changes(with_copies({smb_recy_path}));
+  ROW(get_share_from_nfs, opened(exports_path), shares("nfs"));
+  ROW(put_share_to_nfs, opened(exports_path), shares("nfs")).changes(with_copies({exports_path}));
+  ROW(put_share_to_nfs_recy, opened(exports_recy_path), shares("nfs"))
+      .changes(with_copies({exports_recy_path}));
+  ROW(get_share_from_ietd, opened(ietd_path), shares("iscsi"));
+  ROW(put_share_to_ietd, opened(ietd_path), shares("iscsi")).changes(with_copies({ietd_path}));
   ROW(get_share_from_ftp, number(-1), shares("ftp"));
   ROW(put_share_to_ftp, number(-1), shares("ftp"));
-  ROW(get_share_from_mode, opened(smb_file), shares("samba"), word("samba"));
-  ROW(put_share_to_mode, opened(smb_file), shares("samba"), word("samba"))
-      .changes(with_copies({smb_file}));
-  ROW(put_share_to_mode_recy, opened(smb_recycle), shares("samba"), word("samba"))
-      .changes(with_copies({smb_recycle}));
+  ROW(get_share_from_mode, opened(smb_path), shares("samba"), word("samba"));
+  ROW(put_share_to_mode, opened(smb_path), shares("samba"), word("samba"))
+      .changes(with_copies({smb_path}));
+  ROW(put_share_to_mode_recy, opened(smb_recy_path), shares("samba"), word("samba"))
+      .changes(with_copies({smb_recy_path}));
 }
 
 void add_share_list_functions(call_table& table) {
@@ -94,12 +88,12 @@ void add_share_change_functions(call_table& table) {
       .changes(with_copies({"/etc/mdfstab"}))
       .changes({"/tmp/mdfstab.XXXXXX"});
   ROW(forbid_share_del, word("first")).changes(every_share_file());
-  ROW(read_samba_recy, word(smb_recycle), shares("samba")).changes_file_named_by("0");
-  ROW(read_nfs_recy, word(exports_recycle), shares("nfs")).changes_file_named_by("0");
-  ROW(samba_recy_del, word(smb_recycle), word("parked"), word("x"))
+  ROW(read_samba_recy, word(smb_recy_path), shares("samba")).changes_file_named_by("0");
+  ROW(read_nfs_recy, word(exports_recy_path), shares("nfs")).changes_file_named_by("0");
+  ROW(samba_recy_del, word(smb_recy_path), word("parked"), word("x"))
       .changes_file_named_by("0")
       .changes(every_share_file());
-  ROW(nfs_recy_del, word(exports_recycle), word("parked"), word("x"))
+  ROW(nfs_recy_del, word(exports_recy_path), word("parked"), word("x"))
       .changes_file_named_by("0")
       .changes(every_share_file());
   ROW(share_recy_del, word("parked")).changes(every_share_file());

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "tests/sandbox/sandbox.h"
+#include "tests/share/share_files.h"
 
 /// Copies a text into a field of a record, cut and terminated.
 template <std::size_t Size>
@@ -157,12 +158,6 @@ using share_reader = int (*)(int fd, tag_shareconf_list* list);
 
 class share_test : public sandbox_test {
  protected:
-  static constexpr char shares_path[] = "/etc/sharefolder.conf";
-  static constexpr char smb_path[] = "/etc/samba/smb.conf";
-  static constexpr char smb_recy_path[] = "/etc/samba/smb_recy.conf";
-  static constexpr char exports_path[] = "/etc/exports";
-  static constexpr char exports_recy_path[] = "/etc/exports_recy";
-  static constexpr char ietd_path[] = "/etc/ietd.conf";
   static constexpr char global[] = "[global]\n    workgroup = HOME\n";
 
   share_test() { machine.directory("/etc/samba"); }
