@@ -11,7 +11,7 @@ set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 option(ORV_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 option(ORV_SANITIZE_THREADS "Build with ThreadSanitizer" OFF)
-option(ORV_COVERAGE "Build with coverage counters" OFF)
+option(ORV_COVERAGE "Count lines and branches of the libraries, with clang++" OFF)
 option(ORV_PRECOMPILE "Read the headers of the standard library once for each library" OFF)
 
 add_library(orv_options INTERFACE)
@@ -42,9 +42,15 @@ add_library(orv_test_options INTERFACE)
 if(ORV_SANITIZE)
   target_compile_options(orv_test_options INTERFACE -fno-sanitize=undefined)
 endif()
+
+# Counters that may be pages of their file: what a process did is there whatever root directory it saw,
+# and however it ended.
+add_library(orv_coverage INTERFACE)
 if(ORV_COVERAGE)
-  target_compile_options(orv_options INTERFACE --coverage -fprofile-update=atomic)
-  target_link_options(orv_options INTERFACE --coverage)
+  target_compile_options(orv_coverage INTERFACE
+    -fprofile-instr-generate -fcoverage-mapping -fprofile-update=atomic
+    "SHELL:-mllvm -runtime-counter-relocation")
+  target_link_options(orv_coverage INTERFACE -fprofile-instr-generate)
 endif()
 
 # orv_add_library(orvNAME): a shared library that exports only what is marked ORV_API.
@@ -60,7 +66,8 @@ function(orv_add_library name)
     PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
            $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
     PRIVATE ${PROJECT_SOURCE_DIR})
-  target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:orv_options>)
+  target_link_libraries(${name} PRIVATE
+    $<BUILD_INTERFACE:orv_options> $<BUILD_INTERFACE:orv_coverage>)
   if(ORV_PRECOMPILE)
     target_precompile_headers(${name} PRIVATE
       <algorithm> <cerrno> <chrono> <cstdio> <cstring> <functional> <map> <optional> <string>

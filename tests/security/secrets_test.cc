@@ -26,7 +26,9 @@ std::string in_base64(const std::string& text) {
   constexpr char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   std::string coded;
   for (std::size_t i = 0; i + 2 < text.size(); i += 3) {
-    const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(text[i + at]); };
+    const auto byte = [&](std::size_t at) -> unsigned {
+      return static_cast<unsigned char>(text[i + at]);
+    };
     const unsigned bits = (byte(0) << 16U) | (byte(1) << 8U) | byte(2);
     for (const unsigned shift : {18U, 12U, 6U, 0U}) coded += digits[(bits >> shift) & 63U];
   }
