@@ -15,7 +15,8 @@ namespace {
 
 constexpr char program[] = "/usr/local/bin/alarmd";
 constexpr char socket_path[] = "/dev/alarm.socket";
-constexpr char state[] = "/var/lib/orv-sim";
+constexpr char alarms_path[] = "/var/lib/orv-sim/alarms";
+constexpr char pieces_path[] = "/var/lib/orv-sim/alarm_pieces";
 
 /// Leaves the fake machine, but for the working directory: relative paths lead into it.
 [[noreturn]] void become_daemon(int machine_root, int host_root) {
@@ -56,13 +57,9 @@ alarm_daemon::~alarm_daemon() {
   waitpid(process_, nullptr, 0);
 }
 
-void alarm_daemon::has(const std::string& alarms) {
-  machine_.file(std::string(state) + "/alarms", alarms);
-}
+void alarm_daemon::has(const std::string& alarms) { machine_.file(alarms_path, alarms); }
 
-void alarm_daemon::sends(const std::string& pieces) {
-  machine_.file(std::string(state) + "/alarm_pieces", pieces);
-}
+void alarm_daemon::sends(const std::string& pieces) { machine_.file(pieces_path, pieces); }
 
 sandbox::lines alarm_test::alarms() const {
   sandbox::lines all;
