@@ -10,6 +10,7 @@
 #include <ctime>
 #include <utility>
 
+#include "common/log.h"
 #include "common/replacement_file.h"
 #include "common/whole_file.h"
 #include "support/companion_path.h"
@@ -196,7 +197,10 @@ bool companion::differs(std::string_view text) const {
 
 unique_file open_whole(const char* path) {
   unique_file file(std::fopen(path, "re"));
-  if (!file) return file;
+  if (!file) {
+    check_memory();
+    return file;
+  }
   const companion beside(fileno(file.get()));
   if (!beside.exists() || beside.is_overtaken()) return file;
   unique_file whole(std::fopen(beside.path().c_str(), "re"));

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 namespace orv {
 
@@ -29,6 +30,10 @@ int log_missing_argument(const char* function, int line) {
 int without_memory(int code, const char* function, int line) {
   errno = ENOMEM;
   return log_failure(code, function, line);
+}
+
+void check_memory() {
+  if (errno == ENOMEM) throw std::bad_alloc();
 }
 
 int log_command(const char* form, const char* command_text, int status) {

@@ -16,7 +16,9 @@ int smart_output::read(const command& line, int unreadable, const char* function
     log_not_run(line);
     return ORV_E_COMMAND;
   }
+  constexpr int not_started = -1;
   const int status = output_.try_fill(line);
+  if (status == not_started) check_memory();
   if (!output_.exists()) {
     liborv_log_error("cannot stat %s for '%s'\n", path().c_str(), std::strerror(errno));
     return ORV_E_COMMAND;

@@ -22,7 +22,10 @@ using directories = std::unordered_set<std::string>;
 directories mounted_directories() {
   directories mounted;
   const orv::unique_mount_table mounts(setmntent("/proc/mounts", "re"));
-  if (!mounts) return mounted;
+  if (!mounts) {
+    orv::check_memory();
+    return mounted;
+  }
   char strings[4096];
   mntent entry{};
   while (getmntent_r(mounts.get(), &entry, strings, sizeof strings) != nullptr) {

@@ -5,15 +5,11 @@
 #include <cerrno>
 #include <cstring>
 #include <limits>
-#include <new>
+
+#include "common/log.h"
 
 namespace orv {
 namespace {
-
-/// A column that is missing for want of memory is not a missing one.
-void check_memory() {
-  if (errno == ENOMEM) throw std::bad_alloc();
-}
 
 int length_of(const char* line) { return static_cast<int>(std::strlen(line)); }
 

@@ -1,9 +1,14 @@
 #include "share/ini_lines.h"
 
+#include "common/log.h"
+
 namespace orv {
 
 bool ini_lines::next() {
-  if (!scanner_.next()) return false;
+  if (!scanner_.next()) {
+    if (scanner_.failed()) check_memory();
+    return false;
+  }
   text_ = trimmed(scanner_.line());
   return true;
 }

@@ -52,7 +52,10 @@ void mark_volumes(tag_shareconf_list* list, std::size_t passed_over) {
 int get_shareinfo_from_mount(tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::unique_mount_table mounts(setmntent("/proc/mounts", "re"));
-  if (!mounts) return ORV_OK;
+  if (!mounts) {
+    orv::check_memory();
+    return ORV_OK;
+  }
   const std::size_t passed_over = find_mounted(mounts.get(), list);
   // Of mounts that were not read nothing is known: no share is called unmounted.
   if (std::ferror(mounts.get()) != 0) return ORV_OK;
