@@ -36,8 +36,8 @@ int log_missing_argument(const char* function = __builtin_FUNCTION(), int line =
 int without_memory(int code = ORV_E_FAILED, const char* function = __builtin_FUNCTION(),
                    int line = __builtin_LINE());
 
-/// Throws std::bad_alloc when `errno` says that memory was missing, after something was not found or
-/// not opened: what nobody could look for is not what is not there.
+/// Throws std::bad_alloc when `errno` says that memory was missing, after something was not found
+/// or not opened: what nobody could look for is not what is not there.
 void check_memory();
 
 /// What a failed command is logged with. Three copies of the form differ by a blank; log readers

@@ -194,8 +194,7 @@ void check_refusal(const subject& called, const outcome& got, std::vector<std::s
 bool is_documented(const subject& called, const fault& failing, long result) {
   if (result == called.expected) return true;
   // Without memory every function may fail by the code of a failed request.
-  const bool memory_is_missing =
-      failing.allocation.at >= 0 || failing.text.starts_with("ENOMEM");
+  const bool memory_is_missing = failing.allocation.at >= 0 || failing.text.starts_with("ENOMEM");
   if (memory_is_missing && result == ORV_E_FAILED) return true;
   return std::find(called.documented.begin(), called.documented.end(), result) !=
          called.documented.end();
