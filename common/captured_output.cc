@@ -10,6 +10,7 @@
 #include <cstdlib>
 
 #include "common/log.h"
+#include "common/whole_file.h"
 
 namespace orv {
 namespace {
@@ -73,6 +74,13 @@ unique_file captured_output::open() const {
   }
   const unique_file file(std::fopen(path_.c_str(), "re"));
   return file ? read_whole(file.get()) : nullptr;
+}
+
+bool captured_output::read(secret_text& text) const {
+  struct stat examined {};
+  if (error_ == 0) return read_file(path_.c_str(), text, examined);
+  errno = error_;
+  return false;
 }
 
 int tell_cannot_open(const captured_output& output, int logged, const char* function, int line) {

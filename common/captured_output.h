@@ -5,6 +5,7 @@
 
 #include "common/command.h"
 #include "common/handles.h"
+#include "common/secret_text.h"
 
 namespace orv {
 
@@ -39,6 +40,10 @@ class captured_output {
   /// Opens the captured text; empty when it cannot be opened or read, and `errno` says why. It is
   /// read whole here: a reader of its lines never takes a read error for the end of the text.
   unique_file open() const;
+
+  /// Reads the text, which may hold passwords: it is nowhere else. False, with `errno`, when it
+  /// cannot be read.
+  bool read(secret_text& text) const;
 
   /// Leaves the file in place, where that is what the appliance does.
   void leave() { leave_ = true; }

@@ -27,7 +27,7 @@ bool is_plain(std::string_view value) {
   return true;
 }
 
-void append_quoted(std::string& text, std::string_view value) {
+void append_quoted(secret_text& text, std::string_view value) {
   text += '\'';
   for (const char c : value) {
     if (c == '\'') {
@@ -51,7 +51,7 @@ bool climbs(std::string_view path) {
 }
 
 /// Appends a value to the word that the text ends with; false when it cannot be part of a word.
-bool append_word(std::string& text, std::string_view value) {
+bool append_word(secret_text& text, std::string_view value) {
   const bool begins_word = text.empty() || text.back() == ' ';
   if (value.empty() || (begins_word && value.front() == '-')) return false;
   if (!begins_word && text.back() == '/' && climbs(value)) return false;
@@ -66,8 +66,8 @@ bool append_word(std::string& text, std::string_view value) {
 constexpr char hidden_password[] = "***";
 
 /// A backslash passes the shell's double quotes and then echo, both of which take half of them.
-std::string escaped_for_echo(std::string_view password) {
-  std::string escaped;
+secret_text escaped_for_echo(std::string_view password) {
+  secret_text escaped;
   for (const char c : password) {
     if (c == '\\') {
       escaped += "\\\\\\";
@@ -95,7 +95,8 @@ void command::build(std::string_view form, std::initializer_list<value> values) 
     append_fixed(form.substr(0, place));
     const std::size_t start = text_.size();
     if (!append(next)) error_ = EINVAL;
-    logged_text_ += next.kind_ == value::kind::password ? hidden_password : text_.substr(start);
+    logged_text_ += next.kind_ == value::kind::password ? hidden_password
+                                                        : std::string_view(text_).substr(start);
     // "%s", "%d" and "%lld" all end with their conversion letter.
     form.remove_prefix(form.find_first_of("sd", place) + 1);
   }

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "common/log.h"
+#include "common/secret_text.h"
 
 namespace orv {
 
@@ -16,12 +17,12 @@ class word_list {
  public:
   /// Adds the word made of a fixed beginning such as "/dev/" and a value.
   void add(std::string_view beginning, std::string_view value);
-  const std::string& text() const { return text_; }
+  const secret_text& text() const { return text_; }
   /// False when a value cannot be a word (see `command`).
   bool usable() const { return usable_; }
 
  private:
-  std::string text_;
+  secret_text text_;
   bool usable_ = true;
 };
 
@@ -59,7 +60,7 @@ class command {
    private:
     friend class command;
     enum class kind { word, words, number, password, unusable };
-    std::string text_;
+    secret_text text_;
     kind kind_ = kind::word;
   };
 
@@ -83,7 +84,7 @@ class command {
   /// False when the value makes the command unusable.
   bool append(const value& next);
 
-  std::string text_;
+  secret_text text_;
   std::string logged_text_;
   int error_ = 0;
 };

@@ -55,17 +55,19 @@ bool is_part_of(std::string_view wanted, std::string_view text) {
   return true;
 }
 
-/// Compares what is left to read of two files, without holding either.
-bool have_same_bytes(FILE* file, FILE* other) {
-  char bytes[4096];
-  char other_bytes[sizeof bytes];
-  std::size_t got = 0;
+/// Compares two files, without holding either.
+bool have_same_bytes(int file, int other) {
+  char bytes[2][4096];
+  const cleared_at_end cleared(bytes);
+  ssize_t got = 0;
+  off_t done = 0;
   do {
-    got = std::fread(bytes, 1, sizeof bytes, file);
-    if (std::fread(other_bytes, 1, sizeof bytes, other) != got) return false;
-    if (std::memcmp(bytes, other_bytes, got) != 0) return false;
-  } while (got == sizeof bytes);
-  return std::ferror(file) == 0 && std::ferror(other) == 0;
+    got = pread(file, bytes[0], sizeof bytes[0], done);
+    if (pread(other, bytes[1], sizeof bytes[1], done) != got || got < 0) return false;
+    if (std::memcmp(bytes[0], bytes[1], static_cast<std::size_t>(got)) != 0) return false;
+    done += got;
+  } while (got > 0);
+  return true;
 }
 
 bool sync_directory() {
@@ -181,8 +183,8 @@ bool companion::is_cut_short(const struct stat& own, std::string_view text,
          is_part_of(wanted, text);
 }
 
-std::optional<std::string> companion::missing_text(std::string_view text) const {
-  std::string wanted;
+std::optional<secret_text> companion::missing_text(std::string_view text) const {
+  secret_text wanted;
   struct stat own {};
   if (!S_ISREG(file_.st_mode) || !read_file(path_.c_str(), wanted, own)) return std::nullopt;
   if (wanted == text || !is_cut_short(own, text, wanted)) return std::nullopt;
@@ -190,7 +192,7 @@ std::optional<std::string> companion::missing_text(std::string_view text) const 
 }
 
 bool companion::differs(std::string_view text) const {
-  std::string wanted;
+  secret_text wanted;
   struct stat own {};
   return read_file(path_.c_str(), wanted, own) && wanted != text;
 }
@@ -203,14 +205,11 @@ unique_file open_whole(const char* path) {
   }
   const companion beside(fileno(file.get()));
   if (!beside.exists() || beside.is_overtaken()) return file;
+  const cleared_stack stack;
   unique_file whole(std::fopen(beside.path().c_str(), "re"));
-  const bool is_same = !whole || have_same_bytes(file.get(), whole.get());
-  std::rewind(file.get());
-  if (is_same) return file;
-  std::string text;
-  const bool is_read = read_rest(file.get(), text);
-  std::rewind(file.get());
-  if (!is_read || !beside.missing_text(text)) return file;
+  if (!whole || have_same_bytes(fileno(file.get()), fileno(whole.get()))) return file;
+  secret_text text;
+  if (!read_from_start(fileno(file.get()), text) || !beside.missing_text(text)) return file;
   whole.reset(std::fopen(beside.path().c_str(), "re"));
   return whole ? std::move(whole) : std::move(file);
 }

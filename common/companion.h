@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "common/handles.h"
+#include "common/secret_text.h"
 
 namespace orv {
 
@@ -66,7 +67,7 @@ class companion {
   void remove() const;
 
   /// The text that the file ought to have instead of its own; none when it is as it ought to be.
-  std::optional<std::string> missing_text(std::string_view text) const;
+  std::optional<secret_text> missing_text(std::string_view text) const;
   /// True when the companion's text is not the file's.
   bool differs(std::string_view text) const;
 

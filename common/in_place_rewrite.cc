@@ -5,8 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <string>
-
 #include "common/companion.h"
 #include "common/whole_file.h"
 
@@ -14,8 +12,8 @@ namespace orv {
 namespace {
 
 /// The beginning of a file, up to `size`; less when the file ends there or cannot be read.
-std::string beginning_of(int file, off_t size) {
-  std::string text(static_cast<std::size_t>(size), '\0');
+secret_text beginning_of(int file, off_t size) {
+  secret_text text(static_cast<std::size_t>(size), '\0');
   std::size_t done = 0;
   while (done < text.size()) {
     const ssize_t got =
@@ -41,11 +39,12 @@ bool is_open_for_writing(int file) {
 }  // namespace
 
 bool rewrite_in_place(int file, off_t start, std::string_view text) {
+  const cleared_stack stack;
   const companion beside(file);
-  const std::string kept = beginning_of(file, start);
+  secret_text whole = beginning_of(file, start);
   const bool is_guarded = is_open_for_writing(file) &&
-                          kept.size() == static_cast<std::size_t>(start) &&
-                          beside.begin(kept + std::string(text));
+                          whole.size() == static_cast<std::size_t>(start) &&
+                          beside.begin(whole.append(text));
   if (!is_guarded) beside.remove();
   const bool is_written = overwrite(file, start, text);
   const int reason = errno;
@@ -57,11 +56,12 @@ bool rewrite_in_place(int file, off_t start, std::string_view text) {
 }
 
 void complete_rewrite(int file) {
+  const cleared_stack stack;
   const int reason = errno;
   const companion beside(file);
   struct stat examined {};
   if (beside.exists() && fstat(file, &examined) == 0) {
-    const std::string text = beginning_of(file, examined.st_size);
+    const secret_text text = beginning_of(file, examined.st_size);
     if (const auto missing = beside.missing_text(text)) {
       if (!beside.begin(*missing)) beside.begin_again();
       if (overwrite(file, 0, *missing)) beside.finish(file);

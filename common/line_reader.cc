@@ -19,12 +19,12 @@ bool line_reader::next() {
     return true;
   }
   buffer_[size] = '\0';
-  return size > 0 && ferror_unlocked(stream_) == 0;
+  return size > 0 && !failed();
 }
 
 /// What was read before an error is still given out, and nothing is read behind it.
 bool line_reader::refill() {
-  if (ferror_unlocked(stream_) != 0) return false;
+  if (stream_ == nullptr || failed()) return false;
   unread_ = {block_, fread_unlocked(block_, 1, sizeof block_, stream_)};
   return !unread_.empty();
 }

@@ -2,16 +2,24 @@
 #define ORV_COMMON_LINE_READER_H
 
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 
 namespace orv {
 
-/// Reads the lines of a stream through a buffer of 256 bytes, without their line ends. Of a longer
-/// line only the first 255 bytes are seen: its rest is no line of its own. The stream itself is
-/// read ahead, in blocks.
+/// Reads the lines of a stream, or of a text, through a buffer of 256 bytes, without their line
+/// ends. Of a longer line only the first 255 bytes are seen: its rest is no line of its own. The
+/// stream itself is read ahead, in blocks.
 class line_reader {
  public:
   explicit line_reader(FILE* stream) : stream_(stream) {}
+  /// @param text  lives as long as this object
+  explicit line_reader(std::string_view text) : unread_(text) {}
+  /// The lines may hold passwords.
+  ~line_reader() {
+    explicit_bzero(buffer_, sizeof buffer_);
+    explicit_bzero(block_, sizeof block_);
+  }
   line_reader(const line_reader&) = delete;
   line_reader& operator=(const line_reader&) = delete;
 
@@ -19,7 +27,7 @@ class line_reader {
   bool next();
 
   /// True when the stream ended because it could not be read on; `errno` says why.
-  bool failed() const { return std::ferror(stream_) != 0; }
+  bool failed() const { return stream_ != nullptr && ferror_unlocked(stream_) != 0; }
 
   /// The line that `next` moved to; the caller may cut it.
   char* line() { return buffer_; }
@@ -29,7 +37,7 @@ class line_reader {
  private:
   bool refill();
 
-  FILE* stream_;
+  FILE* stream_ = nullptr;
   std::string_view unread_;
   char buffer_[capacity] = "";
   char block_[4096];

@@ -3,16 +3,26 @@
 #include <unistd.h>
 
 #include <cerrno>
-
-#include "common/handles.h"
+#include <utility>
 
 namespace orv {
 
-bool read_rest(FILE* stream, std::string& text) {
+bool read_from_start(int file, secret_text& text) {
   char part[4096];
-  std::size_t size = 0;
-  while ((size = std::fread(part, 1, sizeof part, stream)) > 0) text.append(part, size);
-  return std::ferror(stream) == 0;
+  const cleared_at_end cleared(part);
+  off_t done = 0;
+  for (;;) {
+    const ssize_t got = pread(file, part, sizeof part, done);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) return got == 0;
+    text.append(part, static_cast<std::size_t>(got));
+    done += got;
+  }
+}
+
+unique_file without_buffer(unique_file stream) {
+  if (stream) std::setvbuf(stream.get(), nullptr, _IONBF, 0);
+  return stream;
 }
 
 bool write_whole(int file, std::string_view text) {
@@ -23,11 +33,6 @@ bool write_whole(int file, std::string_view text) {
     text.remove_prefix(static_cast<std::size_t>(written));
   }
   return true;
-}
-
-bool read_file(const char* path, std::string& text, struct stat& examined) {
-  const unique_file file(std::fopen(path, "re"));
-  return file && fstat(fileno(file.get()), &examined) == 0 && read_rest(file.get(), text);
 }
 
 }  // namespace orv

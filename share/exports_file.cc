@@ -56,7 +56,7 @@ std::string clients_of(const tag_share_config& share, std::size_t room) {
   return clients.empty() ? "*" : std::string(clients);
 }
 
-void append_share(std::string& text, const tag_share_config& share) {
+void append_share(orv::secret_text& text, const tag_share_config& share) {
   const std::string path = orv::escaped(orv::text_of(share.path), "\"#(");
   const std::string options = share.writable == 1 ? "(rw" : "(ro";
   const std::string rest = options + ",sync,no_root_squash)";

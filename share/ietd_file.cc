@@ -5,6 +5,7 @@
 #include "common/fields.h"
 #include "common/local_time.h"
 #include "common/log.h"
+#include "common/secret_text.h"
 #include "common/text.h"
 #include "share/rewrite.h"
 #include "share/share_lines.h"
@@ -72,7 +73,7 @@ class writer {
   /// False when there are passwords that cannot be read: a target without them lets everybody in.
   bool knows_passwords() const { return known_users_.has_value() || has_no_users_; }
 
-  void append_target(std::string& text, const tag_share_config& share) const {
+  void append_target(orv::secret_text& text, const tag_share_config& share) const {
     const std::string name = orv::stored_name(orv::text_of(share.name), "iscsi");
     text.append("Target ").append(target_prefix).append(name);
     if (name.find('.') == std::string::npos) text += stamp_;
@@ -85,10 +86,12 @@ class writer {
   }
 
  private:
-  void append_user(std::string& text, std::string_view user) const {
-    const std::string* const password = known_users_ ? known_users_->find(user) : nullptr;
+  void append_user(orv::secret_text& text, std::string_view user) const {
+    const orv::secret_text* const password = known_users_ ? known_users_->find(user) : nullptr;
     text.append("\tIncomingUser ").append(user).append(" ");
-    if (password != nullptr) text += orv::fit_value(password->substr(0, longest_password));
+    if (password != nullptr) {
+      orv::append_fit_value(text, std::string_view(*password).substr(0, longest_password));
+    }
     text += '\n';
   }
 
@@ -100,6 +103,7 @@ class writer {
 }  // namespace
 
 int get_share_from_ietd(int fd, tag_shareconf_list* list) try {
+  const orv::cleared_stack stack;
   if (list == nullptr) return orv::log_missing_argument();
   reader targets(list);
   return orv::read_share_lines(fd, orv::line_buffer::kept,
@@ -109,9 +113,10 @@ int get_share_from_ietd(int fd, tag_shareconf_list* list) try {
 }
 
 int put_share_to_ietd(int fd, tag_shareconf_list* list) try {
+  const orv::cleared_stack stack;
   const writer targets;
   if (!targets.knows_passwords()) return ORV_E_SHARE_WRITE;
-  const auto append_share = [&](std::string& text, const tag_share_config& share) {
+  const auto append_share = [&](orv::secret_text& text, const tag_share_config& share) {
     targets.append_target(text, share);
   };
   return orv::rewrite(fd, list, append_share, orv::ietd_path);

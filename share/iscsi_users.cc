@@ -3,6 +3,7 @@
 #include "common/captured_output.h"
 #include "common/line_reader.h"
 #include "common/log.h"
+#include "common/secret_text.h"
 #include "common/text.h"
 #include "share/share_index.h"
 #include "share/share_list.h"
@@ -53,16 +54,17 @@ class reader {
 }  // namespace
 
 int get_shareinfo_from_ietd(tag_shareconf_list* list) try {
+  const orv::cleared_stack stack;
   if (list == nullptr) return orv::log_missing_argument();
   const orv::captured_output output("/tmp/iscsi.XXXXXX");
   if (!output.fill(orv::command("cat /etc/ietd.conf > %s", output.path()))) return ORV_E_COMMAND;
-  const orv::unique_file file = output.open();
-  if (!file) {
+  orv::secret_text text;
+  if (!output.read(text)) {
     orv::log_failure(logged_code, "get_shareinfo_from_ietd", logged_line);
     return ORV_E_IETD;
   }
   reader targets(list);
-  orv::line_reader lines(file.get());
+  orv::line_reader lines(text);
   while (lines.next()) targets.take(orv::trimmed(lines.line()));
   return ORV_OK;
 } catch (const std::bad_alloc&) {

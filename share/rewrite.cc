@@ -36,13 +36,13 @@ void keep_name(const struct stat& before, const char* path) {
 
 }  // namespace
 
-std::string text_of_shares(tag_shareconf_list* list, const append_share_form& append_share) {
-  std::string text;
+secret_text text_of_shares(tag_shareconf_list* list, const append_share_form& append_share) {
+  secret_text text;
   for (const tag_share_config& share : records(list)) append_share(text, share);
   return text;
 }
 
-int rewrite_from(int file, off_t start, const std::string& text, const char* committed) {
+int rewrite_from(int file, off_t start, std::string_view text, const char* committed) {
   if (!is_readable(text)) {
     errno = EMSGSIZE;
     return ORV_E_SHARE_WRITE;

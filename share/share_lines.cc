@@ -31,6 +31,10 @@ class blocks {
  public:
   explicit blocks(int file)
       : file_(file), block_(std::make_unique_for_overwrite<char[]>(block_size)) {}
+  /// The targets of iSCSI have passwords.
+  ~blocks() { explicit_bzero(block_.get(), most_filled_); }
+  blocks(const blocks&) = delete;
+  blocks& operator=(const blocks&) = delete;
 
   int next(char& c) {
     if (used_ == filled_) {
@@ -63,6 +67,7 @@ class blocks {
     if (got <= 0) return static_cast<int>(got);
     used_ = 0;
     filled_ = static_cast<std::size_t>(got);
+    most_filled_ = std::max(most_filled_, filled_);
     return 1;
   }
 
@@ -72,6 +77,7 @@ class blocks {
   std::unique_ptr<char[]> block_;
   std::size_t used_ = 0;
   std::size_t filled_ = 0;
+  std::size_t most_filled_ = 0;
 };
 
 std::string_view stripped(std::string_view line) {

@@ -1,19 +1,34 @@
 #include "share/share_text.h"
 
 #include <algorithm>
+#include <span>
 
 #include "common/control_characters.h"
 #include "common/text.h"
 
 namespace orv {
 
-std::string fit_value(std::string_view value, std::string_view unfit) {
-  std::string text(value);
-  for (char& c : text) {
+namespace {
+
+void make_fit(char* value, std::size_t size, std::string_view unfit) {
+  for (char& c : std::span(value, size)) {
     const bool is_unfit = unfit.find(c) != std::string_view::npos;
     if ((is_control(c) && c != '\t') || is_unfit) c = ' ';
   }
+}
+
+}  // namespace
+
+std::string fit_value(std::string_view value, std::string_view unfit) {
+  std::string text(value);
+  make_fit(text.data(), text.size(), unfit);
   return text;
+}
+
+void append_fit_value(secret_text& text, std::string_view value, std::string_view unfit) {
+  const std::size_t start = text.size();
+  text.append(value);
+  make_fit(text.data() + start, value.size(), unfit);
 }
 
 std::string samba_value(std::string_view value) {
@@ -40,13 +55,15 @@ std::string_view whole_items(std::string_view list, std::size_t room) {
   return end == std::string_view::npos || end == 0 ? cut : cut.substr(0, end);
 }
 
-void append_section(std::string& text, std::string_view name) {
+void append_section(secret_text& text, std::string_view name) {
   const std::string stored = stored_name(name);
   text.append("[").append(stored.empty() ? " " : stored).append("]\n");
 }
 
-void append_setting(std::string& text, std::string_view key, std::string_view value) {
-  text.append("    ").append(key).append(" = ").append(fit_value(value, "=")).append("\n");
+void append_setting(secret_text& text, std::string_view key, std::string_view value) {
+  text.append("    ").append(key).append(" = ");
+  append_fit_value(text, value, "=");
+  text += '\n';
 }
 
 }  // namespace orv

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "common/secret_text.h"
+
 /// Values as share files hold them: no value adds a line, a section or a second "=", so what is
 /// written can be read again.
 
@@ -11,6 +13,9 @@ namespace orv {
 
 /// A value with blanks for its control characters but tab, and for the characters of `unfit`.
 std::string fit_value(std::string_view value, std::string_view unfit = "");
+
+/// Appends such a value.
+void append_fit_value(secret_text& text, std::string_view value, std::string_view unfit = "");
 
 /// A value of a "key = value" line of a Samba file. "\" at its end, with which Samba would go on in
 /// the next line even when blanks or tabs follow, becomes a blank too.
@@ -26,10 +31,10 @@ std::string stored_name(std::string_view name, std::string_view service = "");
 std::string_view whole_items(std::string_view list, std::size_t room);
 
 /// Appends "[NAME]" as a line. A section without a name is still one: "[ ]".
-void append_section(std::string& text, std::string_view name);
+void append_section(secret_text& text, std::string_view name);
 
 /// Appends an indented "key = value" line, of which the key has the only "=".
-void append_setting(std::string& text, std::string_view key, std::string_view value);
+void append_setting(secret_text& text, std::string_view key, std::string_view value);
 
 }  // namespace orv
 

@@ -67,8 +67,8 @@ class reader {
 };
 
 /// A share of several services, or of one that is not known, has no service line.
-void append_services(std::string& text, std::string_view service) {
-  std::string lines;
+void append_services(orv::secret_text& text, std::string_view service) {
+  orv::secret_text lines;
   bool is_known = service.empty();
   for (const std::string_view word : services) {
     const bool is_used = orv::equal_ignoring_case(word, service);
@@ -78,7 +78,7 @@ void append_services(std::string& text, std::string_view service) {
   if (is_known) text += lines;
 }
 
-void append_share(std::string& text, const tag_share_config& share) {
+void append_share(orv::secret_text& text, const tag_share_config& share) {
   const std::string name = orv::stored_name(orv::text_of(share.name));
   orv::append_section(text, name);
   orv::append_setting(text, "sharename", name);

@@ -63,7 +63,8 @@ class reader {
 
 /// Appends a share; the live and the recycle file spell the key of its right differently. A share
 /// named like the global section would change the settings of all shares: it is left out.
-void append_share(std::string& text, const tag_share_config& share, std::string_view right_key) {
+void append_share(orv::secret_text& text, const tag_share_config& share,
+                  std::string_view right_key) {
   constexpr std::string_view users_key = "valid users";
   constexpr std::size_t users_room = orv::longest_share_line - 7 - users_key.size();
   const std::string name = orv::stored_name(orv::text_of(share.name));
@@ -79,11 +80,11 @@ void append_share(std::string& text, const tag_share_config& share, std::string_
   orv::append_setting(text, users_key, orv::samba_value(users));
 }
 
-void append_live_share(std::string& text, const tag_share_config& share) {
+void append_live_share(orv::secret_text& text, const tag_share_config& share) {
   append_share(text, share, "writable");
 }
 
-void append_parked_share(std::string& text, const tag_share_config& share) {
+void append_parked_share(orv::secret_text& text, const tag_share_config& share) {
   append_share(text, share, "writeable");
 }
 
@@ -127,7 +128,7 @@ int put_share_to_smb(int fd, tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const auto kept = find_kept_part(fd);
   if (!kept) return ORV_E_SHARE_READ;
-  std::string text = orv::text_of_shares(list, append_live_share);
+  orv::secret_text text = orv::text_of_shares(list, append_live_share);
   if (!text.empty() && !kept->ends_a_line) text.insert(text.begin(), '\n');
   return orv::rewrite_from(fd, kept->size, text, orv::smb_path);
 } catch (const std::bad_alloc&) {

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "common/secret_text.h"
+
 namespace orv {
 
 /// The passwords in the user file, as it was when the object was made.
@@ -16,12 +18,12 @@ class user_passwords {
 
   /// A user's password, NULL when there is none. Of two lines of a user the first counts, also when
   /// it has no password.
-  const std::string* find(std::string_view user) const;
+  const secret_text* find(std::string_view user) const;
 
  private:
   void take(std::string_view line);
 
-  std::unordered_map<std::string, std::optional<std::string>> passwords_;
+  std::unordered_map<std::string, std::optional<secret_text>> passwords_;
 };
 
 }  // namespace orv

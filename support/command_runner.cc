@@ -39,11 +39,12 @@ int wait_for(pid_t child) {
 }
 
 /// Starts a program and waits for it. Nothing when it cannot be started, and `errno` says why.
-std::optional<ending> run_program(const char* program, std::vector<std::string> words,
+/// The words are not copied: one may hold a password.
+std::optional<ending> run_program(const char* program, const std::vector<const char*>& words,
                                   const child_settings& settings, tool_environment& environment,
                                   unsigned limit) {
   std::vector<char*> arguments;
-  for (std::string& word : words) arguments.push_back(word.data());
+  for (const char* const word : words) arguments.push_back(const_cast<char*>(word));
   arguments.push_back(nullptr);
   pid_t child = 0;
   int error = settings.error();
@@ -85,8 +86,9 @@ std::optional<ending> run_without_shell(const char* cmd, unsigned limit) {
   tool_environment environment;
   if (!line || !shell_is_dash() || !environment.pass_through_shell()) return std::nullopt;
   const child_settings settings(limit != 0, line->output);
-  const char* const program = line->words.front().c_str();
-  const auto made = run_program(program, line->words, settings, environment, limit);
+  std::vector<const char*> words;
+  for (const std::string& word : line->words) words.push_back(word.c_str());
+  const auto made = run_program(words.front(), words, settings, environment, limit);
   if (!made || made->was_ended || made->status == no_status || !WIFSIGNALED(made->status)) {
     return made;
   }

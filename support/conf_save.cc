@@ -198,6 +198,9 @@ bool run_in_child(commit& work) {
   if (child < 0) return false;
   while (waitpid(child, nullptr, __WALL) < 0 && errno == EINTR) {
   }
+  // What it compared may hold passwords. It calls nothing that goes deeper.
+  constexpr std::size_t deepest = 64UL * 1024;
+  explicit_bzero(stack.get() + stack_size - deepest, deepest);
   return true;
 }
 

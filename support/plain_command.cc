@@ -1,7 +1,6 @@
 #include "support/plain_command.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "support/characters.h"
 
@@ -35,11 +34,11 @@ bool names_program(std::string_view word) {
          std::ranges::find(words_of_the_shell, word) == std::end(words_of_the_shell);
 }
 
-std::vector<std::string> words_between_blanks(std::string_view line) {
-  std::vector<std::string> words;
+std::vector<std::string_view> words_between_blanks(std::string_view line) {
+  std::vector<std::string_view> words;
   while (!line.empty()) {
     const std::string_view word = line.substr(0, line.find(' '));
-    if (!word.empty()) words.emplace_back(word);
+    if (!word.empty()) words.push_back(word);
     line.remove_prefix(std::min(word.size() + 1, line.size()));
   }
   return words;
@@ -48,17 +47,18 @@ std::vector<std::string> words_between_blanks(std::string_view line) {
 }  // namespace
 
 std::optional<plain_command> plain_command_of(std::string_view line) {
-  plain_command found{words_between_blanks(line), ""};
-  std::vector<std::string>& words = found.words;
+  std::vector<std::string_view> words = words_between_blanks(line);
+  std::string_view output;
   if (words.size() > 2 && *(words.end() - 2) == ">") {
-    found.output = std::move(words.back());
+    output = words.back();
     words.resize(words.size() - 2);
   }
   if (words.empty() || !names_program(words.front())) return std::nullopt;
   if (!std::ranges::all_of(words, [](std::string_view word) { return is_plain(word); }) ||
-      !is_plain(found.output))
+      !is_plain(output))
     return std::nullopt;
-  return found;
+  // Copied last: a line with a password is not plain, and nobody would clear a copy of it.
+  return plain_command{{words.begin(), words.end()}, std::string(output)};
 }
 
 }  // namespace orv::support

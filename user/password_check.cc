@@ -6,11 +6,13 @@
 
 #include "common/handles.h"
 #include "common/log.h"
+#include "common/secret_text.h"
 #include "common/text.h"
 #include "user/account_database.h"
 #include "user/password_hash.h"
 
 int sys_user_validpwd(const char* name, const char* password) try {
+  const orv::cleared_stack stack;
   const std::string wanted(orv::text_or_empty(name));
   if (!orv::has_user(wanted)) {
     std::printf("invalide username");
@@ -23,8 +25,7 @@ int sys_user_validpwd(const char* name, const char* password) try {
     if (wanted != entry->pw_name) continue;
     // An entry of the name services, as "+NAME", has no hash at all.
     const std::string hash(orv::text_or_empty(entry->pw_passwd));
-    const std::string given(orv::text_or_empty(password));
-    return orv::has_hash(given, hash) ? ORV_OK : ORV_E_PASSWORD;
+    return orv::has_hash(password == nullptr ? "" : password, hash) ? ORV_OK : ORV_E_PASSWORD;
   }
   return ORV_E_PASSWORD;
 } catch (const std::bad_alloc&) {

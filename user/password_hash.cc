@@ -8,6 +8,8 @@
 #include <ctime>
 #include <memory>
 
+#include "common/secret_text.h"
+
 namespace orv {
 namespace {
 
@@ -16,9 +18,10 @@ constexpr std::size_t longest_hash = 127;
 /// A hash made by the system's crypt library; empty when it failed. Some versions report a failure
 /// with NULL, others with a text that begins with "*", as no hash does. The room for it is the
 /// call's own: a thread that checks a password must not read the hash that another one has made.
-std::string crypted(const std::string& password, const std::string& setting) {
+std::string crypted(const char* password, const std::string& setting) {
   const auto room = std::make_unique<crypt_data>();
-  const char* const hash = crypt_r(password.c_str(), setting.c_str(), room.get());
+  const cleared_at_end cleared(*room);
+  const char* const hash = crypt_r(password, setting.c_str(), room.get());
   return hash == nullptr || *hash == '*' ? std::string() : std::string(hash);
 }
 
@@ -45,11 +48,11 @@ std::string md5_salt() {
 
 }  // namespace
 
-std::string password_hash(const std::string& password) {
+std::string password_hash(const char* password) {
   return crypted(password, md5_salt()).substr(0, longest_hash);
 }
 
-bool has_hash(const std::string& password, const std::string& hash) {
+bool has_hash(const char* password, const std::string& hash) {
   const std::string made = crypted(password, hash);
   return !made.empty() && made == hash;
 }

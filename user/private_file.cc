@@ -4,6 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <utility>
+
+#include "common/whole_file.h"
+
 namespace orv {
 
 unique_file open_private(const char* path) {
@@ -11,7 +15,7 @@ unique_file open_private(const char* path) {
   if (file < 0) return nullptr;
   unique_file stream(fdopen(file, "r+"));
   if (!stream) close(file);
-  return stream;
+  return without_buffer(std::move(stream));
 }
 
 }  // namespace orv

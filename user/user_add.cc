@@ -11,6 +11,7 @@
 #include "common/families.h"
 #include "common/log.h"
 #include "common/own_lock.h"
+#include "common/secret_text.h"
 #include "common/text.h"
 #include "user/account_check.h"
 #include "user/account_files.h"
@@ -49,7 +50,7 @@ int append_to_user_file(std::string_view name, std::string_view password) {
   return orv::write_users(users.get());
 }
 
-int create_account(const std::string& name, const std::string& password) {
+int create_account(const std::string& name, const char* password) {
   // Hashed first: without a hash no account is made.
   const std::string hash = orv::password_hash(password);
   if (hash.empty()) return orv::log_failure(ORV_E_FAILED);
@@ -78,14 +79,15 @@ int orv::check_request(const tag_user_info& user) {
   return smb.error() != 0 ? run(smb) : ORV_OK;
 }
 
-int sys_user_add(tag_user_info user) try {
+ORV_CLEARS_ARGUMENT int sys_user_add(tag_user_info user) try {
+  const orv::cleared_stack stack;
+  const orv::cleared_at_end cleared(user);
   user.name[sizeof user.name - 1] = '\0';
   user.password[sizeof user.password - 1] = '\0';
   int result = orv::check_account(user);
   if (result == ORV_OK) result = orv::check_request(user);
   if (result != ORV_OK) return result;
-  return create_account(std::string(orv::text_of(user.name)),
-                        std::string(orv::text_of(user.password)));
+  return create_account(std::string(orv::text_of(user.name)), user.password);
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }

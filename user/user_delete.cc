@@ -4,6 +4,7 @@
 #include "common/families.h"
 #include "common/log.h"
 #include "common/own_lock.h"
+#include "common/secret_text.h"
 #include "common/text.h"
 #include "user/account_files.h"
 #include "user/user_file.h"
@@ -25,6 +26,7 @@ int delete_from_user_file(std::string_view name) {
 }  // namespace
 
 int sys_user_delete(const char* name) try {
+  const orv::cleared_stack stack;
   // A user may have no SMB password: that is logged, and no more.
   orv::run(orv::command("smbpasswd -x %s", name));
   const int deleted = orv::run(orv::command("userdel %s", name));

@@ -6,7 +6,7 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <string>
+#include <string_view>
 
 #include "common/companion.h"
 #include "common/control_characters.h"
@@ -15,6 +15,7 @@
 #include "common/in_place_rewrite.h"
 #include "common/line_reader.h"
 #include "common/log.h"
+#include "common/secret_text.h"
 #include "common/text.h"
 #include "common/whole_file.h"
 #include "user/account_files.h"
@@ -43,12 +44,12 @@ bool read_users(FILE* file, tag_user_info_list* list) {
 }
 
 /// A control character would end the line, or be lost when it is read.
-void append_field(std::string& text, std::string_view value) {
+void append_field(secret_text& text, std::string_view value) {
   for (const char c : value) text += is_control(c) && c != '\t' ? ' ' : c;
 }
 
-std::string text_of_users(tag_user_info_list* list) {
-  std::string text;
+secret_text text_of_users(tag_user_info_list* list) {
+  secret_text text;
   for (const tag_user_info& user : records(list)) {
     append_field(text, text_of(user.name));
     text += "||";
@@ -67,8 +68,8 @@ bool has_room(int file, std::size_t size) {
 }
 
 /// Rewrites the file; a text for which there is no room after all leaves the old one.
-bool overwrite(FILE* file, const std::string& text) {
-  std::string before;
+bool overwrite(FILE* file, std::string_view text) {
+  secret_text before;
   struct stat examined {};
   if (!has_room(fileno(file), text.size()) || fstat(fileno(file), &examined) != 0) return false;
   // A device may have no end.
@@ -92,7 +93,7 @@ bool append_user(tag_user_info_list* list, std::string_view name, std::string_vi
 }
 
 int read_users_to_change(tag_user_info_list* list) {
-  const unique_file file = open_whole(user_file_path);
+  const unique_file file = without_buffer(open_whole(user_file_path));
   if (!file && errno == ENOENT) return ORV_OK;
   return file && read_users(file.get(), list) ? ORV_OK : log_failure(ORV_E_USER_FILE);
 }
@@ -110,8 +111,9 @@ int sys_user_get(tag_user_info_list* list) {
 }
 
 int get_users_from_conf(tag_user_info_list* list) try {
+  const orv::cleared_stack stack;
   if (list == nullptr) return orv::log_missing_argument();
-  const orv::unique_file file = orv::open_whole(orv::user_file_path);
+  const orv::unique_file file = orv::without_buffer(orv::open_whole(orv::user_file_path));
   return file && orv::read_users(file.get(), list) ? ORV_OK : orv::log_failure(ORV_E_USER_FILE);
 } catch (const std::bad_alloc&) {
   return orv::without_memory(ORV_E_USER_FILE);
@@ -119,6 +121,7 @@ int get_users_from_conf(tag_user_info_list* list) try {
 
 // The result says nothing about the file: callers of this function never asked.
 int set_users_to_conf(tag_user_info_list* list) try {
+  const orv::cleared_stack stack;
   if (list == nullptr) return orv::log_missing_argument();
   orv::write_users(list);
   return ORV_OK;

@@ -1,10 +1,29 @@
 #include <orv/user.h>
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstring>
 
 #include "common/families.h"
 #include "common/log.h"
+#include "common/secret_text.h"
+#include "common/whole_file.h"
+
+namespace {
+
+/// Prints a text that may hold a password, which would stay in the buffer of standard output.
+void print_past_buffer(const char* text) {
+  std::fflush(stdout);
+  const int file = fileno(stdout);
+  if (file < 0) {
+    std::fputs(text, stdout);
+  } else {
+    orv::write_whole(file, text);
+  }
+}
+
+}  // namespace
 
 // The type is left alone: it follows from the password and is set wherever one is read.
 void user_info_init(tag_user_info* user) {
@@ -12,15 +31,22 @@ void user_info_init(tag_user_info* user) {
   user->uid = 0;
   user->gid = 0;
   std::memset(user->name, 0, sizeof user->name);
-  std::memset(user->password, 0, sizeof user->password);
+  explicit_bzero(user->password, sizeof user->password);
 }
 
 void user_info_fini(tag_user_info* user) { user_info_init(user); }
 
 int user_info_show(const tag_user_info* user) {
+  const orv::cleared_stack stack;
   if (user == nullptr) return orv::log_missing_argument();
-  std::printf("%d\t%s\t%s", user->uid, user->name, user->password);
-  return std::printf("\t%d\n", user->gid);
+  char line[sizeof *user + 32];
+  const orv::cleared_at_end cleared(line);
+  const int size =
+      std::snprintf(line, sizeof line, "%d\t%s\t%s", user->uid, user->name, user->password);
+  const int rest =
+      std::snprintf(line + size, sizeof line - static_cast<std::size_t>(size), "\t%d\n", user->gid);
+  print_past_buffer(line);
+  return rest;
 }
 
 void user_list_init(tag_user_info_list* list) { orv::list_init(list); }
