@@ -83,7 +83,14 @@ TEST(program, reads_a_password_from_a_pipe) {
   EXPECT_EQ(got.status, 3);
   EXPECT_THAT(got.text, HasSubstr("ORV_E_NO_USER (-12001)"));
   EXPECT_THAT(got.text, testing::Not(HasSubstr("rose")));
-  EXPECT_THAT(run(question + " < /dev/null").text, HasSubstr("no password was given"));
+  EXPECT_THAT(run("printf 'hidden rose' | " + question).text, HasSubstr("(-12001)"));
+  for (const std::string nothing : {" < /dev/null", " <&-"}) {
+    const ended none = run(question + nothing);
+    EXPECT_EQ(none.status, 1);
+    EXPECT_EQ(none.text,
+              "orvctl: user check: no password was given\n"
+              "  What to do: type it, or write it to standard input as one line\n");
+  }
 }
 
 TEST(program, does_not_go_down_without_a_terminal) {

@@ -11,7 +11,9 @@
 #include <utmp.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -26,7 +28,9 @@ constexpr char nobody[] = "no-such-user-of-orv";
 class terminal {
  public:
   /// @param redirection  what the shell does with its descriptors
-  explicit terminal(const std::string& words, const std::string& redirection = "") {
+  /// @param before       what it does before that
+  explicit terminal(const std::string& words, const std::string& redirection = "",
+                    const std::string& before = "") {
     char name[64];
     int own = -1;
     if (::openpty(&keyboard_, &own, name, nullptr, nullptr) != 0) ::abort();
@@ -36,7 +40,7 @@ class terminal {
     if (process_ == 0) {
       ::close(keyboard_);
       ::login_tty(own);
-      const std::string line = std::string("exec " ORVCTL " ") + words + redirection;
+      const std::string line = before + "exec " ORVCTL " " + words + redirection;
       ::setenv("PATH", "/none", 1);  // nothing is run, whatever goes wrong
       ::execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
       ::_exit(127);
@@ -53,6 +57,8 @@ class terminal {
   void type(const std::string& text) {
     EXPECT_EQ(::write(keyboard_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
   }
+
+  void send(int signal) const { ::kill(process_, signal); }
 
   /// Waits until the screen shows a text after what was seen before.
   void expect(const std::string& text) {
@@ -160,6 +166,56 @@ TEST(program_at_a_terminal, ends_when_no_password_is_typed) {
   one.expect("no password was given");
   EXPECT_EQ(WEXITSTATUS(one.ended()), 1);
   EXPECT_TRUE(one.shows_typing(true));
+}
+
+TEST(program_at_a_terminal, reads_a_password_on_after_a_stop) {
+  terminal one(std::string("user check ") + nobody);
+  one.expect(": ");
+  EXPECT_FALSE(one.shows_typing(false));
+  one.type("hidden ");
+  for (const int signal : {SIGSTOP, SIGCONT, SIGWINCH}) one.send(signal);
+  one.type("rose\n");
+  one.expect("(-12001)");
+  EXPECT_EQ(WEXITSTATUS(one.ended()), 3);
+  EXPECT_THAT(one.shown(), Not(HasSubstr("rose")));
+}
+
+/// A folder of its own for what a process leaves where it runs.
+class empty_folder {
+ public:
+  ~empty_folder() { std::filesystem::remove_all(path_); }
+  const std::string& path() const { return path_; }
+  bool is_empty() const { return std::filesystem::is_empty(path_); }
+
+ private:
+  static std::string made() {
+    char path[] = "/tmp/orvctl-core-XXXXXX";
+    return ::mkdtemp(path) == nullptr ? ::abort(), "" : path;
+  }
+  std::string path_ = made();
+};
+
+TEST(program_at_a_terminal, leaves_no_core_with_a_password) {
+  const empty_folder folder;
+  // A sanitizer would switch cores off itself.
+  const std::string before = "cd " + folder.path() +
+                             " && ulimit -c unlimited && export "
+                             "ASAN_OPTIONS=disable_coredump=0:$ASAN_OPTIONS && ";
+  const int usual = std::system((before + "kill -ABRT $$").c_str());
+  if (!WIFSIGNALED(usual) || !WCOREDUMP(usual)) GTEST_SKIP() << "this machine writes no cores";
+  for (const auto& core : std::filesystem::directory_iterator(folder.path())) {
+    std::filesystem::remove(core.path());
+  }
+  terminal one(std::string("user add ") + nobody, "", before);
+  one.expect(": ");
+  one.type("hidden rose\n");
+  one.expect("The same again: ");
+  one.send(SIGABRT);
+  const int status = one.ended();
+  EXPECT_TRUE(WIFSIGNALED(status));
+  EXPECT_EQ(WTERMSIG(status), SIGABRT);
+  EXPECT_FALSE(WCOREDUMP(status));
+  EXPECT_TRUE(folder.is_empty());
 }
 
 TEST(program_at_a_terminal, asks_before_it_goes_on) {

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 #include <ext/stdio_filebuf.h>
 
@@ -33,6 +34,8 @@ int keep_standard_output_for_data() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  ::prctl(PR_SET_DUMPABLE, 0);              // a core could hold a password; tools may leave theirs
+  std::setvbuf(stdin, nullptr, _IONBF, 0);  // nor is one to stay in a buffer
   std::setlocale(LC_CTYPE, "");
   fill_standard_descriptors();
   const bool is_terminal = ::isatty(STDOUT_FILENO) == 1;

@@ -25,43 +25,47 @@ problem refused(const std::string& meaning, const std::string& advice) {
   return result;
 }
 
-std::string read_line(const session& run) {
-  std::string line;
-  if (std::getline(run.io.in, line)) return line;
+secret read_line(const session& run) {
+  secret line;
+  char c = 0;
+  while (run.io.in.get(c) && c != '\n' && line.append(c)) {
+  }
+  if (run.io.in || !line.text().empty()) return line;
   throw refused("no password was given", "type it, or write it to standard input as one line");
 }
 
-std::string ask(const session& run, const std::string& prompt) {
+secret ask(const session& run, const std::string& prompt) {
   const interruptible before_anything_is_done;
   run.io.err << prompt << std::flush;
-  std::string line;
-  {
+  secret line = [&] {
     const hidden_typing hidden(run.io.terminal);
-    line = read_line(run);
-  }
+    return read_line(run);
+  }();
   run.io.err << '\n';
   return line;
 }
 
 void must_be_usable(const std::string& password) {
   if (password.empty()) throw refused("the password is empty", "give one");
-  if (password.find('\0') != std::string::npos) {
-    throw refused("the password holds a NUL character", "give one without it");
-  }
   must_fit(password, sizeof(tag_user_info::password), "the password");
 }
 
 }  // namespace
 
-std::string read_password(const session& run, const std::string& prompt) {
-  return is_typed(run) ? ask(run, prompt) : read_line(run);
+secret read_password(const session& run, const std::string& prompt) {
+  secret password = is_typed(run) ? ask(run, prompt) : read_line(run);
+  // The library would take what stands before it.
+  if (password.text().find('\0') != std::string::npos) {
+    throw refused("the password holds a NUL character", "give one without it");
+  }
+  return password;
 }
 
-std::string read_new_password(const session& run, const std::string& user) {
-  if (run.planned != nullptr) return shown_in_plans;
-  const std::string password = read_password(run, "New password of " + user + ": ");
-  must_be_usable(password);
-  if (is_typed(run) && ask(run, "The same again: ") != password) {
+secret read_new_password(const session& run, const std::string& user) {
+  if (run.planned != nullptr) return secret(shown_in_plans);
+  secret password = read_password(run, "New password of " + user + ": ");
+  must_be_usable(password.text());
+  if (is_typed(run) && ask(run, "The same again: ").text() != password.text()) {
     throw refused("the passwords are not the same, and so nothing was changed", "try again");
   }
   return password;

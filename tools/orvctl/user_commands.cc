@@ -26,18 +26,28 @@ void list(session& run) {
   show_list(run, "users", make_table(user_columns, users), result);
 }
 
-tag_user_info request_of(const std::string& name, const std::string& password) {
-  tag_user_info request{};
-  set_field(request.name, name, "the name of the user");
-  set_field(request.password, password, "the password");
-  return request;
-}
+/// A user with a password, which is cleared when it goes.
+class user_request {
+ public:
+  user_request(const std::string& name, const secret& password) {
+    set_field(record_.name, name, "the name of the user");
+    set_field(record_.password, password.text(), "the password");
+  }
+  ~user_request() { explicit_bzero(record_.password, sizeof record_.password); }
+  user_request(const user_request&) = delete;
+  user_request& operator=(const user_request&) = delete;
+
+  const tag_user_info& record() const { return record_; }
+
+ private:
+  tag_user_info record_{};
+};
 
 void add(session& run, const user_arguments& given) {
   must_fit(given.name, sizeof(tag_user_info::name), "the name of the user");
   must_be_free(given.name);
-  const tag_user_info request = request_of(given.name, read_new_password(run, given.name));
-  check(without_output([&] { return sys_user_add(request); }));
+  const user_request request(given.name, read_new_password(run, given.name));
+  check(without_output([&] { return sys_user_add(request.record()); }));
   report(run, "Added the user " + given.name + ".", {{"user", given.name}});
 }
 
@@ -52,9 +62,10 @@ void modify(session& run, const user_arguments& given) {
   must_fit(name, sizeof(tag_user_info::name), "the name of the user");
   must_be_user(given.name);
   if (name != given.name) must_be_free(name);
-  const tag_user_info request = request_of(name, read_new_password(run, name));
-  check_modified(without_output([&] { return sys_user_modify(given.name.c_str(), request); }),
-                 given.name);
+  const user_request request(name, read_new_password(run, name));
+  check_modified(
+      without_output([&] { return sys_user_modify(given.name.c_str(), request.record()); }),
+      given.name);
   report(run, "Changed the user " + name + ".", {{"user", name}});
 }
 
@@ -71,9 +82,9 @@ void remove(session& run, const user_arguments& given) {
 }
 
 void verify(session& run, const user_arguments& given) {
-  const std::string password = read_password(run, "Password of " + given.name + ": ");
-  const int result =
-      without_output([&] { return sys_user_validpwd(given.name.c_str(), password.c_str()); });
+  const secret password = read_password(run, "Password of " + given.name + ": ");
+  const int result = without_output(
+      [&] { return sys_user_validpwd(given.name.c_str(), password.text().c_str()); });
   if (result != ORV_E_PASSWORD) check(result);
   const bool right = result == ORV_OK;
   answer(run, right,
