@@ -1,0 +1,332 @@
+/// A written value reads back as itself, or as what its file is documented to make of it. Strange
+/// texts are written into every text field of every file with the library's own functions, and read
+/// with its own getters, or were refused and left the file as it was.
+#include <orv.h>
+#include <orv/scoped.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <optional>
+
+#include "tests/sandbox/programs/records.h"
+#include "tests/security/stand_in.h"
+#include "tests/security/texts.h"
+#include "tests/share/share_machine.h"
+#include "tests/user/user_machine.h"
+
+using security::texts;
+
+namespace {
+
+// --- What files make of a value
+// --------------------------------------------------------------------
+
+/// What a value reads back as; nothing when its record is not there.
+using form = std::optional<std::string> (*)(const std::string& value);
+
+constexpr char white[] = " \t\r\n\v\f";
+
+std::string trimmed(std::string text) {
+  text.erase(0, std::min(text.find_first_not_of(white), text.size()));
+  text.resize(text.find_last_not_of(white) + 1);
+  return text;
+}
+
+/// Control characters but tab, and the unfit ones, are blanks.
+std::string blanked(std::string text, const std::string& unfit) {
+  for (char& c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool is_control = (byte < ' ' && c != '\t') || byte == 0x7f;
+    if (is_control || unfit.find(c) != unfit.npos) c = ' ';
+  }
+  return text;
+}
+
+/// The backslashes at the end are blanks.
+std::string without_last_backslashes(std::string text) {
+  for (std::size_t at = text.size(); at > 0 && std::strchr(" \t\\", text[at - 1]) != nullptr;
+       --at) {
+    if (text[at - 1] == '\\') text[at - 1] = ' ';
+  }
+  return text;
+}
+
+std::optional<std::string> as_setting(const std::string& value) {
+  return trimmed(blanked(value, "="));
+}
+
+std::optional<std::string> as_samba_setting(const std::string& value) {
+  return trimmed(without_last_backslashes(blanked(value, "=")));
+}
+
+std::optional<std::string> as_name(const std::string& value) {
+  return trimmed(without_last_backslashes(blanked(value, "=]")));
+}
+
+std::optional<std::string> as_samba_name(const std::string& value) {
+  const std::string name = *as_name(value);
+  if (strcasecmp(name.c_str(), "global") == 0) return std::nullopt;
+  return name.empty() ? " " : name;
+}
+
+std::optional<std::string> as_export(const std::string& value) {
+  if (!value.starts_with('/')) return std::nullopt;
+  return value;
+}
+
+std::optional<std::string> as_clients(const std::string& value) {
+  const std::string clients = trimmed(blanked(value, "\t()"));
+  return clients.empty() ? "*" : clients;
+}
+
+/// A name without the time that a target gets, which is cut with its name.
+std::string without_stamp(const std::string& name) {
+  const std::size_t point = std::min(name.rfind('.'), name.size());
+  const std::string stamp = name.substr(std::min(point + 1, name.size()));
+  const bool is_number = stamp.find_first_not_of("0123456789") == stamp.npos;
+  const bool is_whole = stamp.size() == 14 || name.size() == sizeof(tag_share_config::name) - 1;
+  return is_number && is_whole ? name.substr(0, point) : name;
+}
+
+std::optional<std::string> as_target(const std::string& value) {
+  std::string name = *as_name(value);
+  for (char& c : name) c = c == ' ' || c == '\t' ? '_' : c;
+  return without_stamp(name);
+}
+
+std::optional<std::string> as_volume_path(const std::string& value) {
+  const std::string path = blanked(value, "");
+  return path.substr(0, path.find(','));
+}
+
+std::optional<std::string> as_user_list(const std::string& value) {
+  std::string list;
+  bool begins = true;
+  for (const char c : blanked(value, "\t")) {
+    if (c == ' ' || c == ',') {
+      begins = true;
+    } else {
+      if (begins && !list.empty()) list += ',';
+      list += c;
+      begins = false;
+    }
+  }
+  return list;
+}
+
+std::optional<std::string> as_user_name(const std::string& value) {
+  const std::string name = blanked(value, "");
+  const std::size_t start = std::min(name.find_first_not_of(white), name.size());
+  return name.substr(start, name.find('|', start) - start);
+}
+
+std::optional<std::string> as_password(const std::string& value) {
+  const std::string line = trimmed("eve||" + blanked(value, ""));
+  return line.substr(line.rfind('|') + 1);
+}
+
+std::optional<std::string> as_host_name(const std::string& value) { return blanked(value, "\t"); }
+
+// --- Fields of shares
+// ------------------------------------------------------------------------------
+
+using share_writer = int (*)(int file, tag_shareconf_list* list);
+
+/// A field of a share in one of its files, why it does not read back as itself, and the form.
+struct share_field {
+  const char* path;
+  share_writer write;
+  share_writer read;
+  std::string (*get)(const tag_share_config& share);
+  void (*set)(tag_share_config& share, const std::string& value);
+  form made_of;
+  const char* reason;
+};
+
+#define SHARE_FIELD(path, write, read, field, form, reason)                                       \
+  {                                                                                               \
+    path, write, read, [](const tag_share_config& share) { return std::string(share.field); },    \
+        [](tag_share_config& share, const std::string& value) { set_field(share.field, value); }, \
+        form, "" #field ": " reason                                                               \
+  }
+
+const share_field share_fields[] = {
+    SHARE_FIELD(shares_path, put_share_to_conf, get_share_from_conf, name, as_name,
+                "keeps the head of its section whole"),
+    SHARE_FIELD(shares_path, put_share_to_conf, get_share_from_conf, path, as_setting,
+                "a second = makes a line unreadable"),
+    SHARE_FIELD(shares_path, put_share_to_conf, get_share_from_conf, comment, as_setting,
+                "a second = makes a line unreadable"),
+    SHARE_FIELD(smb_path, put_share_to_smb, get_share_from_smb, name, as_samba_name,
+                "keeps the head of its section whole, and is not the global section"),
+    SHARE_FIELD(smb_path, put_share_to_smb, get_share_from_smb, path, as_samba_setting,
+                "a backslash at the end would take in the next line"),
+    SHARE_FIELD(smb_path, put_share_to_smb, get_share_from_smb, comment, as_samba_setting,
+                "a backslash at the end would take in the next line"),
+    SHARE_FIELD(smb_path, put_share_to_smb, get_share_from_smb, valid_users, as_samba_setting,
+                "a backslash at the end would take in the next line"),
+    SHARE_FIELD(smb_recy_path, put_share_to_smb_recy, get_share_from_smb, name, as_samba_name,
+                "as in the file of shares in use"),
+    SHARE_FIELD(smb_recy_path, put_share_to_smb_recy, get_share_from_smb, path, as_samba_setting,
+                "as in the file of shares in use"),
+    SHARE_FIELD(smb_recy_path, put_share_to_smb_recy, get_share_from_smb, comment, as_samba_setting,
+                "as in the file of shares in use"),
+    SHARE_FIELD(smb_recy_path, put_share_to_smb_recy, get_share_from_smb, valid_users,
+                as_samba_setting, "as in the file of shares in use"),
+    SHARE_FIELD(exports_path, put_share_to_nfs, get_share_from_nfs, path, as_export,
+                "an export is an absolute path"),
+    SHARE_FIELD(exports_path, put_share_to_nfs, get_share_from_nfs, valid_users, as_clients,
+                "parentheses hold options, and no clients are all"),
+    SHARE_FIELD(exports_recy_path, put_share_to_nfs_recy, get_share_from_nfs, path, as_export,
+                "as in the file of shares in use"),
+    SHARE_FIELD(exports_recy_path, put_share_to_nfs_recy, get_share_from_nfs, valid_users,
+                as_clients, "as in the file of shares in use"),
+    SHARE_FIELD(ietd_path, put_share_to_ietd, get_share_from_ietd, name, as_target,
+                "the name of a target is one word"),
+    SHARE_FIELD(ietd_path, put_share_to_ietd, get_share_from_ietd, path, as_volume_path,
+                "a comma ends an option"),
+    SHARE_FIELD(ietd_path, put_share_to_ietd, get_share_from_ietd, valid_users, as_user_list,
+                "users have a line each"),
+};
+
+/// Also when the list has a share of this name.
+void append(share_list& list, const tag_share_config& share) {
+  auto* const record = static_cast<tag_share_config*>(std::malloc(sizeof share));
+  *record = share;
+  list_node& anchor = list.get()->list;
+  record->list = {&anchor, anchor.prev};
+  anchor.prev->next = &record->list;
+  anchor.prev = &record->list;
+}
+
+texts all_texts() {
+  texts all = security::one_byte_texts();
+  for (const texts& more : {security::attack_texts(), security::telling_pairs()}) {
+    all.insert(all.end(), more.begin(), more.end());
+  }
+  for (std::string& text : all) text.resize(std::min(text.find('\0'), text.size()));
+  return all;
+}
+
+}  // namespace
+
+class read_back : public sandbox_test {
+ protected:
+  read_back() : shell_([](const auto&) { return ""; }) {
+    for (const char* const path : {shares_path, smb_recy_path, exports_path, exports_recy_path,
+                                   ietd_path, "/etc/mdfstab", "/etc/nas_userfile.conf"}) {
+      machine.file(path, "", 0600);
+    }
+    machine.file(smb_path, "[global]\n");
+    machine.file("/etc/hostname", "nas");
+    machine.file("/etc/sys_info", "[product]\ntype=ZOR7130L\n");
+    machine.directory("/tmp");
+  }
+
+  /// Compares what was read with what the values read back as, and counts.
+  void compare(const char* field, const texts& values, form made_of, const texts& got) {
+    texts wanted;
+    texts sources;
+    for (const std::string& value : values) {
+      const auto expected = made_of(value);
+      if (!expected) continue;
+      wanted.push_back(*expected);
+      sources.push_back(value);
+    }
+    EXPECT_EQ(got.size(), wanted.size()) << field;
+    int faults = 0;
+    for (std::size_t i = 0; i < std::min(got.size(), wanted.size()) && faults < 5; ++i) {
+      if (got[i] == wanted[i]) continue;
+      ++faults;
+      ADD_FAILURE() << field << ": " << security::shown(sources[i]) << " is read as "
+                    << security::shown(got[i]) << ", not " << security::shown(wanted[i]);
+    }
+    written_ += values.size();
+  }
+
+  security::shell_stand_in shell_;
+  std::size_t written_ = 0;
+};
+
+TEST_F(read_back, of_every_text_of_a_share) {
+  for (const share_field& field : share_fields) {
+    share_list written;
+    texts values;
+    for (const std::string& text : all_texts()) {
+      tag_share_config share = a_share("s", "samba");
+      field.set(share, text);
+      values.push_back(field.get(share));
+      append(written, share);
+    }
+    const open_file file(field.path);
+    ASSERT_EQ(field.write(file.number(), written.get()), ORV_OK) << field.path << field.reason;
+    share_list read;
+    const open_file again(field.path);
+    ASSERT_EQ(field.read(again.number(), read.get()), ORV_OK) << field.path << field.reason;
+    texts got;
+    for (const tag_share_config* const share : read.records()) {
+      std::string text = field.get(*share);
+      if (field.made_of == as_target) text = without_stamp(text);
+      got.push_back(text);
+    }
+    compare((std::string(field.path) + ' ' + field.reason).c_str(), values, field.made_of, got);
+  }
+}
+
+TEST_F(read_back, of_every_text_of_a_user) {
+  const std::pair<char(tag_user_info::*)[24], form> fields[] = {
+      {&tag_user_info::name, as_user_name}, {&tag_user_info::password, as_password}};
+  for (const auto& [field, made_of] : fields) {
+    user_list written;
+    texts values;
+    for (const std::string& text : all_texts()) {
+      tag_user_info& user = written.add("eve", "secret");
+      set_field(user.*field, text);
+      values.emplace_back(user.*field);
+    }
+    ASSERT_EQ(set_users_to_conf(written.get()), ORV_OK);
+    user_list read;
+    ASSERT_EQ(sys_user_get(read.get()), ORV_OK);
+    texts got;
+    for (const tag_user_info* const user : read.records()) got.emplace_back(user->*field);
+    compare("a user", values, made_of, got);
+  }
+}
+
+TEST_F(read_back, of_a_host_name) {
+  texts got;
+  for (const std::string& text : all_texts()) {
+    EXPECT_EQ(hostname_set(text.c_str()), ORV_OK);
+    got.push_back(machine.read("/etc/hostname"));
+  }
+  compare("a host name", all_texts(), as_host_name, got);
+}
+
+/// A table entry reads back as it was asked for; one that cannot be is refused.
+TEST_F(read_back, of_an_entry_of_the_mount_table) {
+  const char* const usual[] = {"/mnt/a", "vg", "pool"};
+  constexpr std::size_t longest = 64;  // the line of a longer one is cut
+  for (std::size_t argument = 0; argument < std::size(usual); ++argument) {
+    for (const std::string& text : all_texts()) {
+      if (text.size() > longest) continue;
+      const char* given[] = {usual[0], usual[1], usual[2]};
+      given[argument] = text.c_str();
+      machine.file("/etc/mdfstab", "# of nobody\n");
+      const int result = add_mdfstab(given[0], given[1], given[2]);
+      orv::file_system_list read;
+      ASSERT_EQ(mdfstab_get(read.get()), ORV_OK);
+      const bool is_refused = text.empty() || (argument == 0 && text.front() != '/');
+      EXPECT_EQ(result, is_refused ? ORV_E_FAILED : ORV_OK) << security::shown(text);
+      EXPECT_EQ(read.begin() != read.end(), !is_refused) << security::shown(text);
+      if (is_refused) {
+        EXPECT_EQ(machine.read("/etc/mdfstab"), "# of nobody\n");
+      }
+      for (const tag_fs_info& entry : read) {
+        EXPECT_EQ(entry.mountpoint, std::string(given[0]));
+        EXPECT_EQ(entry.devname, "/dev/" + std::string(given[1]) + '/' + given[2]);
+      }
+    }
+  }
+}
