@@ -12,6 +12,7 @@ set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 option(ORV_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 option(ORV_SANITIZE_THREADS "Build with ThreadSanitizer" OFF)
 option(ORV_COVERAGE "Count lines and branches of the libraries, with clang++" OFF)
+option(ORV_COMPILE_TOGETHER "Compile many sources at once, which reads their headers once" OFF)
 option(ORV_PRECOMPILE "Read the headers of the standard library once for each library" OFF)
 
 add_library(orv_options INTERFACE)
@@ -81,11 +82,11 @@ function(orv_add_library name)
   install(TARGETS ${name} EXPORT orv LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endfunction()
 
-# orv_compile_together(TARGET SEPARATE...): under CMAKE_UNITY_BUILD, as in the preset "quick", the
-# sources of a folder are compiled at once, which reads their headers once. SEPARATE are files that
-# name something as another of their folder does, each for itself.
+# orv_compile_together(TARGET SEPARATE...): with ORV_COMPILE_TOGETHER the sources of a folder are
+# compiled at once, but for SEPARATE: files that name something as another of their folder does.
 function(orv_compile_together target)
-  set_target_properties(${target} PROPERTIES UNITY_BUILD_MODE GROUP)
+  set_target_properties(${target} PROPERTIES
+    UNITY_BUILD ${ORV_COMPILE_TOGETHER} UNITY_BUILD_MODE GROUP)
   get_target_property(sources ${target} SOURCES)
   foreach(source IN LISTS sources)
     cmake_path(ABSOLUTE_PATH source)
