@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr char key[] = "Global hotspare disk";
+constexpr char disks_key[] = "Global hotspare disk";
 /// Words of the line before the first name: those of the key, the colon at the last one.
 constexpr std::size_t words_of_key = 3;
 constexpr std::size_t most_names = 16;
@@ -42,7 +42,7 @@ int get_global_hotspare(tag_diskinfo_list* list) try {
   const orv::unique_file file = output.open();
   if (!file) return orv::log_failure(ORV_E_SPARE_LIST);
   char line[81] = "";
-  if (get_line_from_file(file.get(), key, 0, ":", line, sizeof line) != 0) {
+  if (get_line_from_file(file.get(), disks_key, 0, ":", line, sizeof line) != 0) {
     return orv::log_failure(ORV_E_SPARE_LINE);
   }
   mark_spares(list, spare_names(orv::trimmed_right(line)));

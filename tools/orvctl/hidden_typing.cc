@@ -7,21 +7,21 @@ namespace {
 
 // What a signal finds; there is one terminal.
 int watched_terminal = -1;
-termios shown;
+termios shown_typing;
 
 // The signal ends the program when this returns, since its action is the former one again.
 void show_typing(int signal) {
-  ::tcsetattr(watched_terminal, TCSANOW, &shown);
+  ::tcsetattr(watched_terminal, TCSANOW, &shown_typing);
   ::raise(signal);
 }
 
 }  // namespace
 
 hidden_typing::hidden_typing(int terminal) {
-  if (terminal < 0 || ::tcgetattr(terminal, &shown) != 0) return;
+  if (terminal < 0 || ::tcgetattr(terminal, &shown_typing) != 0) return;
   watched_terminal = terminal;
   watch_signals();
-  termios hiding = shown;
+  termios hiding = shown_typing;
   hiding.c_lflag &= ~static_cast<tcflag_t>(ECHO);
   ::tcsetattr(terminal, TCSADRAIN, &hiding);
   hidden_ = true;
@@ -29,7 +29,7 @@ hidden_typing::hidden_typing(int terminal) {
 
 hidden_typing::~hidden_typing() {
   if (!hidden_) return;
-  ::tcsetattr(watched_terminal, TCSADRAIN, &shown);
+  ::tcsetattr(watched_terminal, TCSADRAIN, &shown_typing);
   forget_signals();
 }
 

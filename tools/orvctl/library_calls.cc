@@ -17,7 +17,7 @@ namespace orvctl {
 namespace {
 
 library_calls* asked = nullptr;
-std::atomic<const char*> running = "";
+std::atomic<const char*> command_line = "";
 std::function<void()> due;
 std::string ended;
 
@@ -48,9 +48,9 @@ int run_command(int (*own)(const char*), const char* symbol, const char* line) {
     if (const std::optional<int> status = asked->command(line)) return *status;
   }
   if (due && line != nullptr && !only_asks(line)) std::exchange(due, nullptr)();
-  running = without_secret(line);
+  command_line = without_secret(line);
   const int status = run_noting_the_limit(own, symbol, line);
-  running = "";
+  command_line = "";
   return status;
 }
 
@@ -75,7 +75,7 @@ const std::string& ended_command() { return ended; }
 
 void set_ended_command(const std::string& line) { ended = line; }
 
-const char* running_command() { return running; }
+const char* running_command() { return command_line; }
 
 }  // namespace orvctl
 
