@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <map>
 #include <optional>
 
 #include "tests/sandbox/programs/records.h"
@@ -142,6 +143,7 @@ struct share_field {
   std::string (*get)(const tag_share_config& share);
   void (*set)(tag_share_config& share, const std::string& value);
   form made_of;
+  std::string name;
   const char* reason;
 };
 
@@ -149,7 +151,7 @@ struct share_field {
   {                                                                                               \
     path, write, read, [](const tag_share_config& share) { return std::string(share.field); },    \
         [](tag_share_config& share, const std::string& value) { set_field(share.field, value); }, \
-        form, "" #field ": " reason                                                               \
+        form, #field, reason                                                                      \
   }
 
 const share_field share_fields[] = {
@@ -226,7 +228,7 @@ class read_back : public sandbox_test {
   }
 
   /// Compares what was read with what the values read back as, and counts.
-  void compare(const char* field, const texts& values, form made_of, const texts& got) {
+  void compare(const std::string& field, const texts& values, form made_of, const texts& got) {
     texts wanted;
     texts sources;
     for (const std::string& value : values) {
@@ -246,6 +248,38 @@ class read_back : public sandbox_test {
     written_ += values.size();
   }
 
+  /// At another place others: some of the texts that fit any line.
+  texts some_texts() {
+    texts some;
+    constexpr std::size_t step = 40;
+    const texts all = all_texts();
+    for (std::size_t i = ++places_ * 7 % step; i < all.size(); i += step) {
+      if (all[i].size() <= 40) some.push_back(all[i]);
+    }
+    return some;
+  }
+
+  /// The only share of some files has what they make of the fields of this one.
+  void expect_stored(const tag_share_config& share, const std::vector<std::string>& files) {
+    for (const share_field& field : share_fields) {
+      if (std::find(files.begin(), files.end(), field.path) == files.end()) continue;
+      share_list read;
+      const open_file file(field.path);
+      ASSERT_EQ(field.read(file.number(), read.get()), ORV_OK);
+      texts got;
+      for (const tag_share_config* const one : read.records()) {
+        const std::string text = field.get(*one);
+        got.push_back(field.made_of == as_target ? without_stamp(text) : text);
+      }
+      if (field.path == std::string(exports_path) && share.path[0] != '/') {
+        EXPECT_TRUE(got.empty());
+      } else {
+        compare(field.path + (' ' + field.name), {field.get(share)}, field.made_of, got);
+      }
+    }
+  }
+
+  std::size_t places_ = 0;
   security::shell_stand_in shell_;
   std::size_t written_ = 0;
 };
@@ -271,7 +305,35 @@ TEST_F(read_back, of_every_text_of_a_share) {
       if (field.made_of == as_target) text = without_stamp(text);
       got.push_back(text);
     }
-    compare((std::string(field.path) + ' ' + field.reason).c_str(), values, field.made_of, got);
+    compare(field.path + (' ' + field.name) + ", " + field.reason, values, field.made_of, got);
+  }
+}
+
+/// The operations that change the appliance's list and a service's file together.
+TEST_F(read_back, of_a_share_that_is_added_and_changed) {
+  const std::map<std::string, const char*> files = {
+      {"samba", smb_path}, {"nfs", exports_path}, {"iscsi", ietd_path}};
+  for (const auto& [service, path] : files) {
+    for (const share_field& changed : share_fields) {
+      const bool is_in_both = changed.name != "name" && changed.path == std::string(path);
+      if (!is_in_both && (changed.name != "comment" || changed.path != std::string(shares_path))) {
+        continue;
+      }
+      for (const std::string& text : some_texts()) {
+        for (const char* const file : {shares_path, exports_path, ietd_path})
+          machine.file(file, "");
+        machine.file(smb_path, "[global]\n");
+        tag_share_config share = a_share("a", service);
+        changed.set(share, text);
+        EXPECT_EQ(share_add(&share), ORV_OK);
+        expect_stored(share, {shares_path, path});
+        if (changed.name == "path") continue;  // which stays as it is
+        tag_share_config other = a_share("a", service);
+        EXPECT_EQ(share_mod(&other), ORV_OK);
+        EXPECT_EQ(share_mod(&share), ORV_OK);
+        expect_stored(share, {shares_path, path});
+      }
+    }
   }
 }
 
