@@ -18,7 +18,6 @@
 
 using orv::support::child_settings;
 using orv::support::ending;
-using orv::support::plain_command;
 using orv::support::plain_command_of;
 using orv::support::set_of;
 using orv::support::signals_blocked;
@@ -44,6 +43,7 @@ std::optional<ending> run_program(const char* program, const std::vector<const c
                                   const child_settings& settings, tool_environment& environment,
                                   unsigned limit) {
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (const char* const word : words) arguments.push_back(const_cast<char*>(word));
   arguments.push_back(nullptr);
   pid_t child = 0;
@@ -87,6 +87,7 @@ std::optional<ending> run_without_shell(const char* cmd, unsigned limit) {
   if (!line || !shell_is_dash() || !environment.pass_through_shell()) return std::nullopt;
   const child_settings settings(limit != 0, line->output);
   std::vector<const char*> words;
+  words.reserve(line->words.size());
   for (const std::string& word : line->words) words.push_back(word.c_str());
   const auto made = run_program(words.front(), words, settings, environment, limit);
   if (!made || made->was_ended || made->status == no_status || !WIFSIGNALED(made->status)) {
