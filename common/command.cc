@@ -41,13 +41,10 @@ void append_quoted(secret_text& text, std::string_view value) {
 
 /// Whether a path written behind a folder could leave it, or mean the folder itself.
 bool climbs(std::string_view path) {
-  while (true) {
-    const std::size_t slash = path.find('/');
-    const std::string_view part = path.substr(0, slash);
+  for (const std::string_view part : split(path, "/")) {
     if (part == "." || part == "..") return true;
-    if (slash == path.npos) return false;
-    path.remove_prefix(slash + 1);
   }
+  return false;
 }
 
 /// Appends a value to the word that the text ends with; false when it cannot be part of a word.

@@ -183,18 +183,11 @@ bool companion::is_cut_short(const struct stat& own, std::string_view text,
          is_part_of(wanted, text);
 }
 
-std::optional<secret_text> companion::missing_text(std::string_view text) const {
-  secret_text wanted;
+companion::relation companion::compare(std::string_view text, secret_text& wanted) const {
   struct stat own {};
-  if (!S_ISREG(file_.st_mode) || !read_file(path_.c_str(), wanted, own)) return std::nullopt;
-  if (wanted == text || !is_cut_short(own, text, wanted)) return std::nullopt;
-  return wanted;
-}
-
-bool companion::differs(std::string_view text) const {
-  secret_text wanted;
-  struct stat own {};
-  return read_file(path_.c_str(), wanted, own) && wanted != text;
+  if (!read_file(path_.c_str(), wanted, own)) return relation::unknown;
+  if (wanted == text) return relation::same;
+  return is_cut_short(own, text, wanted) ? relation::cut_short : relation::changed;
 }
 
 unique_file open_whole(const char* path) {
@@ -209,7 +202,11 @@ unique_file open_whole(const char* path) {
   unique_file whole(std::fopen(beside.path().c_str(), "re"));
   if (!whole || have_same_bytes(fileno(file.get()), fileno(whole.get()))) return file;
   secret_text text;
-  if (!read_from_start(fileno(file.get()), text) || !beside.missing_text(text)) return file;
+  secret_text wanted;
+  if (!read_from_start(fileno(file.get()), text) ||
+      beside.compare(text, wanted) != companion::relation::cut_short) {
+    return file;
+  }
   whole.reset(std::fopen(beside.path().c_str(), "re"));
   return whole ? std::move(whole) : std::move(file);
 }

@@ -66,10 +66,11 @@ class companion {
   void begin_again() const;
   void remove() const;
 
-  /// The text that the file ought to have instead of its own; none when it is as it ought to be.
-  std::optional<secret_text> missing_text(std::string_view text) const;
-  /// True when the companion's text is not the file's.
-  bool differs(std::string_view text) const;
+  /// What the file's text is beside the companion's: the same, a part that a kill or a power cut
+  /// left of it, or a change by somebody else; not known where the companion cannot be read.
+  enum class relation { same, cut_short, changed, unknown };
+  /// @param wanted  the companion's text
+  relation compare(std::string_view text, secret_text& wanted) const;
 
  private:
   std::string mark_path() const;

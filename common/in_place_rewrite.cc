@@ -36,6 +36,17 @@ bool is_open_for_writing(int file) {
   return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY;
 }
 
+/// Not known, too, where the file itself cannot be read.
+companion::relation relation_of(int file, const companion& beside, secret_text& wanted) {
+  struct stat examined {};
+  if (!beside.exists() || fstat(file, &examined) != 0) return companion::relation::unknown;
+  const secret_text text = beginning_of(file, examined.st_size);
+  if (text.size() != static_cast<std::size_t>(examined.st_size)) {
+    return companion::relation::unknown;
+  }
+  return beside.compare(text, wanted);
+}
+
 }  // namespace
 
 bool rewrite_in_place(int file, off_t start, std::string_view text) {
@@ -59,18 +70,16 @@ void complete_rewrite(int file) {
   const cleared_stack stack;
   const int reason = errno;
   const companion beside(file);
-  struct stat examined {};
-  if (beside.exists() && fstat(file, &examined) == 0) {
-    const secret_text text = beginning_of(file, examined.st_size);
-    if (const auto missing = beside.missing_text(text)) {
-      if (!beside.begin(*missing)) beside.begin_again();
-      if (overwrite(file, 0, *missing)) beside.finish(file);
-    } else if (beside.differs(text)) {
-      beside.remove();
-    } else if (!beside.is_finished()) {
-      beside.finish(file);
-    }
+  secret_text wanted;
+  const auto found = relation_of(file, beside, wanted);
+  if (found == companion::relation::cut_short) {
+    if (!beside.begin(wanted)) beside.begin_again();
+    if (overwrite(file, 0, wanted)) beside.finish(file);
     lseek(file, 0, SEEK_SET);
+  } else if (found == companion::relation::changed) {
+    beside.remove();
+  } else if (found == companion::relation::same && !beside.is_finished()) {
+    beside.finish(file);
   }
   errno = reason;
 }

@@ -31,7 +31,7 @@ void keep_name(const struct stat& before, const char* path) {
   const std::string file(path);
   const std::string directory = file.substr(0, file.rfind('/') + 1);
   const unique_descriptor opened(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (opened) fsync(opened.get());
+  fsync(opened.get());
 }
 
 }  // namespace

@@ -63,7 +63,7 @@ struct commit {
   std::string kept;
   std::string kept_directory;
   std::string temporary;
-  std::string companion;  ///< of a file that is rewritten in place
+  std::string companion;  ///< of a file that is rewritten in place; empty: not known
   int error = 0;
 };
 
@@ -116,7 +116,7 @@ bool is_same(const std::string& path, int file) {
 /// A file whose text stands on the disk as its companion, by which it is completed after a power
 /// cut, is on the disk itself. A link to the companion is the copy.
 bool keep_companion(const commit& work, int file) {
-  if (work.companion.empty() || !is_same(work.companion, file)) return false;
+  if (!is_same(work.companion, file)) return false;
   unlink(work.temporary.c_str());
   if (link(work.companion.c_str(), work.temporary.c_str()) != 0) return false;
   const bool is_kept = rename(work.temporary.c_str(), work.kept.c_str()) == 0;

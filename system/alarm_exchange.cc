@@ -15,12 +15,14 @@ bool alarm_exchange::wait_for(short event) const {
   return waited.revents != 0;
 }
 
-/// Moves a unit in as many pieces as it takes.
-template <class Move>
-bool alarm_exchange::move_unit(Move move, short event) const {
+/// Moves a unit in as many pieces as it takes, in the direction that the event stands for.
+bool alarm_exchange::move_unit(char* bytes, short event) const {
   std::size_t moved = 0;
   while (moved < sizeof(alarm_unit)) {
-    const ssize_t size = move(moved, sizeof(alarm_unit) - moved);
+    char* const next = bytes + moved;
+    const std::size_t left = sizeof(alarm_unit) - moved;
+    const ssize_t size = event == POLLIN ? recv(socket_, next, left, MSG_DONTWAIT)
+                                         : send(socket_, next, left, MSG_NOSIGNAL | MSG_DONTWAIT);
     if (size > 0) {
       moved += static_cast<std::size_t>(size);
     } else if (size == 0) {
@@ -33,22 +35,12 @@ bool alarm_exchange::move_unit(Move move, short event) const {
   return true;
 }
 
-bool alarm_exchange::send_unit(const alarm_unit& unit) const {
-  const char* const bytes = reinterpret_cast<const char*>(&unit);
-  return move_unit(
-      [&](std::size_t from, std::size_t size) {
-        return send(socket_, bytes + from, size, MSG_NOSIGNAL | MSG_DONTWAIT);
-      },
-      POLLOUT);
+bool alarm_exchange::send_unit(alarm_unit unit) const {
+  return move_unit(reinterpret_cast<char*>(&unit), POLLOUT);
 }
 
 bool alarm_exchange::receive_unit(alarm_unit& unit) const {
-  char* const bytes = reinterpret_cast<char*>(&unit);
-  return move_unit(
-      [&](std::size_t from, std::size_t size) {
-        return recv(socket_, bytes + from, size, MSG_DONTWAIT);
-      },
-      POLLIN);
+  return move_unit(reinterpret_cast<char*>(&unit), POLLIN);
 }
 
 }  // namespace orv

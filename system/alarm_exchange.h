@@ -13,12 +13,11 @@ class alarm_exchange {
  public:
   alarm_exchange(int socket, const deadline& end) : socket_(socket), end_(end) {}
 
-  bool send_unit(const alarm_unit& unit) const;
+  bool send_unit(alarm_unit unit) const;
   bool receive_unit(alarm_unit& unit) const;
 
  private:
-  template <class Move>
-  bool move_unit(Move move, short event) const;
+  bool move_unit(char* bytes, short event) const;
   /// False when the deadline comes before the event.
   bool wait_for(short event) const;
 

@@ -2,62 +2,10 @@
 #include <sys/statvfs.h>
 #include <utime.h>
 
-#include "tests/crash/rewrites.h"
+#include "tests/crash/companion_machine.h"
 #include "tests/crash/traced.h"
 
 using testing::IsEmpty;
-
-namespace {
-
-constexpr char companions[] = "/var/lib/orv/rewrites/";
-
-/// What a power cut and an editor may leave beside a companion.
-class companion_ : public rewrite_test {
- protected:
-  static std::string of(const std::string& path) {
-    struct stat found {};
-    EXPECT_EQ(::stat(path.c_str(), &found), 0);
-    return companions + std::to_string(found.st_dev) + '-' + std::to_string(found.st_ino);
-  }
-  static void write_in_place(const std::string& path, const std::string& text) {
-    const open_file file(path, O_WRONLY | O_TRUNC);
-    EXPECT_EQ(::write(file.number(), text.data(), text.size()), static_cast<ssize_t>(text.size()));
-  }
-  static void add(const std::string& name) {
-    tag_share_config share = a_share(name, "ftp");
-    EXPECT_EQ(share_add(&share), ORV_OK);
-  }
-  /// The time of the file's last change is moved before the end of its rewrite, as far as can be
-  /// seen: the mark says that the rewrite ended later.
-  static void mark_as_finished_later(const std::string& path) {
-    const std::string mark = of(path) + ".done";
-    char target[128] = "";
-    EXPECT_GT(readlink(mark.c_str(), target, sizeof target - 1), 0);
-    std::string text = target;
-    text.replace(text.rfind(' ') + 1, 20, "00000000009999999999");
-    unlink(mark.c_str());
-    EXPECT_EQ(symlink(text.c_str(), mark.c_str()), 0);
-  }
-  /// As if the rewrite had not come to its end.
-  static void unmark(const std::string& path) { unlink((of(path) + ".done").c_str()); }
-  static std::string held(const std::string& path) {
-    const int file = lock_sharefile(path.c_str());
-    EXPECT_GE(file, 0);
-    std::string text(100000, '\0');
-    text.resize(static_cast<std::size_t>(read(file, text.data(), text.size())));
-    close(file);
-    return text;
-  }
-  static sandbox::lines listed_names() {
-    share_list list;
-    EXPECT_EQ(get_shareinfo_from_shareconf(list.get()), ORV_OK);
-    sandbox::lines names;
-    for (const tag_share_config* share : list.records()) names.push_back(share->name);
-    return names;
-  }
-};
-
-}  // namespace
 
 TEST_F(companion_, gives_back_what_a_power_cut_took) {
   shares(listed("old"));

@@ -13,6 +13,8 @@
 #include <mutex>
 #include <stdexcept>
 
+#include "define.h"
+
 namespace sandbox::libc {
 namespace {
 
@@ -47,9 +49,12 @@ constexpr std::string_view functions[] = {"fchown",       "fopen",   "fstat",   
                                           "gettimeofday", "mkstemp", "opendir", "rename",
                                           "stat",         "statfs",  "time",    "uname"};
 
-// Sets errno when this call is to fail.
-bool fails(std::string_view function) {
-  if (!any_machine) return false;
+bool is_known(std::string_view function) {
+  const auto is_it = [&](std::string_view known) { return known == function; };
+  return std::ranges::any_of(functions, is_it) || std::ranges::any_of(failing_calls(), is_it);
+}
+
+bool is_due(std::string_view function) {
   const std::lock_guard lock(state().guard);
   const auto found = state().faults.find(function);
   if (found == state().faults.end()) return false;
@@ -100,7 +105,18 @@ int bent_uname(int result, utsname* found) {
 
 }  // namespace
 
+void want_known(std::string_view function) {
+  if (!is_known(function)) throw std::invalid_argument("no way to bend " + std::string(function));
+}
+
+bool fails(std::string_view function) {
+  if (!any_machine) return false;
+  do_what_comes_before(function);
+  return is_due(function);
+}
+
 void reset() {
+  bend_nothing();
   const std::lock_guard lock(state().guard);
   state().faults.clear();
   state().spaces.clear();
@@ -110,8 +126,7 @@ void reset() {
 }
 
 void fail(std::string_view function, int error, int nth_call) {
-  if (std::find(std::begin(functions), std::end(functions), function) == std::end(functions))
-    throw std::invalid_argument("no way to make " + std::string(function) + " fail");
+  want_known(function);
   const std::lock_guard lock(state().guard);
   state().faults.insert_or_assign(std::string(function), fault{error, nth_call});
 }
@@ -141,15 +156,9 @@ std::string with_templates(std::string text) {
 
 namespace {
 
+using sandbox::libc::bent_stat;
 using sandbox::libc::fails;
-
-// The C library's own function of this name. It is looked up once: a process that was made by clone
-// and shares its memory with a killed one may find the lock of the dynamic linker taken.
-template <auto self, class... arguments>
-auto real(const char* symbol, arguments... values) {
-  static const auto function = reinterpret_cast<decltype(self)>(::dlsym(RTLD_NEXT, symbol));
-  return function(values...);
-}
+using sandbox::libc::real;
 
 template <auto self, class... flags>
 int temp_file(const char* symbol, char* name, flags... values) {
@@ -163,12 +172,6 @@ int temp_file(const char* symbol, char* name, flags... values) {
 
 }  // namespace
 
-// A definition of the C library's `symbol`. The label keeps it clear of the headers, which rename
-// functions for large files and differ in what they declare noexcept.
-#define DEFINE(result, symbol, ...)                                                                \
-  extern "C" __attribute__((visibility("default"))) result own_##symbol(__VA_ARGS__) asm(#symbol); \
-  extern "C" result own_##symbol(__VA_ARGS__)
-
 DEFINE(FILE*, fopen, const char* path, const char* mode) {
   return fails("fopen") ? nullptr : real<own_fopen>("fopen", path, mode);
 }
@@ -181,20 +184,20 @@ DEFINE(DIR*, opendir, const char* path) {
   return fails("opendir") ? nullptr : real<own_opendir>("opendir", path);
 }
 
-DEFINE(int, stat, const char* path, void* found) {
-  return fails("stat") ? -1 : real<own_stat>("stat", path, found);
+DEFINE(int, stat, const char* path, struct stat* found) {
+  return fails("stat") ? -1 : bent_stat(real<own_stat>("stat", path, found), found);
 }
 
-DEFINE(int, stat64, const char* path, void* found) {
-  return fails("stat") ? -1 : real<own_stat64>("stat64", path, found);
+DEFINE(int, stat64, const char* path, struct stat* found) {
+  return fails("stat") ? -1 : bent_stat(real<own_stat64>("stat64", path, found), found);
 }
 
-DEFINE(int, fstat, int file, void* found) {
-  return fails("fstat") ? -1 : real<own_fstat>("fstat", file, found);
+DEFINE(int, fstat, int file, struct stat* found) {
+  return fails("fstat") ? -1 : bent_stat(real<own_fstat>("fstat", file, found), found);
 }
 
-DEFINE(int, fstat64, int file, void* found) {
-  return fails("fstat") ? -1 : real<own_fstat64>("fstat64", file, found);
+DEFINE(int, fstat64, int file, struct stat* found) {
+  return fails("fstat") ? -1 : bent_stat(real<own_fstat64>("fstat64", file, found), found);
 }
 
 DEFINE(int, fchown, int file, uid_t owner, gid_t group) {

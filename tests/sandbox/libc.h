@@ -2,6 +2,9 @@
 /// the C library's, for the shared libraries under test too.
 #pragma once
 
+#include <sys/stat.h>
+
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -18,6 +21,19 @@ void set_disk_space(const std::string& path, const disk_space& space);
 
 /// The text with the names that mkstemp gave out turned back into their templates.
 std::string with_templates(std::string text);
+
+/// Does what is due before this call; true, with `errno`, when it is to fail.
+bool fails(std::string_view function);
+
+/// Names of the functions that only can fail.
+std::span<const std::string_view> failing_calls();
+/// Throws for a function that is none of ours.
+void want_known(std::string_view function);
+
+// Of bend.cc.
+void bend_nothing();
+void do_what_comes_before(std::string_view function);
+int bent_stat(int result, struct stat* found);
 
 /// True while this thread is in code of the sandbox, which stands in a function of the C library.
 bool is_busy();

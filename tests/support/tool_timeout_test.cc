@@ -15,6 +15,7 @@
 #include <string>
 #include <thread>
 
+#include "tests/sandbox/libc.h"
 #include "tests/sandbox/sandbox.h"
 
 using testing::AllOf;
@@ -53,6 +54,7 @@ extern "C" __attribute__((visibility("default"))) long syscall(long number, ...)
 
 extern "C" __attribute__((visibility("default"))) int kill(pid_t to, int signal) noexcept {
   if (signal == SIGKILL && without_sigkill) return 0;
+  if (sandbox::libc::fails("kill")) return -1;
   static const auto own = next(&kill, "kill");
   return own(to, signal);
 }

@@ -1,0 +1,236 @@
+/// What may fail while a file is rewritten in place, completed or read.
+#include <cerrno>
+
+#include "tests/crash/companion_machine.h"
+#include "tests/sandbox/bend.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class companion_faults : public companion_ {
+ protected:
+  /// A list of two, of which the rewrite of the second was cut short by a kill.
+  void SetUp() override {
+    shares(listed("old"));
+    add("new");
+    whole = shares();
+  }
+  void TearDown() override {
+    EXPECT_THAT(machine.open_descriptors(), IsEmpty());
+    EXPECT_THAT(helpers(), IsEmpty());
+  }
+  void cut(const std::string& left) {
+    utimensat(AT_FDCWD, of(shares_path).c_str(), nullptr, 0);
+    unmark(shares_path);
+    write_in_place(shares_path, left);
+  }
+  std::string torn() const { return whole.substr(0, 60); }
+  std::string holes() const { return whole.substr(0, 60) + std::string(20, '\0'); }
+  /// The same size, and in the middle something else.
+  std::string edited() const { return std::string(whole).replace(60, 3, "xyz"); }
+  /// Changes the list by a rewrite that nothing stands beside; it is done and committed all the
+  /// same.
+  void expect_changed_without_companion() {
+    add("more");
+    EXPECT_EQ(shares(), whole + listed("more", "ftp"));
+    EXPECT_TRUE(is_committed(shares_path));
+    EXPECT_FALSE(machine.exists(of(shares_path)));
+  }
+
+  std::string whole;
+};
+
+}  // namespace
+
+TEST_F(companion_faults, holes_that_a_kill_left_are_filled) {
+  cut(holes());
+  EXPECT_THAT(listed_names(), ElementsAre("old", "new"));
+  EXPECT_EQ(held(shares_path), whole);
+}
+
+TEST_F(companion_faults, change_of_the_same_time_is_a_loss_only_when_it_may_be_one) {
+  for (const std::string& lost : {torn(), holes(), std::string()}) {
+    write_in_place(shares_path, lost);
+    mark_as_finished_now(shares_path);
+    EXPECT_EQ(held(shares_path), whole);
+  }
+  write_in_place(shares_path, edited());
+  mark_as_finished_now(shares_path);
+  EXPECT_EQ(held(shares_path), edited());
+  EXPECT_FALSE(machine.exists(of(shares_path)));
+}
+
+TEST_F(companion_faults, kill_is_told_from_a_change_where_times_are_whole_seconds) {
+  sandbox::know_whole_seconds_only();
+  for (const std::string& left : {torn(), holes()}) {
+    cut(left);
+    EXPECT_THAT(listed_names(), ElementsAre("old", "new"));
+    EXPECT_EQ(held(shares_path), whole);
+  }
+  cut(edited());
+  EXPECT_EQ(held(shares_path), edited());
+}
+
+TEST_F(companion_faults, reader_takes_a_change_by_hand_as_it_is) {
+  cut(edited());
+  EXPECT_THAT(listed_names(), ElementsAre("old", "new"));
+  EXPECT_EQ(shares(), edited());
+  cut(listed("mine"));
+  EXPECT_THAT(listed_names(), ElementsAre("mine"));
+  cut(whole + listed("mine"));
+  EXPECT_THAT(listed_names(), ElementsAre("old", "new", "mine"));
+}
+
+TEST_F(companion_faults, reader_takes_what_it_cannot_compare_as_it_is) {
+  cut(listed("old"));
+  machine.fail("stat", EIO, 1);
+  listed_names();
+  for (const int nth : {2, 3, 4}) {
+    machine.fail("fopen", EMFILE, nth);
+    const sandbox::lines names = listed_names();
+    EXPECT_TRUE(names == sandbox::lines({"old"}) || names == sandbox::lines({"old", "new"})) << nth;
+  }
+  EXPECT_EQ(shares(), listed("old")) << "readers change nothing";
+}
+
+TEST_F(companion_faults, file_that_cannot_be_read_again_is_read_as_it_is) {
+  cut(listed("old"));
+  for (const int nth : {1, 2, 3, 4}) {
+    machine.fail("fread", EIO, nth);
+    share_list list;
+    const int result = get_shareinfo_from_shareconf(list.get());
+    EXPECT_TRUE(result == ORV_OK) << nth << ' ' << result;
+  }
+  EXPECT_EQ(shares(), listed("old"));
+}
+
+TEST_F(companion_faults, completion_whose_companion_cannot_be_read_is_left_to_the_next) {
+  cut(torn());
+  machine.fail("fopen", EMFILE);
+  EXPECT_EQ(held(shares_path), torn());
+  machine.fail("fopen", EMFILE, 1000);
+  EXPECT_TRUE(machine.exists(of(shares_path)));
+}
+
+TEST_F(companion_faults, completion_without_room_for_another_companion_uses_the_old_one) {
+  cut(torn());
+  machine.fail("rename", ENOSPC, 1);
+  EXPECT_EQ(held(shares_path), whole);
+}
+
+TEST_F(companion_faults, completion_that_cannot_be_written_is_left_to_the_next) {
+  cut(torn());
+  machine.fail("ftruncate", EIO, 1);
+  EXPECT_EQ(held(shares_path), torn());
+  EXPECT_EQ(held(shares_path), whole);
+}
+
+TEST_F(companion_faults, beginning_is_read_in_as_many_pieces_as_it_takes) {
+  cut(torn());
+  machine.fail("pread", EINTR, 1);
+  EXPECT_EQ(held(shares_path), whole);
+}
+
+// It may hold somebody's change.
+TEST_F(companion_faults, completion_of_a_file_that_cannot_be_read_is_left_to_the_next) {
+  cut(torn());
+  machine.fail("pread", EIO, 1);
+  EXPECT_EQ(held(shares_path), torn());
+  EXPECT_EQ(held(shares_path), whole);
+}
+
+TEST_F(companion_faults, completion_of_a_file_that_cannot_be_examined_is_left_to_the_next) {
+  cut(torn());
+  // Once to see that it was not replaced, twice before it is completed, and then its companion.
+  for (const int nth : {2, 3, 4}) {
+    machine.fail("fstat", EIO, nth);
+    EXPECT_EQ(held(shares_path), torn()) << nth;
+    EXPECT_TRUE(machine.exists(of(shares_path)));
+  }
+  machine.fail("fstat", EIO, 1);
+  EXPECT_EQ(held(shares_path), whole);
+}
+
+TEST_F(companion_faults, change_needs_no_companion) {
+  machine.fail("rename", EIO, 1);
+  expect_changed_without_companion();
+}
+
+TEST_F(companion_faults, change_needs_no_descriptor_to_sweep) {
+  machine.remove(of(shares_path));
+  machine.fail("opendir", EMFILE, 1);
+  add("more");
+  EXPECT_EQ(shares(), whole + listed("more", "ftp"));
+  EXPECT_TRUE(machine.exists(of(shares_path)));
+}
+
+TEST_F(companion_faults, companion_that_was_finished_just_now_is_not_swept) {
+  machine.file("/var/lib/orv/rewrites/7-7", "of another file");
+  machine.link("/var/lib/orv/rewrites/7-7.done", "its mark");
+  machine.remove(of(shares_path));
+  add("more");
+  EXPECT_TRUE(machine.exists("/var/lib/orv/rewrites/7-7"));
+  EXPECT_TRUE(machine.exists("/var/lib/orv/rewrites/7-7.done"));
+}
+
+TEST_F(companion_faults, companion_of_another_file_is_swept_a_day_after_it_was_finished) {
+  machine.file("/var/lib/orv/rewrites/7-7", "of another file");
+  machine.link("/var/lib/orv/rewrites/7-7.done", "its mark");
+  const timespec long_ago[] = {{1000000, 0}, {1000000, 0}};
+  ASSERT_EQ(utimensat(AT_FDCWD, "/var/lib/orv/rewrites/7-7.done", long_ago, AT_SYMLINK_NOFOLLOW),
+            0);
+  machine.remove(of(shares_path));
+  add("more");
+  EXPECT_FALSE(machine.exists("/var/lib/orv/rewrites/7-7"));
+  EXPECT_FALSE(machine.exists("/var/lib/orv/rewrites/7-7.done"));
+}
+
+TEST_F(companion_faults, what_a_killed_process_left_is_swept_after_a_day) {
+  const std::string half = "/var/lib/orv/rewrites/7-7.new";
+  machine.file(half, "half");
+  const timespec long_ago[] = {{1000000, 0}, {1000000, 0}};
+  ASSERT_EQ(utimensat(AT_FDCWD, half.c_str(), long_ago, 0), 0);
+  machine.remove(of(shares_path));
+  add("more");
+  EXPECT_FALSE(machine.exists(half));
+}
+
+TEST_F(companion_faults, end_of_a_section_that_cannot_be_kept_is_no_reason_to_refuse) {
+  machine.file(smb_path, global + offered("old"));
+  for (const auto& [error, is_kept] : {std::pair(EINTR, true), std::pair(EIO, false)}) {
+    share_list list;
+    list.add(a_share("s"));
+    const open_file file(smb_path);
+    machine.fail("pread", error, 2);  // once to find the sections
+    EXPECT_EQ(put_share_to_smb(file.number(), list.get()), ORV_OK);
+    EXPECT_EQ(machine.read(smb_path), global + offered("s"));
+    EXPECT_EQ(machine.exists(of(smb_path)), is_kept);
+  }
+}
+
+TEST_F(companion_faults, interrupted_writing_goes_on) {
+  machine.fail("write", EINTR, 1);
+  add("more");
+  EXPECT_EQ(shares(), whole + listed("more", "ftp"));
+}
+
+TEST_F(companion_faults, descriptor_that_is_none_is_refused) {
+  share_list list;
+  list.add(a_share("s"));
+  EXPECT_EQ(put_share_to_conf(-1, list.get()), ORV_E_SHARE_WRITE);
+}
+
+TEST_F(companion_faults, nothing_stands_beside_what_cannot_be_rewritten) {
+  share_list list;
+  list.add(a_share("s"));
+  const open_file closed(shares_path, O_RDONLY);
+  EXPECT_EQ(put_share_to_conf(closed.number(), list.get()), ORV_E_SHARE_WRITE);
+  EXPECT_EQ(shares(), whole);
+  EXPECT_FALSE(machine.exists(of(shares_path)));
+  const sandbox::lines before = machine.list("/var/lib/orv/rewrites");
+  const open_file device("/dev/full", O_RDWR);
+  EXPECT_EQ(put_share_to_conf(device.number(), list.get()), ORV_E_SHARE_WRITE);
+  EXPECT_EQ(machine.list("/var/lib/orv/rewrites"), before);
+}

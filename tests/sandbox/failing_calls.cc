@@ -1,0 +1,127 @@
+/// Functions of the C library that a test can make fail, and that are bent in no other way. A test
+/// program that bends one of them itself takes its own definition.
+#include <dirent.h>
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/socket.h>
+
+#include <csignal>
+#include <cstdio>
+
+#include "define.h"
+#include "libc.h"
+
+namespace sandbox::libc {
+namespace {
+
+constexpr std::string_view functions[] = {
+    "clone", "connect", "fallocate", "fchmod", "fcntl", "fdopen",   "flock",   "fread", "ftruncate",
+    "kill",  "pread",   "readdir",   "read",   "recv",  "sendfile", "waitpid", "write"};
+
+// The threads of the sandbox and of the test's own daemons go on undisturbed.
+constinit thread_local bool is_under_test = false;
+
+}  // namespace
+
+std::span<const std::string_view> failing_calls() {
+  is_under_test = true;
+  return functions;
+}
+
+bool fails_here(std::string_view function) { return is_under_test && fails(function); }
+
+}  // namespace sandbox::libc
+
+namespace {
+
+using sandbox::libc::fails_here;
+using sandbox::libc::real;
+
+}  // namespace
+
+#define DEFINE_FAILING(result, name, symbol, parameters, ...)                                     \
+  extern "C" __attribute__((visibility("default"), weak))                                         \
+  result own_##symbol parameters asm(#symbol);                                                    \
+  extern "C" result own_##symbol parameters {                                                     \
+    return fails_here(name) ? static_cast<result>(-1) : real<own_##symbol>(#symbol, __VA_ARGS__); \
+  }
+
+DEFINE_FAILING(int, "connect", connect, (int file, const sockaddr* to, socklen_t size), file, to,
+               size)
+DEFINE_FAILING(int, "fallocate", fallocate, (int file, int mode, off_t at, off_t size), file, mode,
+               at, size)
+DEFINE_FAILING(int, "fallocate", fallocate64, (int file, int mode, off_t at, off_t size), file,
+               mode, at, size)
+DEFINE_FAILING(int, "fchmod", fchmod, (int file, mode_t mode), file, mode)
+DEFINE_FAILING(int, "flock", flock, (int file, int operation), file, operation)
+DEFINE_FAILING(int, "ftruncate", ftruncate, (int file, off_t size), file, size)
+DEFINE_FAILING(int, "ftruncate", ftruncate64, (int file, off_t size), file, size)
+DEFINE_FAILING(int, "kill", kill, (pid_t process, int signal), process, signal)
+DEFINE_FAILING(ssize_t, "pread", pread, (int file, void* to, size_t size, off_t at), file, to, size,
+               at)
+DEFINE_FAILING(ssize_t, "pread", pread64, (int file, void* to, size_t size, off_t at), file, to,
+               size, at)
+DEFINE_FAILING(ssize_t, "read", read, (int file, void* to, size_t size), file, to, size)
+DEFINE_FAILING(ssize_t, "recv", recv, (int file, void* to, size_t size, int flags), file, to, size,
+               flags)
+DEFINE_FAILING(ssize_t, "sendfile", sendfile, (int to, int from, off_t* at, size_t size), to, from,
+               at, size)
+DEFINE_FAILING(ssize_t, "sendfile", sendfile64, (int to, int from, off_t* at, size_t size), to,
+               from, at, size)
+DEFINE_FAILING(pid_t, "waitpid", waitpid, (pid_t child, int* status, int options), child, status,
+               options)
+DEFINE_FAILING(ssize_t, "write", write, (int file, const void* from, size_t size), file, from, size)
+
+#define DEFINE_WEAK(result, symbol, ...)                  \
+  extern "C" __attribute__((visibility("default"), weak)) \
+  result own_##symbol(__VA_ARGS__) asm(#symbol);          \
+  extern "C" result own_##symbol(__VA_ARGS__)
+
+// Of fcntl(2) only locks fail: descriptors are asked for their flags everywhere.
+bool lock_fails(int command) {
+  return (command == F_SETLK || command == F_GETLK) && fails_here("fcntl");
+}
+
+DEFINE_WEAK(int, fcntl, int file, int command, void* value) {
+  return lock_fails(command) ? -1 : real<own_fcntl>("fcntl", file, command, value);
+}
+
+DEFINE_WEAK(int, fcntl64, int file, int command, void* value) {
+  return lock_fails(command) ? -1 : real<own_fcntl64>("fcntl64", file, command, value);
+}
+
+DEFINE_WEAK(FILE*, fdopen, int file, const char* mode) {
+  return fails_here("fdopen") ? nullptr : real<own_fdopen>("fdopen", file, mode);
+}
+
+DEFINE_WEAK(dirent*, readdir, DIR* directory) {
+  return fails_here("readdir") ? nullptr : real<own_readdir>("readdir", directory);
+}
+
+DEFINE_WEAK(dirent*, readdir64, DIR* directory) {
+  return fails_here("readdir") ? nullptr : real<own_readdir64>("readdir64", directory);
+}
+
+// One item is read before the error. The flag that ferror(3) asks for is set as the C library does.
+size_t as_failed(FILE* stream, size_t got) {
+  stream->_flags |= _IO_ERR_SEEN;
+  return got;
+}
+
+DEFINE_WEAK(size_t, fread, void* to, size_t size, size_t count, FILE* stream) {
+  const bool is_failing = fails_here("fread");
+  const size_t got = real<own_fread>("fread", to, size, is_failing ? 1 : count, stream);
+  return is_failing ? as_failed(stream, got) : got;
+}
+
+DEFINE_WEAK(size_t, fread_unlocked, void* to, size_t size, size_t count, FILE* stream) {
+  const bool is_failing = fails_here("fread");
+  const size_t got =
+      real<own_fread_unlocked>("fread_unlocked", to, size, is_failing ? 1 : count, stream);
+  return is_failing ? as_failed(stream, got) : got;
+}
+
+// Its further arguments are not used here.
+DEFINE_WEAK(int, clone, int (*run)(void*), void* stack, int flags, void* argument) {
+  return fails_here("clone") ? -1 : real<own_clone>("clone", run, stack, flags, argument);
+}
