@@ -11,11 +11,6 @@
 namespace orv {
 
 int smart_output::read(const command& line, int unreadable, const char* function, int at) {
-  if (line.error() != 0) {
-    errno = line.error();
-    log_not_run(line);
-    return ORV_E_COMMAND;
-  }
   constexpr int not_started = -1;
   const int status = output_.try_fill(line);
   if (status == not_started) check_memory();
@@ -23,6 +18,7 @@ int smart_output::read(const command& line, int unreadable, const char* function
     liborv_log_error("cannot stat %s for '%s'\n", path().c_str(), std::strerror(errno));
     return ORV_E_COMMAND;
   }
+  if (line.error() != 0) return ORV_E_COMMAND;
   file_ = output_.open();
   if (file_) return ORV_OK;
   log_failure(status, function, at);

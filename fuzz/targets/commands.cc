@@ -74,6 +74,19 @@ void check_words(const std::string& first, const std::string& second) {
   EXPECT(!first.starts_with('-') && !second.starts_with('-'));
 }
 
+/// A value that begins a list of words may be no option, and one that cannot be a word spoils it.
+void check_first_word(const std::string& first, const std::string& second) {
+  const auto is_word = [](const std::string& text) { return !text.empty() && text[0] != '-'; };
+  orv::word_list list;
+  list.add("", first);
+  EXPECT(list.usable() == is_word(first));
+  list.add("", second);
+  EXPECT(list.usable() == (is_word(first) && is_word(second)));
+  orv::word_list joined;
+  joined.add("--name=", first);
+  EXPECT(joined.usable() == !first.empty());
+}
+
 void check_password(const std::string& password) {
   const orv::command line("echo -e \"%s\"", orv::echoed_password{password});
   EXPECT(std::string_view(line.logged_text()) == "echo -e \"***\"");
@@ -89,5 +102,6 @@ FUZZ_TARGET(commands, in) {
   const std::string first = in.word();
   const std::string second = in.word();
   check_words(first, second);
+  check_first_word(first, second);
   check_password(first);
 }

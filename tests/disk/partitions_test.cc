@@ -34,6 +34,16 @@ TEST_F(partitions, of_real_machines_list_their_disks) {
   }
 }
 
+TEST_F(partitions, that_cannot_be_read_to_their_end_are_reported) {
+  machine.file("/proc/partitions", "   8        0  976762584 sda\n");
+  machine.fail("fread", EIO, 1);
+  EXPECT_EQ(get_diskinfo_from_partitions(&list), ORV_E_PARTITIONS);
+  EXPECT_THAT(disks(), IsEmpty());
+  EXPECT_EQ(machine.output(), "cannot open /proc/partitions");
+  EXPECT_EQ(machine.log(), "get_diskinfo_from_partitions:N return -1020 with Input/output error\n");
+  EXPECT_THAT(machine.open_descriptors(), IsEmpty());
+}
+
 TEST_F(partitions, lines_that_are_empty_or_cut_list_nothing) {
   machine.file("/proc/partitions", "\n \t\n8 0 976762584\n8 0 1 sd1\n8\n8 0 1 s");
   EXPECT_EQ(get_diskinfo_from_partitions(&list), ORV_OK);

@@ -37,6 +37,8 @@ class md_sysfs : public machine_with_disks {
     return get_raid_disks("/sys/raid_disks");
   }
 
+  void expect_told(const char* function, int error, int result, int usual_calls);
+
   static sandbox::lines items(const std::string& list) {
     sandbox::lines all(1);
     for (const char c : list) {
@@ -144,6 +146,43 @@ TEST_F(md_sysfs, array_without_a_directory_is_printed_and_logged) {
                   "get_mdinfo_from_sysblock:N return -1032 with No such file or directory\n"));
   EXPECT_THAT(machine.open_descriptors(), IsEmpty());
   EXPECT_EQ(get_mdinfo_from_sysblock(nullptr), ORV_E_FAILED);
+}
+
+TEST_F(md_sysfs, member_that_went_away_is_lost) {
+  put_members("md0", 2, {{"sda"}, {"sdb"}, {"sdc"}, {"sdd"}});
+  machine.remove("/sys/block/md0/md/dev-sdb");
+  machine.directory("/sys/block/md0/md/dev-sdb");  // without a state
+  machine.remove("/sys/block/md0/md/dev-sdc");
+  machine.file("/sys/block/md0/md/dev-sdc", "");
+  md_list list;
+  tag_md_info& md = list.add("md0");
+  EXPECT_EQ(get_mdinfo_from_sysblock(list.get()), ORV_OK);
+  EXPECT_THAT(items(md.disks), UnorderedElementsAre("sda", "sdb", "sdc", "sdd"));
+}
+
+/// What a getter says when the n-th call of a function fails, for every n until it succeeds.
+void md_sysfs::expect_told(const char* function, int error, int result, int usual_calls) {
+  int told = 0;
+  for (int nth = 1; nth <= usual_calls; ++nth) {
+    md_list list;
+    tag_md_info& md = list.add("md0");
+    liborv_strncpy(md.level, sizeof md.level, "raid5");
+    liborv_strncpy(md.state, sizeof md.state, "clean");
+    machine.fail(function, error, nth);
+    const int got = get_mdinfo_from_sysblock(list.get());
+    EXPECT_TRUE(got == ORV_OK || got == result) << nth << ' ' << got;
+    EXPECT_TRUE(got != ORV_OK || error == ENODEV || std::string(md.state) == "clean") << nth;
+    if (got != ORV_OK) ++told;
+    EXPECT_THAT(machine.open_descriptors(), IsEmpty());
+  }
+  EXPECT_EQ(told > 0, result != ORV_OK) << function;
+}
+
+TEST_F(md_sysfs, member_whose_state_cannot_be_read_just_now_is_no_lost_one) {
+  put_members("md0", 3, {{"sda"}, {"sdb"}, {"sdc"}});
+  expect_told("fopen", EMFILE, ORV_E_MD_SYSFS, 30);
+  expect_told("fopen", ENODEV, ORV_OK, 30);
+  expect_told("readdir", EIO, ORV_E_MD_SYSFS, 30);
 }
 
 TEST_F(md_sysfs, state_words_have_numbers) {

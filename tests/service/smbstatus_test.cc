@@ -41,6 +41,13 @@ TEST_F(smbstatus, lists_clients_with_address_share_and_user) {
   EXPECT_THAT(machine.commands(), ElementsAre(smbstatus_command));
 }
 
+TEST_F(smbstatus, leaves_clients_of_other_services_in_the_list_alone) {
+  orv::append(connections.get());  // nothing is known of it yet
+  machine.tool("smbstatus").prints("");
+  EXPECT_EQ(get_conninfo_from_smbstatus(connections.get()), ORV_OK);
+  EXPECT_THAT(listed(), ElementsAre("|||"));
+}
+
 TEST_F(smbstatus, shows_the_first_of_several_shares) {
   EXPECT_THAT(clients_of("12 user1 users pc-7 (10.11.0.7)\n",
                          "IPC$ 12 pc-7\ndata 12 pc-7\nbackup 12 pc-7\nIPC$ 12 pc-7\n"),

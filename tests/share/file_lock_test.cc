@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include "tests/sandbox/bend.h"
 #include "tests/share/share_machine.h"
 
 using file_lock = share_test;
@@ -129,4 +130,66 @@ TEST_F(file_lock, test_tells_the_holder_of_a_range) {
   EXPECT_EQ(lock_reg(file.number(), F_SETLK, F_WRLCK, 0, SEEK_SET, 0), -1);
   EXPECT_EQ(lock_reg(file.number(), F_SETLK, F_WRLCK, 15, SEEK_SET, 0), 0);
   EXPECT_EQ(unlock_file(-1), -1);
+}
+
+/// What an editor does, or who puts a kept copy back.
+static void replace_exports() {
+  const open_file made("/etc/exports.new");
+  EXPECT_EQ(rename("/etc/exports.new", "/etc/exports"), 0);
+}
+
+TEST_F(file_lock, is_taken_of_the_file_that_was_put_in_its_place) {
+  machine.file("/etc/exports", "old");
+  sandbox::before("stat", replace_exports);
+  const int file = lock_sharefile("/etc/exports");
+  ASSERT_GE(file, 0);
+  struct stat locked {};
+  struct stat found {};
+  EXPECT_EQ(fstat(file, &locked), 0);
+  EXPECT_EQ(stat("/etc/exports", &found), 0);
+  EXPECT_EQ(locked.st_ino, found.st_ino);
+  close(file);
+  EXPECT_THAT(machine.open_descriptors(), testing::IsEmpty());
+}
+
+TEST_F(file_lock, is_taken_of_the_file_on_another_disk_that_was_put_in_its_place) {
+  machine.file("/etc/exports", "old");
+  machine.mount_tmpfs("/other");
+  machine.file("/other/exports", "new");
+  sandbox::before("stat", [] {
+    EXPECT_EQ(unlink("/etc/exports"), 0);
+    EXPECT_EQ(symlink("/other/exports", "/etc/exports"), 0);
+  });
+  const int file = lock_sharefile("/etc/exports");
+  char text[4] = "";
+  EXPECT_EQ(read(file, text, 3), 3);
+  EXPECT_STREQ(text, "new");
+  close(file);
+}
+
+static int replacements = 0;
+
+static void replace_exports_again() {
+  ++replacements;
+  replace_exports();
+  sandbox::before("stat", replace_exports_again);
+}
+
+TEST_F(file_lock, is_taken_of_a_file_that_is_replaced_all_the_time) {
+  replacements = 0;
+  sandbox::before("stat", replace_exports_again);
+  const int file = lock_sharefile("/etc/exports");
+  EXPECT_GE(file, 0);
+  EXPECT_EQ(replacements, 10);
+  close(file);
+}
+
+TEST_F(file_lock, that_cannot_be_asked_for_or_made_is_refused) {
+  for (const int nth : {1, 2, 3}) {
+    machine.fail("fcntl", ENOLCK, nth);
+    errno = 0;
+    EXPECT_EQ(lock_sharefile("/etc/exports"), -2062) << nth;
+    EXPECT_EQ(errno, ENOLCK) << nth;
+  }
+  EXPECT_THAT(machine.open_descriptors(), testing::IsEmpty());
 }

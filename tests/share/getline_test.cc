@@ -25,6 +25,11 @@ TEST_F(getline_test, gives_positions_plus_one_and_zero_at_the_end) {
   EXPECT_THAT(lines_of("ab\n\nc\n", 10, 4), ElementsAre("3:ab", "1:", "2:c", "0:???????????????"));
 }
 
+TEST_F(getline_test, goes_on_when_it_is_interrupted) {
+  machine.fail("read", EINTR, 2);
+  EXPECT_THAT(lines_of("ab\nc\n", 10, 2), ElementsAre("3:ab", "2:c"));
+}
+
 TEST_F(getline_test, loses_what_was_read_of_a_last_line_without_end) {
   EXPECT_THAT(lines_of("ab\ncd", 10, 2), ElementsAre("3:ab", "0:cd?????????????"));
 }

@@ -173,6 +173,40 @@ TEST_F(odd_values, in_recycle_files_add_no_share_and_name_the_same_one) {
   }
 }
 
+TEST_F(odd_values, of_user_lists_are_cut_only_between_users) {
+  for (const std::string separator : {",", " "}) {
+    for (std::size_t first = 200; first < 250; ++first) {
+      const std::string users = std::string(first, 'u') + separator + std::string(254 - first, 'v');
+      machine.file(smb_path, global);
+      machine.file(shares_path, "");
+      tag_share_config share = a_share("a");
+      set_field(share.valid_users, users);
+      EXPECT_EQ(share_add(&share), ORV_OK);
+      const std::string text = smb();
+      const std::string written = text.substr(text.find("valid users = ") + 14);
+      const std::string value = written.substr(0, written.find('\n'));
+      const bool is_whole = value == users.substr(0, first);
+      EXPECT_TRUE(is_whole || (first > value.size() && users.starts_with(value))) << first << value;
+    }
+  }
+}
+
+TEST_F(odd_values, of_a_list_of_one_long_user_are_cut_in_the_midst) {
+  const std::string user(255, 'u');
+  for (const std::string& users : {user, "," + user.substr(1)}) {
+    machine.file(smb_path, global);
+    machine.file(shares_path, "");
+    tag_share_config share = a_share("a");
+    set_field(share.valid_users, users);
+    EXPECT_EQ(share_add(&share), ORV_OK);
+    const std::string text = smb();
+    const std::string written = text.substr(text.find("valid users = ") + 14);
+    const std::string value = written.substr(0, written.find('\n'));
+    EXPECT_GT(value.size(), 200U);
+    EXPECT_TRUE(users.starts_with(value)) << value;
+  }
+}
+
 TEST_F(odd_values, of_user_lists_end_at_a_whole_user) {
   std::string users = "user00";
   for (int i = 1; users.size() < 248; ++i) users += ",user" + std::to_string(10 + i);

@@ -11,6 +11,7 @@
 #include <chrono>
 #include <thread>
 
+#include "tests/sandbox/bend.h"
 #include "tests/system/alarm_daemon.h"
 
 using testing::AllOf;
@@ -210,6 +211,30 @@ TEST_F(alarm_patience, connection_is_as_patient_as_the_question) {
   EXPECT_THAT(seconds, AllOf(Ge(1), Le(1.5)));
   close(ends[0]);
   close(ends[1]);
+}
+
+TEST_F(alarm_patience, interrupted_answer_is_read_to_its_end) {
+  int ends[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+  ASSERT_TRUE(sends(ends[1], header(1) + header('x')));
+  machine.fail("recv", EINTR, 2);
+  EXPECT_EQ(alarm_socket_get(&list, ends[0]), ORV_OK);
+  EXPECT_EQ(alarms().size(), 1U);
+  close(ends[0]);
+  close(ends[1]);
+}
+
+TEST_F(alarm_patience, interrupted_connecting_goes_on_until_the_end) {
+  const rude_daemon daemon(nullptr);
+  machine.fail("connect", EINTR, 1);
+  const int socket = alarm_socket_open();
+  EXPECT_GE(socket, 0);
+  close(socket);
+  machine.fail("connect", EINTR);
+  sandbox::hasten(std::chrono::seconds(7));
+  EXPECT_EQ(alarm_socket_open(), ORV_E_ALARM_CONNECT);
+  EXPECT_EQ(machine.log(),
+            "Could not connect to socket /dev/alarm.socket for 'Connection timed out'");
 }
 
 TEST_F(alarm_patience, connection_that_was_opened_waits_as_its_owner_wants) {

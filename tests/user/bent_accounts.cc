@@ -10,6 +10,8 @@
 #include <ctime>
 #include <utility>
 
+#include "tests/sandbox/libc.h"
+
 namespace {
 
 bool crypt_is_bent = false;
@@ -67,6 +69,7 @@ DEFINE(char*, crypt_r, const char* password, const char* setting, void* room) {
 
 DEFINE(int, fchmod, int file, mode_t mode) {
   if (fchmod_action != nullptr) std::exchange(fchmod_action, nullptr)();
+  if (sandbox::libc::fails("fchmod")) return -1;
   return real(own_fchmod, "fchmod")(file, mode);
 }
 

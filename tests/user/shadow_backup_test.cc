@@ -6,6 +6,7 @@
 
 #include "tests/user/user_machine.h"
 
+using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
@@ -75,6 +76,31 @@ TEST_F(shadow_backup, reports_a_stream_that_cannot_be_read) {
 TEST_F(shadow_backup, reports_a_full_disk) {
   machine.mount_tmpfs("/small", "size=4k");
   EXPECT_EQ(create_backup("/small/backup", source()), 1);
+}
+
+TEST_F(shadow_backup, reports_a_full_disk_when_the_last_of_it_is_written) {
+  machine.mount_tmpfs("/small", "size=4k");
+  machine.file("/small/rest", std::string(4096, 'x'));
+  machine.file("/etc/source", "short\n");
+  EXPECT_EQ(create_backup("/small/backup", source()), 1);
+}
+
+TEST_F(shadow_backup, reports_a_backup_that_cannot_be_closed_or_emptied) {
+  FILE* const stream = source();
+  machine.file("/etc/backup", "old", 0666);
+  machine.fail("fdopen", ENOMEM, 1);
+  EXPECT_EQ(create_backup("/etc/backup", stream), 1);
+  machine.fail("fstat", EIO, 2);
+  EXPECT_EQ(create_backup("/etc/backup", stream), 1);
+  machine.fail("fchmod", EROFS, 1);
+  EXPECT_EQ(create_backup("/etc/backup", stream), 1);
+  machine.fail("ftruncate", EIO, 1);
+  EXPECT_EQ(create_backup("/etc/backup", stream), 1);
+  EXPECT_EQ(machine.read("/etc/backup"), "old");
+  EXPECT_THAT(machine.open_descriptors(), ElementsAre(testing::EndsWith(" /etc/source")));
+  EXPECT_EQ(create_backup("/etc/backup", stream), 0);
+  EXPECT_EQ(machine.read("/etc/backup"), content);
+  EXPECT_EQ(machine.mode("/etc/backup"), 0644U);
 }
 
 TEST_F(shadow_backup, refuses_a_missing_argument) {

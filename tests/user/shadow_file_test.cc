@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 
+#include "tests/sandbox/bend.h"
 #include "tests/user/bent_accounts.h"
 #include "tests/user/user_machine.h"
 
@@ -14,14 +15,14 @@ using testing::IsEmpty;
 using testing::MatchesRegex;
 
 namespace {
-/// A process of somebody else that holds a record lock on a byte of the shadow file.
+/// A process of somebody else that holds a record lock on a byte of a file.
 class lock_holder {
  public:
-  explicit lock_holder(short kind, off_t byte = 0) {
+  explicit lock_holder(short kind, off_t byte = 0, const char* path = "/etc/shadow") {
     int ready[2];
     EXPECT_EQ(::pipe2(ready, O_CLOEXEC), 0);
     child_ = ::fork();
-    if (child_ == 0) hold(kind, byte, ready[1]);
+    if (child_ == 0) hold(kind, byte, path, ready[1]);
     ::close(ready[1]);
     char locked = 0;
     EXPECT_EQ(::read(ready[0], &locked, 1), 1);
@@ -35,13 +36,13 @@ class lock_holder {
   lock_holder& operator=(const lock_holder&) = delete;
 
  private:
-  [[noreturn]] static void hold(short kind, off_t byte, int ready) {
+  [[noreturn]] static void hold(short kind, off_t byte, const char* path, int ready) {
     struct flock lock {};
     lock.l_type = kind;
     lock.l_whence = SEEK_SET;
     lock.l_start = byte;
     lock.l_len = 1;
-    const int file = ::open("/etc/shadow", O_RDWR | O_CLOEXEC);
+    const int file = ::open(path, O_RDWR | O_CLOEXEC);
     if (file < 0 || ::fcntl(file, F_SETLK, &lock) != 0 || ::write(ready, "x", 1) != 1) ::_exit(1);
     for (;;) ::pause();
   }
@@ -255,6 +256,50 @@ TEST_F(locked_shadow_file, is_locked_only_as_long_as_it_is_changed) {
   EXPECT_EQ(add("bob", "secret"), ORV_OK);
   const lock_holder other(F_WRLCK);
   EXPECT_EQ(sys_user_validpwd("bob", "secret"), ORV_OK);
+}
+
+// `lckpwdf`, which all programs take that change accounts.
+class locked_accounts : public locked_shadow_file {
+ protected:
+  static constexpr char path[] = "/etc/.pwd.lock";
+
+  void expect_changed() {
+    EXPECT_EQ(add("bob", "secret"), ORV_OK);
+    EXPECT_EQ(shadow(), "bob:" + hash_of("bob") + ":19900:0:99999:7:::\n");
+  }
+  void SetUp() override { adduser_writes("bob:!:19900:0:99999:7:::\n"); }
+};
+
+TEST_F(locked_accounts, are_waited_for_fifteen_seconds) {
+  machine.file(path, "", 0600);
+  const lock_holder other(F_WRLCK, 0, path);
+  sandbox::hasten(std::chrono::seconds(6));
+  {
+    const stderr_capture capture("/errors");
+    EXPECT_EQ(add("bob", "secret"), ORV_E_SHADOW_LOCKED);
+  }
+  EXPECT_EQ(machine.log(), code_log(ORV_E_SHADOW_LOCKED, "Resource temporarily unavailable"));
+  EXPECT_EQ(machine.read("/errors"), "/etc/shadow: Resource temporarily unavailable\n");
+  EXPECT_EQ(shadow(), adduser_leaves_);
+}
+
+TEST_F(locked_accounts, are_changed_without_a_lock_that_cannot_be_made) {
+  machine.directory(path);
+  expect_changed();
+}
+
+TEST_F(locked_accounts, are_changed_when_the_lock_was_refused_for_a_while) {
+  for (const int error : {EINTR, EACCES, ENOLCK}) {
+    passwd("");
+    machine.fail("fcntl", error, 1);
+    expect_changed();
+    machine.remove("/etc/nas_userfile.conf");
+  }
+}
+
+TEST_F(shadow_file, gets_the_hash_into_a_line_that_ends_with_the_old_one) {
+  bob_is_added_to("ann:x:1\nbob:!");
+  EXPECT_EQ(shadow(), "ann:x:1\nbob:" + hash_of("bob"));
 }
 
 TEST_F(shadow_file, that_cannot_be_backed_up_is_reported) {

@@ -223,6 +223,27 @@ TEST_F(user_file_test, stays_as_it_was_on_a_full_disk) {
   EXPECT_EQ(machine.log(), "write_users:N return -2006 with No space left on device\n");
 }
 
+TEST_F(user_file_test, is_written_where_room_cannot_be_asked_for) {
+  for (const int error : {EOPNOTSUPP, ENODEV, ENOSYS}) {
+    machine.fail("fallocate", error, 1);
+    EXPECT_EQ(written("ann", "secret"), "ann||secret") << error;
+  }
+  EXPECT_EQ(machine.log(), "");
+}
+
+TEST_F(user_file_test, stays_as_it_was_when_it_cannot_be_examined_or_read) {
+  users("bob||secret\n");
+  user_list list;
+  list.add("ann", "secret");
+  for (const char* function : {"fallocate", "fstat", "fread"}) {
+    machine.fail(function, EIO, 1);
+    EXPECT_EQ(set_users_to_conf(list.get()), ORV_OK);
+    EXPECT_EQ(users(), "bob||secret\n") << function;
+    EXPECT_EQ(machine.log(), "write_users:N return -2006 with Input/output error\n");
+    machine.forget();
+  }
+}
+
 TEST_F(user_file_test, can_shrink_on_a_full_disk) {
   fill_disk();
   EXPECT_EQ(written("bob", "secret"), "bob||secret");

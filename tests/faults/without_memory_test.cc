@@ -1,0 +1,158 @@
+/// Getters without memory for the records that they make: every allocation fails once.
+#include <orv.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "allocations.h"
+#include "tests/sandbox/sandbox.h"
+
+using testing::IsEmpty;
+
+namespace {
+
+class without_memory : public sandbox_test {
+ protected:
+  without_memory() {
+    machine.tool("cat").is_real();
+    machine.tool("/usr/local/sbin/smartctl").prints(fixture("smartctl/attributes.txt")).if_asked();
+  }
+
+  /// A getter, and what it has put into its list, one line for each record.
+  struct attempt {
+    int result;
+    sandbox::lines found;
+  };
+  using getter = std::function<attempt()>;
+
+  /// The getter reports each failure by one of its codes, and keeps what it had found; where the
+  /// failure did no harm it has found all.
+  void expect_codes(const getter& get, const std::vector<int>& codes) {
+    const attempt good = get();
+    const std::size_t calls = machine.calls().size();
+    EXPECT_EQ(good.result, ORV_OK);
+    EXPECT_THAT(good.found, testing::Not(IsEmpty()));
+    bool has_failed = false;
+    for (long at = 0; at < 1000; ++at) {
+      failing_ = {.at = at};
+      machine.forget();
+      const attempt got = get();
+      EXPECT_THAT(machine.temp_files(), IsEmpty()) << at;
+      if (got.result == ORV_OK) {
+        // smartctl's status is no failure, not even that of a shell that could not run it.
+        if (machine.calls().size() == calls) {
+          EXPECT_EQ(got.found, good.found) << at;
+        }
+      } else {
+        has_failed = true;
+        EXPECT_THAT(codes, testing::Contains(got.result)) << at;
+        EXPECT_LE(got.found.size(), good.found.size()) << at;
+      }
+      if (allocations_ <= at) break;
+    }
+    EXPECT_TRUE(has_failed);
+  }
+
+  template <class Call>
+  int watched(Call call) {
+    faults::watch_allocations(failing_);
+    const int result = call();
+    allocations_ = faults::stop_allocations();
+    return result;
+  }
+
+ private:
+  faults::allocation_fault failing_;
+  long allocations_ = 0;
+};
+
+/// The records of a list; its anchor is a record of the same layout.
+template <class Record, class Line>
+sandbox::lines told(Record& anchor, list_node Record::*link, Line line) {
+  sandbox::lines all;
+  const auto offset = reinterpret_cast<char*>(&(anchor.*link)) - reinterpret_cast<char*>(&anchor);
+  for (list_node* node = (anchor.*link).next; node != &(anchor.*link); node = node->next)
+    all.emplace_back(line(*reinterpret_cast<Record*>(reinterpret_cast<char*>(node) - offset)));
+  return all;
+}
+
+TEST_F(without_memory, alarms_are_not_all_there) {
+  std::string answer(3 * 516, 'x');
+  answer[4] = 2;
+  const auto ask = [&] {
+    int ends[2];
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    EXPECT_EQ(write(ends[1], answer.data(), answer.size()), static_cast<ssize_t>(answer.size()));
+    tag_alarm_list list;
+    alarm_list_init(&list);
+    const int result = watched([&] { return alarm_socket_get(&list, ends[0]); });
+    attempt got{result, told<tag_alarm_info>(list, &tag_alarm_info::node,
+                                             [](const auto& alarm) { return alarm.text; })};
+    alarm_list_fini(&list);
+    close(ends[0]);
+    close(ends[1]);
+    return got;
+  };
+  expect_codes(ask, {ORV_E_ALARM_ITEM, ORV_E_FAILED});
+}
+
+TEST_F(without_memory, iscsi_sessions_are_not_all_there) {
+  machine.file("/proc/net/iet/session",
+               "tid:1 name:a\n sid:1 initiator:i1\n  cid:0 ip:10.11.0.7 state:active\n"
+               " sid:2 initiator:i2\n  cid:0 ip:10.11.0.8 state:active\n");
+  const auto ask = [&] {
+    tag_shareconn_list list;
+    conn_list_init(&list);
+    const int result = watched([&] { return get_conninfo_from_session(&list); });
+    attempt got{result, told<tag_share_conn>(list, &tag_share_conn::node,
+                                             [](const auto& client) { return client.user; })};
+    conn_list_fini(&list);
+    return got;
+  };
+  expect_codes(ask, {ORV_E_EXPORTS, ORV_E_COMMAND, ORV_E_FAILED});
+}
+
+TEST_F(without_memory, iscsi_volumes_are_not_all_there) {
+  machine.file("/proc/net/iet/volume",
+               "tid:1 name:iqn.2006-05.org.orv:a.1\n\tlun:0 state:0 iotype:fileio path:/a\n"
+               "tid:2 name:iqn.2006-05.org.orv:b.1\n\tlun:0 state:0 iotype:fileio path:/b\n");
+  const auto ask = [&] {
+    tag_shareconf_list list;
+    share_list_init(&list);
+    const int result = watched([&] { return get_shareinfo_from_iSCSI(&list); });
+    attempt got{result, told<tag_share_config>(list, &tag_share_config::list,
+                                               [](const auto& share) { return share.name; })};
+    share_list_fini(&list);
+    return got;
+  };
+  expect_codes(ask, {ORV_E_EXPORTS, ORV_E_COMMAND, ORV_E_FAILED});
+}
+
+class smart_without_memory : public without_memory {
+ protected:
+  using query = int (*)(tag_disk_info*);
+
+  attempt asked(query get) {
+    tag_disk_info disk;
+    disk_conf_init(&disk);
+    std::string("sda").copy(disk.name, sizeof disk.name - 1);
+    const int result = watched([&] { return get(&disk); });
+    attempt got{result, told<tag_disksmart_info>(
+                            disk.smart_list, &tag_disksmart_info::list,
+                            [](const auto& attribute) { return attribute.attr_name; })};
+    got.found.emplace_back(disk.smart.smart_enabled);
+    disk_conf_fini(&disk);
+    return got;
+  }
+};
+
+TEST_F(smart_without_memory, attributes_are_not_all_there) {
+  expect_codes([this] { return asked(get_smart_detail); },
+               {ORV_E_SMART_DETAIL, ORV_E_COMMAND, ORV_E_FAILED});
+}
+
+TEST_F(smart_without_memory, summary_is_not_taken_for_that_of_another_disk) {
+  expect_codes([this] { return asked(get_smart); },
+               {ORV_E_SMART_SUMMARY, ORV_E_COMMAND, ORV_E_FAILED});
+}
+
+}  // namespace
