@@ -24,7 +24,7 @@ bool close_as(const struct stat& original, int backup) {
 
 bool replace_content(FILE* file, const std::string& text) {
   return ftruncate(fileno(file), 0) == 0 &&
-         std::fwrite(text.data(), 1, text.size(), file) == text.size() && std::fflush(file) == 0;
+         std::fwrite(text.data(), 1, text.size(), file) == text.size();
 }
 
 }  // namespace

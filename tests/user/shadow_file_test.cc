@@ -350,6 +350,14 @@ TEST_F(shadow_file, is_not_replaced_when_the_new_one_does_not_reach_the_disk) {
   EXPECT_FALSE(machine.exists("/etc/shadow+"));
 }
 
+TEST_F(shadow_file, is_not_replaced_when_it_cannot_be_read_to_its_end) {
+  adduser_writes("bob:!:1\n");
+  sandbox::before("fchown", [this] { machine.fail("fread", EIO, 1); });
+  expect_failure(ORV_E_SHADOW_WRITE, "Input/output error");
+  EXPECT_EQ(shadow(), adduser_leaves_);
+  EXPECT_FALSE(machine.exists("/etc/shadow+"));
+}
+
 TEST_F(shadow_file, is_not_replaced_on_a_full_disk) {
   const std::string full_page = "bob:!:1\n" + std::string(4087, 'x') + '\n';
   machine.mount_tmpfs("/etc", "size=16k");  // passwd, group, shadow and its backup
