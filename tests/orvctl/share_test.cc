@@ -1,3 +1,8 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+
 #include "tests/orvctl/appliance_with_shares.h"
 
 using orvctl::json;
@@ -14,6 +19,18 @@ class shares : public appliance_with_shares {
   static void add_samba_shares() {
     done("share add data --service samba --path /mnt/data --users ann,bob");
     done("share add docs --service samba --path /mnt/docs --users carl --read-only");
+  }
+  static json recovered() {
+    return json::parse(orvctl("share recover --json").out)["result"]["completed"];
+  }
+  /// The file as it is on the disk when the power fails while it is rewritten.
+  void cut_short(const std::string& path, const std::string& text) {
+    struct stat found {};
+    ASSERT_EQ(::stat(path.c_str(), &found), 0);
+    std::ofstream(path, std::ios::binary) << text;
+    const std::string companion = "/var/lib/orv/rewrites/" + std::to_string(found.st_dev) + '-' +
+                                  std::to_string(found.st_ino);
+    ASSERT_EQ(::unlink((companion + ".done").c_str()), 0);
   }
 };
 
@@ -209,6 +226,25 @@ TEST_F(shares, are_changed_only_when_there_is_something_to_change) {
   expect_failure("share enable nobody --service samba", 3, "ORV_E_NO_SHARE (-2067)");
   expect_failure("share forget nobody --yes", 3, "ORV_E_NO_SHARE (-2067)");
   EXPECT_EQ(contents(), before);
+}
+
+TEST_F(shares, that_a_power_cut_left_half_rewritten_are_put_together_again) {
+  add_samba_shares();
+  const std::string whole = machine.read(samba);
+  expect_said("share recover", "All share files are whole.");
+  cut_short(samba, whole.substr(0, whole.find("    valid users")));
+  expect_said("share recover", std::string("Put together again: ") + samba);
+  EXPECT_EQ(machine.read(samba), whole);
+  expect_said("share recover", "All share files are whole.");
+}
+
+TEST_F(shares, are_put_together_again_as_a_document) {
+  add_samba_shares();
+  const std::string whole = machine.read(listed);
+  cut_short(listed, "");
+  EXPECT_EQ(recovered(), json::array({listed}));
+  EXPECT_EQ(machine.read(listed), whole);
+  EXPECT_EQ(recovered(), json::array());
 }
 
 TEST_F(shares, missing_from_their_service_are_added_there_by_a_change) {

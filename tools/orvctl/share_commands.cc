@@ -22,6 +22,13 @@ void list(session& run) {
   show_list(run, "shares", share_table(shares), result);
 }
 
+void recover(session& run) {
+  const std::vector<std::string> completed = complete_share_files();
+  std::string sentence = completed.empty() ? "All share files are whole." : "Put together again:";
+  for (const std::string& path : completed) sentence += ' ' + path;
+  report(run, sentence, {{"completed", completed}});
+}
+
 // What the library would store in a way that it cannot find again.
 void must_make_sense(const add_arguments& given) {
   if (given.name.empty()) throw usage_problem("the name of the share is empty", "give one");
@@ -141,6 +148,10 @@ void add_share_commands(CLI::App& program, session& run) {
   add_add_command(share, run);
   add_share_change_commands(share, run);
   add_share_use_commands(share, run);
+  on_run(add_verb(share, run, "recover",
+                  "Put share files together again that a power cut left half rewritten",
+                  "orvctl share recover"),
+         run, recover);
 }
 
 }  // namespace orvctl

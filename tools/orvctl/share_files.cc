@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <fstream>
+#include <iterator>
 #include <set>
 #include <thread>
 #include <vector>
@@ -13,6 +15,9 @@ namespace orvctl {
 namespace {
 
 constexpr char shares_path[] = "/etc/sharefolder.conf";
+constexpr char samba_path[] = "/etc/samba/smb.conf";
+constexpr char nfs_path[] = "/etc/exports";
+constexpr char iscsi_path[] = "/etc/ietd.conf";
 constexpr char samba_recycle_path[] = "/etc/samba/smb_recy.conf";
 constexpr char nfs_recycle_path[] = "/etc/exports_recy";
 
@@ -64,6 +69,11 @@ void read_rights(share_list& exports) {
   }
 }
 
+std::string text_of(const char* path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
 std::string plain_name(const tag_share_config& share) {
   const std::string name = share.name;
   return std::string(share.service) == "iscsi" ? name.substr(0, name.find('.')) : name;
@@ -96,6 +106,18 @@ void read_service(share_list& shares, const std::string& service) {
 void read_parked(share_list& shares) {
   read_file(shares, samba_recycle_path, get_share_from_smb);
   read_file(shares, nfs_recycle_path, get_share_from_nfs);
+}
+
+std::vector<std::string> complete_share_files() {
+  std::vector<std::string> completed;
+  for (const char* path :
+       {shares_path, samba_path, samba_recycle_path, nfs_path, nfs_recycle_path, iscsi_path}) {
+    if (::access(path, F_OK) != 0) continue;
+    const std::string found = text_of(path);
+    const locked_file file([path] { return lock_sharefile(path); });
+    if (text_of(path) != found) completed.emplace_back(path);
+  }
+  return completed;
 }
 
 const tag_share_config* find_share(const share_list& shares, const std::string& name) {

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "tools/orvctl/records.h"
 
@@ -28,6 +29,11 @@ void read_parked(share_list& shares);
 
 /// The record of this name, or NULL. Of the names of iSCSI volumes the time stamp does not count.
 const tag_share_config* find_share(const share_list& shares, const std::string& name);
+
+/// Takes and leaves the lock of each share file: who takes it puts a file together again that a
+/// power cut, or the end of a process, left half rewritten.
+/// @return the paths of those files
+std::vector<std::string> complete_share_files();
 
 /// Every change of the NFS file makes all of its shares writable, as read-only is not read back.
 /// This makes those read-only again that were before, and the changed one what it is to be.
