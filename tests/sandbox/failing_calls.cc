@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 
 #include <csignal>
 #include <cstdio>
@@ -15,8 +16,9 @@ namespace sandbox::libc {
 namespace {
 
 constexpr std::string_view functions[] = {
-    "clone", "connect", "fallocate", "fchmod", "fcntl", "fdopen",   "flock",   "fread", "ftruncate",
-    "kill",  "pread",   "readdir",   "read",   "recv",  "sendfile", "waitpid", "write"};
+    "clone",   "connect", "fallocate", "fchmod",   "fcntl",   "fdopen",
+    "flock",   "fread",   "ftruncate", "futimens", "kill",    "pread",
+    "readdir", "read",    "recv",      "sendfile", "waitpid", "write"};
 
 // The threads of the sandbox and of the test's own daemons go on undisturbed.
 constinit thread_local bool is_under_test = false;
@@ -56,6 +58,7 @@ DEFINE_FAILING(int, "fchmod", fchmod, (int file, mode_t mode), file, mode)
 DEFINE_FAILING(int, "flock", flock, (int file, int operation), file, operation)
 DEFINE_FAILING(int, "ftruncate", ftruncate, (int file, off_t size), file, size)
 DEFINE_FAILING(int, "ftruncate", ftruncate64, (int file, off_t size), file, size)
+DEFINE_FAILING(int, "futimens", futimens, (int file, const timespec* times), file, times)
 DEFINE_FAILING(int, "kill", kill, (pid_t process, int signal), process, signal)
 DEFINE_FAILING(ssize_t, "pread", pread, (int file, void* to, size_t size, off_t at), file, to, size,
                at)

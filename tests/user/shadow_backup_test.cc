@@ -97,6 +97,8 @@ TEST_F(shadow_backup, reports_a_backup_that_cannot_be_closed_or_emptied) {
   machine.fail("ftruncate", EIO, 1);
   EXPECT_EQ(create_backup("/etc/backup", stream), 1);
   EXPECT_EQ(machine.read("/etc/backup"), "old");
+  machine.fail("futimens", EPERM, 1);
+  EXPECT_EQ(create_backup("/etc/backup", stream), 1);
   EXPECT_THAT(machine.open_descriptors(), ElementsAre(testing::EndsWith(" /etc/source")));
   EXPECT_EQ(create_backup("/etc/backup", stream), 0);
   EXPECT_EQ(machine.read("/etc/backup"), content);
