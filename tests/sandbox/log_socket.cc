@@ -1,6 +1,7 @@
 #include "log_socket.h"
 
 #include <poll.h>
+#include <pthread.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -9,11 +10,18 @@
 
 #include <charconv>
 #include <csignal>
+#include <mutex>
 
 #include "errors.h"
 
 namespace sandbox {
 namespace {
+
+// Held while messages are taken off a socket, and while a process forks: a child would wait for
+// ever for an allocator that the reader, which it does not have, was just using.
+std::mutex reading;
+[[maybe_unused]] const int at_fork =
+    ::pthread_atfork([] { reading.lock(); }, [] { reading.unlock(); }, [] { reading.unlock(); });
 
 int bound_socket(const char* path) {
   const int result = must(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), path);
@@ -60,13 +68,13 @@ log_socket::~log_socket() {
 
 std::vector<log_record> log_socket::records() {
   drain();
-  const std::lock_guard lock(reading_);
+  const std::lock_guard lock(reading);
   return records_;
 }
 
 // Takes messages off the socket under the lock, so that none is ever on its way between the two.
 void log_socket::drain() {
-  const std::lock_guard lock(reading_);
+  const std::lock_guard lock(reading);
   for (ssize_t size; (size = ::recv(socket_, message_.data(), message_.size(), 0)) >= 0;)
     records_.push_back(parsed(message_.substr(0, static_cast<size_t>(size))));
 }

@@ -2,7 +2,6 @@
 /// and then syslog(3) waits.
 #pragma once
 
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -26,7 +25,6 @@ class log_socket {
 
   int socket_;
   int stop_;
-  std::mutex reading_;
   std::string message_ = std::string(1 << 18, '\0');
   std::vector<log_record> records_;
   std::thread reader_;
