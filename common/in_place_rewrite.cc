@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+
 #include "common/companion.h"
 #include "common/whole_file.h"
 

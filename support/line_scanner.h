@@ -23,9 +23,8 @@ class line_scanner {
     if (length_ > 0 && line_[length_ - 1] == '\n') --length_;
     return length_ >= 0;
   }
-  /// Behind the last line of a stream: true when it could not be read, or without memory for a
-  /// line.
-  bool failed() const { return std::feof(stream_) == 0; }
+  /// Behind the last line: true when the stream could not be read, or without memory for a line.
+  bool failed() const { return stream_ != nullptr && std::feof(stream_) == 0; }
   /// The line that `next` moved to; valid until it is called again.
   std::string_view line() const { return {line_, static_cast<std::size_t>(length_)}; }
 
