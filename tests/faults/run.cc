@@ -89,11 +89,13 @@ bool is_overcome(const subject& called, const std::string& text) {
   });
 }
 
-/// A tool that says what is not so can make a function believe it, when the function listens.
+/// A tool that says what is not so can make a function believe it, when the function listens. What
+/// some tools print is for people, whom it reaches as it is.
 bool lies(const fault& failing) {
   return failing.misbehaviour.starts_with("prints") &&
          holds_any(failing.text, {"--detail", "--list", "display", "--scan", "cat ", "netstat",
-                                  "smbstatus", "pidof", "pwstate", "ps ", "smartctl", "arcadm"});
+                                  "smbstatus", "pidof", "pwstate", "ps ", "smartctl", "arcadm",
+                                  "halt", "reboot", "vgcfgrestore"});
 }
 
 /// Whether a file has some content that it has without a fault too.

@@ -193,6 +193,7 @@ std::vector<subject> list_subjects() {
        .documented = array_list,
        .prepare = with_list<tag_mdinfo_list>(get_mdinfo_from_arcadm),
        .model = "KTA7120U",
+       .cut_short = {"/tmp/mdstat.XXXXXX"},
        .leaves = {"/tmp/mdstat.XXXXXX"}},
       {.name = "get_mdinfo_from_partitions(tag_mdinfo_list*)",
        .documented = {ORV_E_PARTITIONS},
