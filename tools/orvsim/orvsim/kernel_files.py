@@ -2,14 +2,20 @@
 
 from __future__ import annotations
 
+import contextlib
+import fcntl
 import os
-from collections.abc import Callable
+import time
+from collections.abc import Callable, Iterator
 from typing import TYPE_CHECKING
 
 if TYPE_CHECKING:
     from orvsim.appliance import Appliance
 
 WriteHandler = Callable[["Appliance", str], None]
+
+# What a file shows that is to be shown anew.
+_STALE = "stale"
 
 
 class KernelFiles:
@@ -19,8 +25,9 @@ class KernelFiles:
         self.root = root
         self.shown: dict[str, str] = {}
         self.passing: dict[str, str] = {}
-        self.writable: dict[str, tuple[int, WriteHandler]] = {}
+        # Of the files that others write: who is told, and the time that each had at the last look.
         self.handlers: dict[str, WriteHandler] = {}
+        self.seen: dict[str, int] = {}
         self.touched = False
 
     def put(self, path: str, text: str, on_write: WriteHandler | None = None) -> None:
@@ -43,32 +50,29 @@ class KernelFiles:
 
     def end(self) -> None:
         """Brings the files in line with what the pass has put."""
+        self.touched = False
         for path in [path for path in self.shown if path not in self.passing]:
             self._remove(path)
         for path, content in self.passing.items():
-            if self.shown.get(path) != content:
-                self._write(path, content)
-                self.writable.pop(path, None)
-        for path, handler in self.handlers.items():
-            # What was written since the last look has not been taken yet.
-            seen = self.writable[path][0] if path in self.writable else self._changed_at(path)
-            self.writable[path] = (seen, handler)
+            if self.shown.get(path) != content and not self._show(path, content):
+                self.passing[path] = _STALE
+                self.touched = True
         self.shown = self.passing
-        self.touched = False
 
     def take_writes(self, appliance: Appliance) -> None:
         """Hands what was written into files to their handlers; the next pass shows what came of it.
 
         Until then a file keeps what was written: nobody sees the old text in between.
         """
-        for path, (seen, handler) in list(self.writable.items()):
-            changed = self._changed_at(path)
-            if changed == seen:
+        for path, handler in self.handlers.items():
+            if self._changed_at(path) in (0, self.seen[path]):
                 continue
-            with open(self.root + path, encoding="utf-8", errors="replace") as file:
-                text = file.read()
-            self.writable[path] = (changed, handler)
-            self.shown[path] = "written by somebody else"
+            with _alone(self.root + path, os.O_RDONLY, fcntl.F_RDLCK) as file:
+                if file is None:  # somebody has opened it and is about to write
+                    continue
+                text = os.read(file, 65536).decode(errors="replace")
+                self.seen[path] = _stamp(file)
+            self.shown[path] = _STALE
             self.touched = True
             handler(appliance, text.strip())
 
@@ -77,6 +81,19 @@ class KernelFiles:
             return os.stat(self.root + path).st_mtime_ns
         except FileNotFoundError:
             return 0
+
+    def _show(self, path: str, content: str) -> bool:
+        """Writes a file anew; not one that somebody else writes or is about to."""
+        if path not in self.handlers or not self._changed_at(path):
+            self._write(path, content)
+            return True
+        with _alone(self.root + path, os.O_RDWR, fcntl.F_WRLCK) as file:
+            if file is None or os.fstat(file).st_mtime_ns != self.seen[path]:
+                return False
+            os.ftruncate(file, 0)
+            os.write(file, content[1:].encode())
+            self.seen[path] = _stamp(file)
+        return True
 
     def _write(self, path: str, content: str) -> None:
         place = self.root + path
@@ -91,10 +108,11 @@ class KernelFiles:
                 file.write(rest if kind == "f" else "")
                 if kind == "d":
                     file.truncate(int(rest))
+                file.flush()
+                self.seen[path] = _stamp(file.fileno())
         os.replace(new, place)
 
     def _remove(self, path: str) -> None:
-        self.writable.pop(path, None)
         try:
             os.remove(self.root + path)
             folder = os.path.dirname(path)
@@ -103,3 +121,27 @@ class KernelFiles:
                 folder = os.path.dirname(folder)
         except OSError:
             pass
+
+
+@contextlib.contextmanager
+def _alone(place: str, flags: int, lease: int) -> Iterator[int | None]:
+    """The open file if nobody else writes it, or has it open at all; who opens it then waits."""
+    file = os.open(place, flags | os.O_CLOEXEC)
+    try:
+        try:
+            fcntl.fcntl(file, fcntl.F_SETLEASE, lease)
+        except BlockingIOError:
+            yield None
+            return
+        except OSError:  # a file system without leases
+            pass
+        yield file
+    finally:
+        os.close(file)
+
+
+def _stamp(file: int) -> int:
+    """Gives the file a time that no write gives it: those are some milliseconds apart."""
+    now = time.time_ns()
+    os.utime(file, ns=(now, now))
+    return os.fstat(file).st_mtime_ns

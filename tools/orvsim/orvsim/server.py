@@ -233,6 +233,7 @@ def main(state: Path) -> None:
     """Process 1: makes the machine and serves it to its end."""
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(0))
     signal.signal(signal.SIGINT, signal.SIG_IGN)
+    signal.signal(signal.SIGIO, signal.SIG_IGN)  # says that somebody waits for a kernel file
     namespace.assemble(state)
     os.symlink("/run/orvsim/state/socket", "/run/orvsim/socket")
     server = Server()
