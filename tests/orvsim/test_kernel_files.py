@@ -5,8 +5,6 @@ from __future__ import annotations
 from pathlib import Path
 
 import pytest
-
-import conftest  # noqa: F401  # pylint: disable=unused-import
 from orvsim.kernel_files import KernelFiles
 
 LIMIT = "/proc/sys/limit"
