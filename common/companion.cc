@@ -10,7 +10,6 @@
 #include <ctime>
 #include <utility>
 
-#include "common/log.h"
 #include "common/replacement_file.h"
 #include "common/whole_file.h"
 #include "support/companion_path.h"
@@ -192,10 +191,7 @@ companion::relation companion::compare(std::string_view text, secret_text& wante
 
 unique_file open_whole(const char* path) {
   unique_file file(std::fopen(path, "re"));
-  if (!file) {
-    check_memory();
-    return file;
-  }
+  if (!file) return file;
   const companion beside(fileno(file.get()));
   if (!beside.exists() || beside.is_overtaken()) return file;
   const cleared_stack stack;

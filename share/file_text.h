@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "common/companion.h"
+#include "common/log.h"
 #include "common/whole_file.h"
 
 namespace orv {
@@ -15,7 +16,10 @@ namespace orv {
 inline std::string file_text(const char* path) {
   std::string text;
   const unique_file file = open_whole(path);
-  if (!file) return text;
+  if (!file) {
+    check_memory();
+    return text;
+  }
   struct stat examined {};
   // A text that grows as it is read takes up to three times its size.
   if (fstat(fileno(file.get()), &examined) == 0) {

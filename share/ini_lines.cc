@@ -4,6 +4,10 @@
 
 namespace orv {
 
+ini_lines::ini_lines(const char* path) : file_(open_whole(path)), scanner_(file_.get()) {
+  if (!file_) check_memory();
+}
+
 bool ini_lines::next() {
   if (!scanner_.next()) {
     if (scanner_.failed()) check_memory();

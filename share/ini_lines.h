@@ -14,7 +14,7 @@ namespace orv {
 /// them. A file that cannot be read has none.
 class ini_lines {
  public:
-  explicit ini_lines(const char* path) : file_(open_whole(path)), scanner_(file_.get()) {}
+  explicit ini_lines(const char* path);
 
   /// Moves to the next line; false at the end. What is told of a line is valid until then.
   bool next();

@@ -22,7 +22,6 @@ using security::texts;
 namespace {
 
 // --- What files make of a value
-// --------------------------------------------------------------------
 
 /// What a value reads back as; nothing when its record is not there.
 using form = std::optional<std::string> (*)(const std::string& value);
@@ -131,7 +130,6 @@ std::optional<std::string> as_password(const std::string& value) {
 std::optional<std::string> as_host_name(const std::string& value) { return blanked(value, "\t"); }
 
 // --- Fields of shares
-// ------------------------------------------------------------------------------
 
 using share_writer = int (*)(int file, tag_shareconf_list* list);
 
@@ -193,6 +191,19 @@ const share_field share_fields[] = {
                 "users have a line each"),
 };
 
+/// What the field's file holds in that field, of every share.
+texts read_values(const share_field& field) {
+  share_list read;
+  const open_file file(field.path);
+  EXPECT_EQ(field.read(file.number(), read.get()), ORV_OK) << field.path << field.reason;
+  texts values;
+  for (const tag_share_config* const share : read.records()) {
+    const std::string value = field.get(*share);
+    values.push_back(field.made_of == as_target ? without_stamp(value) : value);
+  }
+  return values;
+}
+
 /// Also when the list has a share of this name.
 void append(share_list& list, const tag_share_config& share) {
   auto* const record = static_cast<tag_share_config*>(std::malloc(sizeof share));
@@ -227,7 +238,7 @@ class read_back : public sandbox_test {
     machine.directory("/tmp");
   }
 
-  /// Compares what was read with what the values read back as, and counts.
+  /// Compares what was read with what the values read back as.
   void compare(const std::string& field, const texts& values, form made_of, const texts& got) {
     texts wanted;
     texts sources;
@@ -245,7 +256,6 @@ class read_back : public sandbox_test {
       ADD_FAILURE() << field << ": " << security::shown(sources[i]) << " is read as "
                     << security::shown(got[i]) << ", not " << security::shown(wanted[i]);
     }
-    written_ += values.size();
   }
 
   /// At another place others: some of the texts that fit any line.
@@ -263,14 +273,7 @@ class read_back : public sandbox_test {
   void expect_stored(const tag_share_config& share, const std::vector<std::string>& files) {
     for (const share_field& field : share_fields) {
       if (std::find(files.begin(), files.end(), field.path) == files.end()) continue;
-      share_list read;
-      const open_file file(field.path);
-      ASSERT_EQ(field.read(file.number(), read.get()), ORV_OK);
-      texts got;
-      for (const tag_share_config* const one : read.records()) {
-        const std::string text = field.get(*one);
-        got.push_back(field.made_of == as_target ? without_stamp(text) : text);
-      }
+      const texts got = read_values(field);
       if (field.path == std::string(exports_path) && share.path[0] != '/') {
         EXPECT_TRUE(got.empty());
       } else {
@@ -281,7 +284,6 @@ class read_back : public sandbox_test {
 
   std::size_t places_ = 0;
   security::shell_stand_in shell_;
-  std::size_t written_ = 0;
 };
 
 TEST_F(read_back, of_every_text_of_a_share) {
@@ -296,16 +298,8 @@ TEST_F(read_back, of_every_text_of_a_share) {
     }
     const open_file file(field.path);
     ASSERT_EQ(field.write(file.number(), written.get()), ORV_OK) << field.path << field.reason;
-    share_list read;
-    const open_file again(field.path);
-    ASSERT_EQ(field.read(again.number(), read.get()), ORV_OK) << field.path << field.reason;
-    texts got;
-    for (const tag_share_config* const share : read.records()) {
-      std::string text = field.get(*share);
-      if (field.made_of == as_target) text = without_stamp(text);
-      got.push_back(text);
-    }
-    compare(field.path + (' ' + field.name) + ", " + field.reason, values, field.made_of, got);
+    compare(field.path + (' ' + field.name) + ", " + field.reason, values, field.made_of,
+            read_values(field));
   }
 }
 
