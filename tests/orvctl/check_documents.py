@@ -130,7 +130,8 @@ def main() -> int:
     with open(schema_path, encoding="utf-8") as file:
         schema = json.load(file)
     self_test(schema)
-    said = said_by(tests) + said_by(change_tests, "watch.*:dry_run.makes*:*raid_create*")
+    # Those that look for passwords in memory take long and say nothing new.
+    said = said_by(tests, "-password_lines.*") + said_by(change_tests, "watch.*:dry_run.makes*:*raid_create*")
     known = commands_of(orvctl)
     complaints = [*complaints_about(said, schema, known), *complaints_about_metrics(said, promtool)]
     print("\n".join(sorted(set(complaints))))
