@@ -17,7 +17,7 @@ def reading(words: list[str]) -> list[str]:
         if word in ("-o", "-include", "-MF", "-MT"):
             next(following)
         elif not word.startswith(
-            ("-fsanitize", "-fno-sanitize", "-flto", "-fno-fat", "-MD", "-Winv")
+            ("-fsanitize", "-fno-sanitize", "-flto", "-fno-fat", "-MD", "-Winv", "-Wno-subobject")
         ):
             kept.append(word)
     return kept

@@ -46,14 +46,14 @@ int write(share_list& shares, const orv::share_mode& mode) {
 
 FUZZ_TARGET(share_files, in) {
   const orv::share_mode& mode = files[in.below(std::size(files))];
-  const std::string global_settings = mode.path == orv::smb_path ? "[global]\n" : "";
+  const std::string head = mode.path == orv::smb_path ? "[global]\n" : "";
   the_machine.put("/etc/nas_userfile.conf", in.part());
-  the_machine.put(mode.path, global_settings + std::string(in.rest()));
+  the_machine.put(mode.path, head + std::string(in.rest()));
   share_list shares;
   const int result = read_into(shares, mode);
   EXPECT(result == ORV_OK || result == ORV_E_SHARE_SYNTAX);
   if (write(shares, mode) != ORV_OK) return;
-  EXPECT(the_machine.text(mode.path)->starts_with(global_settings));
+  EXPECT(the_machine.text(mode.path)->starts_with(head));
 
   // What was written is all read, and means the same from then on: in the file of the iSCSI target
   // from the next time on, where a name and the stamp that it got are cut together when they are

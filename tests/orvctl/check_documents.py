@@ -131,7 +131,9 @@ def main() -> int:
         schema = json.load(file)
     self_test(schema)
     # Those that look for passwords in memory take long and say nothing new.
-    said = said_by(tests, "-password_lines.*") + said_by(change_tests, "watch.*:dry_run.makes*:*raid_create*")
+    said = said_by(tests, "-password_lines.*") + said_by(
+        change_tests, "watch.*:dry_run.makes*:*raid_create*"
+    )
     known = commands_of(orvctl)
     complaints = [*complaints_about(said, schema, known), *complaints_about_metrics(said, promtool)]
     print("\n".join(sorted(set(complaints))))

@@ -1,9 +1,9 @@
-# orv_add_test(NAME SOURCES... [LIBRARIES libraries...] [TIMEOUT seconds] [LABEL label] [APART sources...]):
-# a test program on the fake machine; every test in it becomes a test of ctest. APART are those sources
+# orv_add_test(NAME SOURCES... [LIBRARIES libraries...] [TIMEOUT seconds] [APART sources...]): a test
+# program on the fake machine; every test in it becomes a test of ctest. APART are those sources
 # that name something as another one does, and so are not compiled together with others.
 function(orv_add_test name)
   include(GoogleTest)
-  cmake_parse_arguments(PARSE_ARGV 1 test "" "TIMEOUT;LABEL" "LIBRARIES;APART")
+  cmake_parse_arguments(PARSE_ARGV 1 test "" "TIMEOUT" "LIBRARIES;APART")
   if(NOT test_TIMEOUT)
     set(test_TIMEOUT 60)
   endif()
@@ -20,11 +20,7 @@ function(orv_add_test name)
                               <nlohmann/json.hpp>)
     set_property(GLOBAL PROPERTY orv_first_test_program ${name})
   endif()
-  set(properties TIMEOUT ${test_TIMEOUT})
-  if(test_LABEL)
-    list(APPEND properties LABELS ${test_LABEL})
-  endif()
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES ${properties})
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${test_TIMEOUT})
 endfunction()
 
 # orv_compile_tests_together(TARGET APART...): with ORV_COMPILE_TOGETHER, which saves three quarters of
