@@ -32,6 +32,12 @@ bool overwrite(int file, off_t start, std::string_view text) {
          write_whole(file, text);
 }
 
+/// Loses nothing where nothing can be written; stopped halfway it leaves both texts mixed.
+bool write_over(int file, std::string_view text) {
+  return lseek(file, 0, SEEK_SET) >= 0 && write_whole(file, text) &&
+         ftruncate(file, static_cast<off_t>(text.size())) == 0;
+}
+
 bool is_open_for_writing(int file) {
   const int flags = fcntl(file, F_GETFL);
   return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY;
@@ -63,6 +69,29 @@ bool rewrite_in_place(int file, off_t start, std::string_view text) {
   // What is documented to stay cut short is not to be completed later.
   if (!is_written) beside.remove();
   if (is_written && is_guarded) beside.finish(file);
+  errno = reason;
+  return is_written;
+}
+
+bool replace_in_place(int file, std::string_view before, std::string_view text) {
+  const cleared_stack stack;
+  const companion beside(file);
+  const bool is_guarded = beside.begin(text);
+  if (!is_guarded) beside.remove();
+  const auto write = [&](std::string_view wanted) {
+    return is_guarded ? overwrite(file, 0, wanted) : write_over(file, wanted);
+  };
+  const bool is_written = write(text);
+  const int reason = errno;
+  if (!is_written) {
+    if (write(before)) {
+      beside.remove();
+    } else if (is_guarded) {
+      ftruncate(file, 0);  // cut short, and not a mixture
+    }
+  } else if (is_guarded) {
+    beside.finish(file);
+  }
   errno = reason;
   return is_written;
 }

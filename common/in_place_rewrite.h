@@ -12,6 +12,12 @@ namespace orv {
 /// @return false, with `errno`, when the text could not be written: the file is cut short then
 bool rewrite_in_place(int file, off_t start, std::string_view text);
 
+/// Replaces the whole text of an open file by another one, likewise. What cannot be written leaves
+/// the old text there; when not even that can be written any more, the new one is left for whoever
+/// reads or changes the file next.
+/// @return false, with `errno`, when the text could not be written
+bool replace_in_place(int file, std::string_view before, std::string_view text);
+
 /// Puts into an open file what a killed process or a power cut kept from it. The caller holds the
 /// file's lock. `errno` stays as it is.
 void complete_rewrite(int file);

@@ -74,11 +74,7 @@ bool overwrite(FILE* file, std::string_view text) {
   if (!has_room(fileno(file), text.size()) || fstat(fileno(file), &examined) != 0) return false;
   // A device may have no end.
   if (S_ISREG(examined.st_mode) && !read_rest(file, before)) return false;
-  if (rewrite_in_place(fileno(file), 0, text)) return true;
-  const int reason = errno;
-  rewrite_in_place(fileno(file), 0, before);
-  errno = reason;
-  return false;
+  return replace_in_place(fileno(file), before, text);
 }
 
 }  // namespace

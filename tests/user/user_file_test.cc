@@ -2,6 +2,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "tests/sandbox/bend.h"
+#include "tests/sandbox/libc.h"
 #include "tests/user/user_machine.h"
 
 using testing::ElementsAre;
@@ -211,7 +213,7 @@ TEST_F(user_file_test, that_cannot_be_written_is_logged_only) {
   EXPECT_EQ(set_users_to_conf(list.get()), ORV_OK);
   EXPECT_EQ(machine.log(),
             "write_users:N return -2006 with Is a directory\n"
-            "write_users:N return -2006 with Invalid argument\n");
+            "write_users:N return -2006 with No space left on device\n");
 }
 
 TEST_F(user_file_test, stays_as_it_was_on_a_full_disk) {
@@ -242,6 +244,40 @@ TEST_F(user_file_test, stays_as_it_was_when_it_cannot_be_examined_or_read) {
     EXPECT_EQ(machine.log(), "write_users:N return -2006 with Input/output error\n");
     machine.forget();
   }
+}
+
+TEST_F(user_file_test, stays_as_it_was_when_nothing_can_be_written) {
+  users("bob||password\ncid||password\n");
+  user_list list;
+  list.add("ann", "secret");
+  machine.fail("write", EIO);
+  EXPECT_EQ(set_users_to_conf(list.get()), ORV_OK);
+  EXPECT_EQ(users(), "bob||password\ncid||password\n");
+  EXPECT_EQ(machine.log(), "write_users:N return -2006 with Input/output error\n");
+}
+
+/// The disk takes the text that stands beside the file, and then nothing more.
+TEST_F(user_file_test, has_one_of_both_texts_when_its_disk_fails_halfway) {
+  users("bob||password\n");
+  user_list list;
+  list.add("ann", "secret");
+  sandbox::before("ftruncate", [this] { machine.fail("write", EIO); });
+  EXPECT_EQ(set_users_to_conf(list.get()), ORV_OK);
+  EXPECT_EQ(machine.log(), "write_users:N return -2006 with Input/output error\n");
+  EXPECT_EQ(users(), "");
+  sandbox::libc::reset();
+  EXPECT_THAT(read_back(), ElementsAre("0|0|ann|secret|NAS"));
+  EXPECT_EQ(written("cid", "secret"), "cid||secret");
+}
+
+TEST_F(user_file_test, stays_as_it_was_when_one_write_fails) {
+  users("bob||password\n");
+  user_list list;
+  list.add("ann", "secret");
+  sandbox::before("ftruncate", [this] { machine.fail("write", EIO, 1); });
+  EXPECT_EQ(set_users_to_conf(list.get()), ORV_OK);
+  EXPECT_EQ(users(), "bob||password\n");
+  EXPECT_THAT(read_back(), ElementsAre("0|0|bob|password|NAS"));
 }
 
 TEST_F(user_file_test, can_shrink_on_a_full_disk) {
