@@ -56,6 +56,7 @@ log_socket::log_socket()
   ::pthread_sigmask(SIG_SETMASK, &all, &before);
   reader_ = std::thread([this] { keep_drained(); });
   ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  started_.wait(false);
 }
 
 // The C library notices the closed socket by itself and connects to the next machine's.
@@ -80,6 +81,9 @@ void log_socket::drain() {
 }
 
 void log_socket::keep_drained() {
+  // A thread that begins takes memory: nobody is to fork meanwhile, and find the allocator locked.
+  started_ = true;
+  started_.notify_one();
   pollfd waited[] = {{socket_, POLLIN, 0}, {stop_, POLLIN, 0}};
   while (::poll(waited, 2, -1) > 0 && waited[1].revents == 0) drain();
 }

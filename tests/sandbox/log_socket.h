@@ -2,6 +2,7 @@
 /// and then syslog(3) waits.
 #pragma once
 
+#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -27,6 +28,7 @@ class log_socket {
   int stop_;
   std::string message_ = std::string(1 << 18, '\0');
   std::vector<log_record> records_;
+  std::atomic<bool> started_ = false;
   std::thread reader_;
 };
 
