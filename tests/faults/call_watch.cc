@@ -245,8 +245,9 @@ void call_watch::answer() {
   if (counting_) {
     system_call call = described(asked.data);
     const bool by_watched_thread = static_cast<int>(asked.pid) == thread_id_;
-    if (by_watched_thread) note_context(call);
     const auto argument = static_cast<long>(asked.data.args[0]);
+    if (call.number == SYS_write && argument == STDOUT_FILENO) call.text += to_standard_output;
+    if (by_watched_thread) note_context(call);
     const int error = error_for(call, argument, by_watched_thread);
     if (error != 0 || !may_happen(call.number)) reply.flags = 0;
     reply.error = -error;

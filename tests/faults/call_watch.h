@@ -23,6 +23,9 @@ struct system_call {
   std::vector<int> errors;  // of EIO, ENOSPC, EINTR, EMFILE, ENOMEM those that it can give
 };
 
+/// Stands at the end of the text of a call that prints.
+inline constexpr char to_standard_output[] = " to standard output";
+
 /// Which call fails: the one at this place, or from there on every call of its kind.
 struct call_fault {
   int at = -1;

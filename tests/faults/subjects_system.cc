@@ -122,7 +122,7 @@ std::vector<subject> lists() {
        .documented = {ORV_E_FAILED},
        .prepare = with_list<tag_netcard_list>(netcard_get),
        .overcomes = because("what an interface does not tell is missing",
-                            {"ioctl", "/etc/network/interfaces"})},
+                            {"ioctl", "/etc/network/interfaces", "no memory"})},
       {.name = "get_gateway(char const*, char const*, char*)",
        .documented = {ORV_E_FAILED, ORV_E_NO_GATEWAY},
        .prepare = call_with_text(

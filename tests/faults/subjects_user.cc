@@ -12,6 +12,14 @@ tag_user_info request(const char* name, const char* password) {
 
 using list = tag_user_info_list;
 
+/// The shadow file has a lock that counts; this one is taken besides.
+constexpr char lock_of_lckpwdf[] = "/etc/.pwd.lock";
+
+/// Both users, or one of them, may be in each.
+const std::vector<std::string> account_files = {"/etc/passwd", "/etc/shadow", "/etc/group",
+                                                "/etc/samba/private/smbpasswd",
+                                                "/etc/nas_userfile.conf"};
+
 }  // namespace
 
 std::vector<subject> user_subjects() {
@@ -24,7 +32,8 @@ std::vector<subject> user_subjects() {
       {.name = "sys_user_add(tag_user_info)",
        .documented = addition,
        .prepare = call([] { return sys_user_add(request("bob", "secret of bob")); }),
-       .cut_short = {"/etc/shadow-"}},
+       .cut_short = {"/etc/shadow-"},
+       .leaves = {lock_of_lckpwdf}},
       {.name = "sys_user_delete(char const*)",
        .documented = {ORV_E_USER_FILE, ORV_E_COMMAND},
        .prepare = call([] { return sys_user_delete("ann"); }),
@@ -32,8 +41,9 @@ std::vector<subject> user_subjects() {
       {.name = "sys_user_modify(char const*, tag_user_info)",
        .documented = addition,
        .prepare = call([] { return sys_user_modify("ann", request("bob", "secret of bob")); }),
-       .overcomes = because("the old user may be gone already", {"smbpasswd -x", "userdel"}),
-       .cut_short = {"/etc/shadow-"}},
+       .overcomes = because("whether the old user went is not told", {every_fault}),
+       .cut_short = account_files,
+       .leaves = {lock_of_lckpwdf}},
       {.name = "set_users_to_conf(tag_user_info_list*)",
        .prepare = with_list<list>(set_users_to_conf,
                                   [](list* users) { put(orv::append(users)->name, "bob"); }),
