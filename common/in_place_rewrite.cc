@@ -27,15 +27,15 @@ secret_text beginning_of(int file, off_t size) {
   return text;
 }
 
-bool overwrite(int file, off_t start, std::string_view text) {
-  return lseek(file, start, SEEK_SET) >= 0 && ftruncate(file, start) == 0 &&
-         write_whole(file, text);
-}
+/// When the old text is cut off. Before: what is stopped halfway is cut short, as its companion
+/// tells. Behind: nothing is lost where nothing can be written; stopped halfway, both texts are
+/// mixed.
+enum class cut { before, behind };
 
-/// Loses nothing where nothing can be written; stopped halfway it leaves both texts mixed.
-bool write_over(int file, std::string_view text) {
-  return lseek(file, 0, SEEK_SET) >= 0 && write_whole(file, text) &&
-         ftruncate(file, static_cast<off_t>(text.size())) == 0;
+bool overwrite(int file, off_t start, std::string_view text, cut order = cut::before) {
+  if (lseek(file, start, SEEK_SET) < 0) return false;
+  if (order == cut::before) return ftruncate(file, start) == 0 && write_whole(file, text);
+  return write_whole(file, text) && ftruncate(file, start + static_cast<off_t>(text.size())) == 0;
 }
 
 bool is_open_for_writing(int file) {
@@ -78,13 +78,11 @@ bool replace_in_place(int file, std::string_view before, std::string_view text) 
   const companion beside(file);
   const bool is_guarded = beside.begin(text);
   if (!is_guarded) beside.remove();
-  const auto write = [&](std::string_view wanted) {
-    return is_guarded ? overwrite(file, 0, wanted) : write_over(file, wanted);
-  };
-  const bool is_written = write(text);
+  const cut order = is_guarded ? cut::before : cut::behind;
+  const bool is_written = overwrite(file, 0, text, order);
   const int reason = errno;
   if (!is_written) {
-    if (write(before)) {
+    if (overwrite(file, 0, before, order)) {
       beside.remove();
     } else if (is_guarded) {
       ftruncate(file, 0);  // cut short, and not a mixture

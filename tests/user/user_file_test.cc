@@ -270,6 +270,19 @@ TEST_F(user_file_test, has_one_of_both_texts_when_its_disk_fails_halfway) {
   EXPECT_EQ(written("cid", "secret"), "cid||secret");
 }
 
+TEST_F(user_file_test, is_rewritten_where_nothing_can_stand_beside_it) {
+  machine.file("/var/lib/orv/rewrites", "");
+  users("bob||password\n");
+  user_list list;
+  list.add("ann", "secret");
+  machine.fail("ftruncate", EIO, 1);
+  EXPECT_EQ(set_users_to_conf(list.get()), ORV_OK);
+  EXPECT_EQ(machine.log(), "write_users:N return -2006 with Input/output error\n");
+  EXPECT_EQ(users(), "bob||password\n");
+  EXPECT_EQ(set_users_to_conf(list.get()), ORV_OK);
+  EXPECT_EQ(users(), "ann||secret\n");
+}
+
 TEST_F(user_file_test, stays_as_it_was_when_one_write_fails) {
   users("bob||password\n");
   user_list list;
