@@ -85,7 +85,7 @@ bool replace_in_place(int file, std::string_view before, std::string_view text) 
     if (overwrite(file, 0, before, order)) {
       beside.remove();
     } else if (is_guarded) {
-      ftruncate(file, 0);  // cut short, and not a mixture
+      overwrite(file, 0, "");  // cut short, and not a mixture
     }
   } else if (is_guarded) {
     beside.finish(file);
