@@ -23,8 +23,8 @@ function(orv_add_test name)
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${test_TIMEOUT})
 endfunction()
 
-# orv_compile_tests_together(TARGET APART...): with ORV_COMPILE_TOGETHER, which saves three quarters of
-# the time: what takes it is the same templates in every source.
+# orv_compile_tests_together(TARGET APART...): with ORV_COMPILE_TOGETHER, which saves two thirds of the
+# time: what takes it is the same templates in every source.
 function(orv_compile_tests_together target)
   set_target_properties(${target} PROPERTIES UNITY_BUILD ${ORV_COMPILE_TOGETHER})
   set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)

@@ -39,6 +39,16 @@ class user_file_test : public user_test {
     return text;
   }
 
+  /// Asks for a file with "ann" alone, written or not.
+  static void ask_for_ann() {
+    user_list list;
+    list.add("ann", "secret");
+    EXPECT_EQ(set_users_to_conf(list.get()), ORV_OK);
+  }
+  void expect_failed_write() {
+    EXPECT_EQ(machine.log(), "write_users:N return -2006 with Input/output error\n");
+  }
+
   /// Replaces the file by one that fills its file system.
   std::string fill_disk() {
     machine.mount_tmpfs("/etc", "size=4k");
@@ -235,35 +245,29 @@ TEST_F(user_file_test, is_written_where_room_cannot_be_asked_for) {
 
 TEST_F(user_file_test, stays_as_it_was_when_it_cannot_be_examined_or_read) {
   users("bob||secret\n");
-  user_list list;
-  list.add("ann", "secret");
   for (const char* function : {"fallocate", "fstat", "fread"}) {
     machine.fail(function, EIO, 1);
-    EXPECT_EQ(set_users_to_conf(list.get()), ORV_OK);
+    ask_for_ann();
     EXPECT_EQ(users(), "bob||secret\n") << function;
-    EXPECT_EQ(machine.log(), "write_users:N return -2006 with Input/output error\n");
+    expect_failed_write();
     machine.forget();
   }
 }
 
 TEST_F(user_file_test, stays_as_it_was_when_nothing_can_be_written) {
   users("bob||password\ncid||password\n");
-  user_list list;
-  list.add("ann", "secret");
   machine.fail("write", EIO);
-  EXPECT_EQ(set_users_to_conf(list.get()), ORV_OK);
+  ask_for_ann();
   EXPECT_EQ(users(), "bob||password\ncid||password\n");
-  EXPECT_EQ(machine.log(), "write_users:N return -2006 with Input/output error\n");
+  expect_failed_write();
 }
 
 /// The disk takes the text that stands beside the file, and then nothing more.
 TEST_F(user_file_test, has_one_of_both_texts_when_its_disk_fails_halfway) {
   users("bob||password\n");
-  user_list list;
-  list.add("ann", "secret");
   sandbox::before("ftruncate", [this] { machine.fail("write", EIO); });
-  EXPECT_EQ(set_users_to_conf(list.get()), ORV_OK);
-  EXPECT_EQ(machine.log(), "write_users:N return -2006 with Input/output error\n");
+  ask_for_ann();
+  expect_failed_write();
   EXPECT_EQ(users(), "");
   sandbox::libc::reset();
   EXPECT_THAT(read_back(), ElementsAre("0|0|ann|secret|NAS"));
@@ -273,22 +277,18 @@ TEST_F(user_file_test, has_one_of_both_texts_when_its_disk_fails_halfway) {
 TEST_F(user_file_test, is_rewritten_where_nothing_can_stand_beside_it) {
   machine.file("/var/lib/orv/rewrites", "");
   users("bob||password\n");
-  user_list list;
-  list.add("ann", "secret");
   machine.fail("ftruncate", EIO, 1);
-  EXPECT_EQ(set_users_to_conf(list.get()), ORV_OK);
-  EXPECT_EQ(machine.log(), "write_users:N return -2006 with Input/output error\n");
+  ask_for_ann();
+  expect_failed_write();
   EXPECT_EQ(users(), "bob||password\n");
-  EXPECT_EQ(set_users_to_conf(list.get()), ORV_OK);
+  ask_for_ann();
   EXPECT_EQ(users(), "ann||secret\n");
 }
 
 TEST_F(user_file_test, stays_as_it_was_when_one_write_fails) {
   users("bob||password\n");
-  user_list list;
-  list.add("ann", "secret");
   sandbox::before("ftruncate", [this] { machine.fail("write", EIO, 1); });
-  EXPECT_EQ(set_users_to_conf(list.get()), ORV_OK);
+  ask_for_ann();
   EXPECT_EQ(users(), "bob||password\n");
   EXPECT_THAT(read_back(), ElementsAre("0|0|bob|password|NAS"));
 }
