@@ -41,8 +41,13 @@ records::iterator first_with(records& list, Condition condition) {
   return std::find_if(list.begin(), list.end(), condition);
 }
 
+records::iterator named_in(records::iterator begin, records::iterator end, std::string_view name) {
+  return std::find_if(begin, end,
+                      [name](const tag_share_config& share) { return share.name == name; });
+}
+
 records::iterator named(records& list, std::string_view name) {
-  return first_with(list, [name](const tag_share_config& share) { return share.name == name; });
+  return named_in(list.begin(), list.end(), name);
 }
 
 records::iterator keyed(records& list, std::string_view name) {
@@ -317,7 +322,9 @@ void compare_listing(model& m) {
         named(m[conf], (listed++)->name);  // of sections of one name the first counts
     EXPECT(text(share.name) == known->name && text(share.comment) == known->comment);
     EXPECT(text(share.path) == known->path);
-    const bool is_target = keyed(m[ietd], share.name) != m[ietd].end();
+    const bool is_last = named_in(listed, m[conf].end(), share.name) == m[conf].end();
+    const bool is_target = is_last && keyed(m[ietd], share.name) != m[ietd].end();
+    // A target belongs to the last share of its name.
     EXPECT(is_target ? text(share.service) == "iSCSI" : lower(share.service) == known->service);
     const auto live = named(m[smb], share.name);
     if (text(share.service) == "samba" && live != m[smb].end()) {
