@@ -26,8 +26,13 @@ void make_directory(const std::string& path, mode_t mode) {
 }
 
 void write_file(const std::string& path, std::string_view text, mode_t mode) {
-  make_parents(path);
-  const int file = must(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode), path);
+  constexpr int how = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
+  int file = ::open(path.c_str(), how, mode);
+  if (file < 0 && errno == ENOENT) {
+    make_parents(path);
+    file = ::open(path.c_str(), how, mode);
+  }
+  must(file, path);
   const bool whole = write_whole(file, text) && ::fchmod(file, mode) == 0;
   const int error = errno;
   ::close(file);

@@ -80,8 +80,9 @@ answer& toolbox::add(canned_answer canned) {
 }
 
 void toolbox::save(size_t number) const {
-  const auto path = std::string(answers_directory) + '/' + std::to_string(number);
-  write_file(path, packed(to_record(entries_[number].canned)), 0600);
+  const auto& canned = entries_[number].canned;
+  const auto path = answers_of(canned.tool) + '/' + std::to_string(number);
+  write_file(path, packed(to_record(canned)), 0600);
 }
 
 void toolbox::expect_missing(const std::string& path) {

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <string>
 #include <string_view>
@@ -29,6 +30,12 @@ inline constexpr char miss_handler[] =
     "() { printf '%s\\n' \"${*//$'\\n'/ }\" >> /.sandbox/misses\n"
     " echo \"sh: $1: command not found\" >&2\n"
     " return 127\n}";
+
+// A tool reads its own answers only: their directory.
+inline std::string answers_of(std::string tool) {
+  std::replace(tool.begin(), tool.end(), '/', '!');
+  return std::string(answers_directory) + '/' + tool;
+}
 
 inline std::string packed_text(std::string_view text) {
   return std::to_string(text.size()) + ':' + std::string(text) + ',';

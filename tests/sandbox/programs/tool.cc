@@ -10,6 +10,8 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <map>
 
 #include "canned_answer.h"
 
@@ -23,36 +25,36 @@ const char* own_path() {
   return reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
 }
 
-std::vector<canned_answer> all_answers() {
-  std::vector<canned_answer> answers;
-  for (size_t number = 0;; ++number) {
-    const auto path = std::string(sandbox::answers_directory) + '/' + std::to_string(number);
-    const auto records = sandbox::unpacked(sandbox::whole_file(path.c_str()));
-    if (records.empty()) return answers;
-    answers.push_back(sandbox::to_answer(records.front()));
+// By their numbers.
+using answers = std::map<int, canned_answer>;
+
+answers own_answers() {
+  answers found;
+  std::error_code no_answers;
+  for (const auto& file :
+       std::filesystem::directory_iterator(sandbox::answers_of(own_path()), no_answers)) {
+    const auto records = sandbox::unpacked(sandbox::whole_file(file.path().c_str()));
+    found[std::stoi(file.path().filename())] = sandbox::to_answer(records.at(0));
   }
+  return found;
 }
 
-std::vector<int> uses_so_far(size_t answers) {
-  std::vector<int> uses(answers, 0);
-  for (const auto& call : sandbox::unpacked(sandbox::whole_file(sandbox::calls_file))) {
-    const int number = std::stoi(call.at(sandbox::call_answer));
-    if (number >= 0) ++uses.at(static_cast<size_t>(number));
-  }
+std::map<int, int> uses_so_far() {
+  std::map<int, int> uses;
+  for (const auto& call : sandbox::unpacked(sandbox::whole_file(sandbox::calls_file)))
+    ++uses[std::stoi(call.at(sandbox::call_answer))];
   return uses;
 }
 
 // Among answers that are equally close each is given once, in order; then the last without a
 // limit goes on answering. -1: none.
-int choose(const std::vector<canned_answer>& answers, const record& arguments) {
-  const auto uses = uses_so_far(answers.size());
+int choose(const answers& own, const record& arguments) {
+  auto uses = uses_so_far();
   for (int close = sandbox::exact_words; close <= sandbox::any_words; ++close) {
     int unlimited = -1;
-    for (size_t i = 0; i < answers.size(); ++i) {
-      const auto& answer = answers[i];
-      if (answer.close != close || answer.tool != own_path() || !fits(answer, arguments)) continue;
-      const auto number = static_cast<int>(i);
-      if (uses[i] < (answer.times == 0 ? 1 : answer.times)) return number;
+    for (const auto& [number, answer] : own) {
+      if (answer.close != close || !fits(answer, arguments)) continue;
+      if (uses[number] < (answer.times == 0 ? 1 : answer.times)) return number;
       if (answer.times == 0) unlimited = number;
     }
     if (unlimited >= 0) return unlimited;
@@ -199,8 +201,8 @@ int main(int argc, char** argv) {
   const int calls = ::open(sandbox::calls_file, O_RDONLY | O_CREAT | O_CLOEXEC, 0600);
   ::flock(calls, LOCK_EX);  // one call at a time chooses its answer
   const auto how = misbehaviour();
-  const auto answers = all_answers();
-  const int number = choose(answers, {argv + 1, argv + argc});
+  const auto own = own_answers();
+  const int number = choose(own, {argv + 1, argv + argc});
   const bool written =
       sandbox::append_record(sandbox::calls_file, call_record(number, start, argv));
   ::close(calls);
@@ -212,6 +214,6 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "%s: the test gives no answer to this call\n", own_path());
     return 127;
   }
-  const auto& answer = answers[static_cast<size_t>(number)];
+  const auto& answer = own.at(number);
   return how.empty() ? give(answer, argc, argv) : misbehave(how, answer, argc, argv);
 }
