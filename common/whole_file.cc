@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -18,6 +19,18 @@ bool read_from_start(int file, secret_text& text) {
     text.append(part, static_cast<std::size_t>(got));
     done += got;
   }
+}
+
+bool read_up_to(int file, std::string& text, std::size_t longest) {
+  char part[256];
+  while (longest > 0) {
+    const ssize_t got = read(file, part, std::min(sizeof part, longest));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) return got == 0;
+    text.append(part, static_cast<std::size_t>(got));
+    longest -= static_cast<std::size_t>(got);
+  }
+  return true;
 }
 
 unique_file without_buffer(unique_file stream) {

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <cstdio>
+#include <string>
 #include <string_view>
 
 #include "common/handles.h"
@@ -23,6 +24,10 @@ bool read_rest(FILE* stream, Text& text) {
 
 /// Appends an open file, from its beginning, to a text; false, with `errno`, on a read error.
 bool read_from_start(int file, secret_text& text);
+
+/// Appends up to `longest` bytes, which for a kernel file is all, to a text; false, with `errno`,
+/// on a read error.
+bool read_up_to(int file, std::string& text, std::size_t longest);
 
 /// A stream, or none, that was just opened: what is read from it by blocks, as `read_rest` and
 /// `line_reader` do, is in no buffer of the C library on the way.

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <orv/disk.h>
 #include <orv/support.h>
 
@@ -9,6 +10,7 @@
 #include "common/handles.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "common/whole_file.h"
 
 namespace {
 
@@ -17,13 +19,13 @@ std::optional<std::string> attribute(const tag_disk_info& disk, const char* file
   constexpr int longest = 256;
   std::string path("/sys/block/");
   path.append(orv::text_of(disk.name)).append(file_name);
-  const orv::unique_file file(std::fopen(path.c_str(), "re"));
-  if (!file) return std::nullopt;
-  char text[longest + 1] = "";
-  if (std::fread(text, 1, longest, file.get()) == 0 && std::ferror(file.get()) != 0) {
+  const orv::unique_descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  std::string text;
+  if (!file || !orv::read_up_to(file.get(), text, longest)) {
+    orv::check_memory();
     return std::nullopt;
   }
-  return clear_string(text, longest);
+  return clear_string(text.data(), longest);
 }
 
 /// Fills what the kernel knows of a disk, up to the first file that cannot be read.

@@ -1,8 +1,8 @@
 #include <dirent.h>
+#include <fcntl.h>
 #include <orv/disk.h>
 #include <orv/raid.h>
 #include <orv/support.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -17,6 +17,7 @@
 #include "common/log.h"
 #include "common/record_index.h"
 #include "common/text.h"
+#include "common/whole_file.h"
 
 namespace {
 
@@ -39,36 +40,24 @@ constexpr member_state member_states[] = {{1, "faulty", "(F)", &member_counts::f
                                           {2, "spare", "(S)", &member_counts::spare},
                                           {3, "in_sync", "", &member_counts::in_sync}};
 
-/// Everything that a small kernel file holds; nothing after a read error.
-std::string read_whole(int file) {
-  constexpr std::size_t largest_kernel_text = 4096;
-  std::string text;
-  char part[256];
-  while (text.size() < largest_kernel_text) {
-    const ssize_t length = read(file, part, sizeof part);
-    if (length < 0 && errno == EINTR) continue;
-    if (length < 0) return {};
-    if (length == 0) break;
-    text.append(part, static_cast<std::size_t>(length));
-  }
-  return text;
-}
+constexpr std::size_t largest_kernel_text = 4096;
 
-/// The trimmed text of a kernel file. A file that cannot be opened is printed, and logged in the
-/// name of the caller.
+/// The trimmed text of a kernel file, of which nothing is left after a read error. A file that
+/// cannot be opened is printed, and logged in the name of the caller.
 /// @param error  why it cannot be opened; unchanged when it can
 std::optional<std::string> kernel_text(const char* path, int& error,
                                        const char* function = __builtin_FUNCTION(),
                                        int line = __builtin_LINE()) {
   const char* const name = path == nullptr ? "" : path;
-  const orv::unique_file file(std::fopen(name, "re"));
+  const orv::unique_descriptor file(open(name, O_RDONLY | O_CLOEXEC));
   if (!file) {
     error = errno;
     orv::log_null(function, line);
     std::printf("cannot cat %s\n", name);
     return std::nullopt;
   }
-  const std::string text = read_whole(fileno(file.get()));
+  std::string text;
+  if (!orv::read_up_to(file.get(), text, largest_kernel_text)) text.clear();
   return std::string(orv::trimmed(text));
 }
 

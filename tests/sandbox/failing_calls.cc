@@ -16,9 +16,9 @@ namespace sandbox::libc {
 namespace {
 
 constexpr std::string_view functions[] = {
-    "clone",   "connect", "fallocate", "fchmod",   "fcntl",   "fdopen",
-    "flock",   "fread",   "ftruncate", "futimens", "kill",    "pread",
-    "readdir", "read",    "recv",      "sendfile", "waitpid", "write"};
+    "clone", "connect",   "fallocate", "fchmod",  "fcntl", "fdopen", "flock",
+    "fread", "ftruncate", "futimens",  "kill",    "open",  "pread",  "readdir",
+    "read",  "recv",      "sendfile",  "waitpid", "write"};
 
 // The threads of the sandbox and of the test's own daemons go on undisturbed.
 constinit thread_local bool is_under_test = false;
@@ -91,6 +91,15 @@ DEFINE_WEAK(int, fcntl, int file, int command, void* value) {
 
 DEFINE_WEAK(int, fcntl64, int file, int command, void* value) {
   return lock_fails(command) ? -1 : real<own_fcntl64>("fcntl64", file, command, value);
+}
+
+// The mode is read by the C library only when it is given.
+DEFINE_WEAK(int, open, const char* path, int flags, mode_t mode) {
+  return fails_here("open") ? -1 : real<own_open>("open", path, flags, mode);
+}
+
+DEFINE_WEAK(int, open64, const char* path, int flags, mode_t mode) {
+  return fails_here("open") ? -1 : real<own_open64>("open64", path, flags, mode);
 }
 
 DEFINE_WEAK(FILE*, fdopen, int file, const char* mode) {
