@@ -127,7 +127,8 @@ system_call described(const seccomp_data& data) {
   if (one.path_argument != no_path) {
     const auto path = static_cast<uintptr_t>(data.args[static_cast<size_t>(one.path_argument)]);
     // NOLINTNEXTLINE(performance-no-int-to-ptr): the caller's own pointer, and its memory is ours
-    if (path != 0) call.text += std::string(" ") + reinterpret_cast<const char*>(path);
+    const char* const name = path == 0 ? "" : reinterpret_cast<const char*>(path);
+    if (*name != '\0') call.text += std::string(" ") + name;
   }
   const bool creates = data.nr == SYS_openat && (data.args[2] & O_CREAT) != 0;
   if (data.nr == SYS_openat && !creates) std::erase(call.errors, ENOSPC);
@@ -247,7 +248,11 @@ void call_watch::answer() {
     const bool by_watched_thread = static_cast<int>(asked.pid) == thread_id_;
     const auto argument = static_cast<long>(asked.data.args[0]);
     if (call.number == SYS_write && argument == STDOUT_FILENO) call.text += to_standard_output;
-    if (by_watched_thread) note_context(call);
+    if (by_watched_thread) {
+      note_context(call);
+    } else {
+      call.text += by_the_child;
+    }
     const int error = error_for(call, argument, by_watched_thread);
     if (error != 0 || !may_happen(call.number)) reply.flags = 0;
     reply.error = -error;

@@ -25,6 +25,8 @@ struct system_call {
 
 /// Stands at the end of the text of a call that prints.
 inline constexpr char to_standard_output[] = " to standard output";
+/// What a new process does before it becomes its tool.
+inline constexpr char by_the_child[] = " by the child";
 
 /// Which call fails: the one at this place, or from there on every call of its kind.
 struct call_fault {

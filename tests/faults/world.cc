@@ -80,19 +80,13 @@ void world::changers(const sandbox::lines& paths) {
 }
 
 void world::put_disks() {
-  const auto host = [](const std::string& place, const sandbox::lines& disks) {
-    std::string text = "Marvell SATA host adapter driver\nPCI location: " + place + "\n";
-    for (int line = 2; line < 9; ++line) text += "-\n";
-    for (const auto& disk : disks)
-      text +=
-          "0 " + disk.substr(0, 4) + "disk 3.0Gb/s NCQ 32 UDMA6 online " + disk.substr(4) + "\n";
-    return text;
-  };
-  machine.file("/proc/scsi/mvSata/0", host("bus 2, slot 1", {"0 0 *sda", "0 1 *sdb", "0 2 *sdc",
-                                                             "0 3 *sdd", "1 0 *sde", "1 1 *sdf"}));
-  machine.file("/proc/scsi/mvSata/1", host("bus 2, slot 1", {"1 2 *sdg", "1 3 *sdh"}));
+  std::string host = "Marvell SATA host adapter driver\nPCI location: bus 2, slot 1\n";
+  for (int line = 2; line < 9; ++line) host += "-\n";
+  for (const std::string disk : {"0 0 *sda", "0 2 *sdc", "1 1 *sdf", "1 2 *sdg", "1 3 *sdh"})
+    host += "0 " + disk.substr(0, 4) + "disk 3.0Gb/s NCQ 32 UDMA6 online " + disk.substr(4) + "\n";
+  machine.file("/proc/scsi/mvSata/0", host);
   std::string partitions = "major minor  #blocks  name\n\n   9 0 1000 md0\n";
-  for (const std::string disk : {"sda", "sdb", "sdc", "sdd", "sde", "sdf", "sdg", "sdh"}) {
+  for (const std::string disk : {"sda", "sdc", "sdf", "sdg", "sdh"}) {
     machine.file("/sys/block/" + disk + "/size", "1953525168\n");
     machine.file("/sys/block/" + disk + "/device/state", "running\n");
     machine.file("/sys/block/" + disk + "/device/model", "ST31000340NS    \n");
