@@ -68,19 +68,14 @@ bool captured_output::exists() const {
 }
 
 unique_file captured_output::open() const {
-  if (error_ != 0) {
-    errno = error_;
-    return nullptr;
-  }
-  const unique_file file(std::fopen(path_.c_str(), "re"));
+  const unique_file file = stream();
   return file ? read_whole(file.get()) : nullptr;
 }
 
-bool captured_output::read(secret_text& text) const {
-  struct stat examined {};
-  if (error_ == 0) return read_file(path_.c_str(), text, examined);
+unique_file captured_output::stream() const {
+  if (error_ == 0) return without_buffer(unique_file(std::fopen(path_.c_str(), "re")));
   errno = error_;
-  return false;
+  return nullptr;
 }
 
 int tell_cannot_open(const captured_output& output, int logged, const char* function, int line) {

@@ -5,7 +5,6 @@
 
 #include "common/command.h"
 #include "common/handles.h"
-#include "common/secret_text.h"
 
 namespace orv {
 
@@ -41,9 +40,9 @@ class captured_output {
   /// read whole here: a reader of its lines never takes a read error for the end of the text.
   unique_file open() const;
 
-  /// Reads the text, which may hold passwords: it is nowhere else. False, with `errno`, when it
-  /// cannot be read.
-  bool read(secret_text& text) const;
+  /// Opens the captured text, which may be as large as a list or hold passwords, to be read line by
+  /// line (line_reader): it is nowhere else. Empty when it cannot be opened, and `errno` says why.
+  unique_file stream() const;
 
   /// Leaves the file in place, where that is what the appliance does.
   void leave() { leave_ = true; }

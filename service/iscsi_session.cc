@@ -54,13 +54,14 @@ class session_reader {
   tag_share_conn* session_ = nullptr;
 };
 
+/// Adds the sessions; false without memory, and on a read error.
 bool add_sessions(tag_shareconn_list* list, FILE* file) {
   session_reader sessions(list);
   orv::line_reader reader(file);
   while (reader.next()) {
     if (!sessions.take(orv::trimmed(reader.line()))) return false;
   }
-  return true;
+  return !reader.failed();
 }
 
 }  // namespace
@@ -72,7 +73,7 @@ int get_conninfo_from_session(tag_shareconn_list* list) try {
   if (!output.fill(orv::command("cat /proc/net/iet/session > %s", output.path()))) {
     return ORV_E_COMMAND;
   }
-  const orv::unique_file file = output.open();
+  const orv::unique_file file = output.stream();
   if (file && add_sessions(list, file.get())) return ORV_OK;
   orv::log_failure(ORV_OK);
   return ORV_E_EXPORTS;

@@ -19,7 +19,7 @@ std::string_view ftp_client_in(std::string_view line) {
   return orv::from_field(line, " ", 4);
 }
 
-/// Adds the FTP clients; false without memory.
+/// Adds the FTP clients; false without memory, and on a read error.
 bool add_clients(tag_shareconn_list* list, FILE* file) {
   orv::line_reader reader(file);
   while (reader.next()) {
@@ -37,7 +37,7 @@ bool add_clients(tag_shareconn_list* list, FILE* file) {
     orv::set_text(connection->ip, host);
     orv::set_text(connection->user, orv::after(client, ':'));
   }
-  return true;
+  return !reader.failed();
 }
 
 }  // namespace
@@ -46,7 +46,7 @@ int get_conninfo_from_netstat(tag_shareconn_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::captured_output output("/tmp/conn_info.XXXXXX");
   if (!output.fill(orv::command("netstat -t > %s", output.path()))) return ORV_E_COMMAND;
-  const orv::unique_file file = output.open();
+  const orv::unique_file file = output.stream();
   if (!file) {
     liborv_log_error("cannot open %s\n", output.path().c_str());
     return ORV_E_NETSTAT;

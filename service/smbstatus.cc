@@ -2,8 +2,8 @@
 #include <orv/support.h>
 
 #include <algorithm>
+#include <deque>
 #include <optional>
-#include <vector>
 
 #include "common/captured_output.h"
 #include "common/families.h"
@@ -66,7 +66,7 @@ bool add_process(tag_shareconn_list* list, std::string_view row) {
 class client_index {
  public:
   explicit client_index(tag_shareconn_list* list) {
-    for (tag_share_conn& connection : orv::records(list)) clients_.push_back({&connection});
+    for (tag_share_conn& connection : orv::records(list)) clients_.push_back(&connection);
     std::ranges::stable_sort(clients_, {}, process_of);
   }
 
@@ -77,22 +77,16 @@ class client_index {
     if (words.size() < 2 || !orv::is_number(words[1]) || words[0] == control_share) return;
     auto found = std::ranges::lower_bound(clients_, words[1], {}, process_of);
     for (; found != clients_.end() && process_of(*found) == words[1]; ++found) {
-      if (!found->has_share) orv::set_text(found->connection->share, words[0]);
-      found->has_share = true;
+      if (orv::text_of((*found)->share) == control_share) orv::set_text((*found)->share, words[0]);
     }
   }
 
  private:
-  struct client {
-    tag_share_conn* connection;
-    bool has_share = false;
-  };
-
-  static std::string_view process_of(const client& of) {
-    return orv::text_of(of.connection->protocol);
+  static std::string_view process_of(const tag_share_conn* client) {
+    return orv::text_of(client->protocol);
   }
 
-  std::vector<client> clients_;
+  std::deque<tag_share_conn*> clients_;  // a vector would double as it grows
 };
 
 /// Replaces the numbers of the processes.
@@ -103,7 +97,7 @@ void settle_protocols(tag_shareconn_list* list) {
   }
 }
 
-/// Reads the tables of processes and services; false without memory.
+/// Reads the tables of processes and services; false without memory, and on a read error.
 bool read_tables(tag_shareconn_list* list, FILE* file) {
   table_position position;
   std::optional<client_index> clients;
@@ -118,7 +112,7 @@ bool read_tables(tag_shareconn_list* list, FILE* file) {
     clients->take_service(line);
   }
   settle_protocols(list);
-  return complete;
+  return complete && !reader.failed();
 }
 
 }  // namespace
@@ -127,7 +121,7 @@ int get_conninfo_from_smbstatus(tag_shareconn_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::captured_output output("/tmp/smbconn_info.XXXXXX");
   if (!output.fill(orv::command("smbstatus > %s", output.path()))) return ORV_E_COMMAND;
-  const orv::unique_file file = output.open();
+  const orv::unique_file file = output.stream();
   if (!file) {
     liborv_log_error("cannot open %s", output.path().c_str());
     return ORV_E_SMBSTATUS;

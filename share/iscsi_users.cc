@@ -51,6 +51,14 @@ class reader {
   tag_share_config* share_ = nullptr;
 };
 
+/// Takes all lines; false on a read error.
+bool take_targets(FILE* file, tag_shareconf_list* list) {
+  reader targets(list);
+  orv::line_reader lines(file);
+  while (lines.next()) targets.take(orv::trimmed(lines.line()));
+  return !lines.failed();
+}
+
 }  // namespace
 
 int get_shareinfo_from_ietd(tag_shareconf_list* list) try {
@@ -58,15 +66,10 @@ int get_shareinfo_from_ietd(tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   const orv::captured_output output("/tmp/iscsi.XXXXXX");
   if (!output.fill(orv::command("cat /etc/ietd.conf > %s", output.path()))) return ORV_E_COMMAND;
-  orv::secret_text text;
-  if (!output.read(text)) {
-    orv::log_failure(logged_code, "get_shareinfo_from_ietd", logged_line);
-    return ORV_E_IETD;
-  }
-  reader targets(list);
-  orv::line_reader lines(text);
-  while (lines.next()) targets.take(orv::trimmed(lines.line()));
-  return ORV_OK;
+  const orv::unique_file file = output.stream();
+  if (file && take_targets(file.get(), list)) return ORV_OK;
+  orv::log_failure(logged_code, "get_shareinfo_from_ietd", logged_line);
+  return ORV_E_IETD;
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }

@@ -82,13 +82,14 @@ class reader {
   tag_share_config* share_ = nullptr;
 };
 
+/// Takes all lines; false without memory, and on a read error.
 bool take_volumes(FILE* file, tag_shareconf_list* list) {
   reader volumes(list);
   orv::line_reader lines(file);
   while (lines.next()) {
     if (!volumes.take(orv::trimmed(lines.line()))) return false;
   }
-  return true;
+  return !lines.failed();
 }
 
 }  // namespace
@@ -101,7 +102,7 @@ int get_shareinfo_from_iSCSI(tag_shareconf_list* list) try {
   if (!output.fill(orv::command("cat /proc/net/iet/volume > %s", output.path()))) {
     return ORV_E_COMMAND;
   }
-  const orv::unique_file file = output.open();
+  const orv::unique_file file = output.stream();
   if (file && take_volumes(file.get(), list)) return ORV_OK;
   orv::log_failure(logged_code, "get_shareinfo_from_iSCSI", logged_line);
   return ORV_E_EXPORTS;
