@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include "common/device_use.h"
 #include "common/families.h"
 #include "common/log.h"
 #include "common/text.h"
@@ -98,18 +99,27 @@ int check_unused(tag_diskinfo_list* disks, const char* pvname, const std::string
   return ORV_OK;
 }
 
+/// Lists that came from tools that told half of it must not cost an array or a group its disk.
+int check_kernel(const char* pvname, const std::string& shown, int refusal) {
+  if (!orv::kernel_uses(pvname)) return ORV_OK;
+  liborv_log_error("'%s' is used in kernel", shown.c_str());
+  return refusal;
+}
+
 }  // namespace
 
 int check_pvname(tag_diskinfo_list* disks, char* pvname, const char* enclosure) try {
   if (disks == nullptr || pvname == nullptr) return orv::log_missing_argument();
   if (is_channelID(pvname) == 0) {
-    const int result = check_array(pvname);
-    return result == ORV_OK ? check_unused(disks, pvname, pvname) : result;
+    int result = check_array(pvname);
+    if (result == ORV_OK) result = check_unused(disks, pvname, pvname);
+    return result == ORV_OK ? check_kernel(pvname, pvname, ORV_E_PV_USED) : result;
   }
   constexpr std::size_t shown_characters = 8;
   const std::string shown(pvname, strnlen(pvname, shown_characters));
-  const int result = check_disk(disks, pvname, enclosure, shown);
-  return result == ORV_OK ? check_unused(disks, pvname, shown) : result;
+  int result = check_disk(disks, pvname, enclosure, shown);
+  if (result == ORV_OK) result = check_unused(disks, pvname, shown);
+  return result == ORV_OK ? check_kernel(pvname, shown, ORV_E_PV_DISK_USED) : result;
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }

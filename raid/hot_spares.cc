@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "common/command.h"
+#include "common/device_use.h"
 #include "common/families.h"
 #include "common/log.h"
 #include "common/text.h"
@@ -71,7 +72,10 @@ int disk_set_hotspare(const char* dev, int flag) try {
 }
 
 int clear_disk(const char* dev) try {
-  return orv::execute(orv::command("/usr/local/bin/diskformat /dev/%s", dev));
+  const orv::command wipe("/usr/local/bin/diskformat /dev/%s", dev);
+  if (wipe.error() != 0 || !orv::kernel_uses(orv::text_or_empty(dev))) return orv::execute(wipe);
+  errno = EBUSY;
+  return orv::log_not_run(wipe);
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }

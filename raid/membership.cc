@@ -37,9 +37,13 @@ namespace orv {
 membership spare_among_members(const tag_md_info& md) {
   scoped_list<tag_diskinfo_list> disks;
   membership answer{disks_info_get(disks.get()), false};
+  int listed = 0;
   for (const tag_disk_info& disk : disks) {
-    if (disk.hotspare == 1 && found_disk(md.disks, disk.name) != 0) answer.found = true;
+    if (found_disk(md.disks, disk.name) == 0) continue;
+    ++listed;
+    answer.found = answer.found || disk.hotspare == 1;
   }
+  if (answer.code == ORV_OK && listed < count_disks(md.disks)) answer.code = ORV_E_NO_DISK;
   return answer;
 }
 

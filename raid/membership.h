@@ -12,7 +12,8 @@ struct membership {
   bool found;  ///< true when one of the disks is in what could be read
 };
 
-/// Is a member of the record a global hot spare?
+/// Is a member of the record a global hot spare? A member that is not listed any more is no
+/// disk that may be wiped: ORV_E_NO_DISK.
 membership spare_among_members(const tag_md_info& md);
 
 /// Is a member or spare of the record a physical volume of some volume group?

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "common/device_use.h"
 #include "common/families.h"
 #include "common/log.h"
 #include "common/text.h"
@@ -19,6 +20,11 @@ bool is_supported(std::string_view level) {
   return std::find(std::begin(levels), std::end(levels), level) != std::end(levels);
 }
 
+int invalid_channels(const tag_md_info& md) {
+  liborv_log_error("'%s in %s' includes invalid channelIDs", md.disks, md.enclosure);
+  return ORV_E_NO_DISK;
+}
+
 /// Replaces the requested channels by device names. Every channel must have a disk, and every disk
 /// a device name: those of a RAID controller have none.
 int name_members(tag_diskinfo_list* disks, tag_md_info& md) {
@@ -26,10 +32,7 @@ int name_members(tag_diskinfo_list* disks, tag_md_info& md) {
   char names[256];
   orv::set_text(names, md.disks);
   const int found = trans_ch_disk(disks, names, md.enclosure, count);
-  if (found != count || count_disks(names) != count) {
-    liborv_log_error("'%s in %s' includes invalid channelIDs", md.disks, md.enclosure);
-    return ORV_E_NO_DISK;
-  }
+  if (found != count || count_disks(names) != count) return invalid_channels(md);
   orv::set_text(md.disks, names);
   return ORV_OK;
 }
@@ -72,9 +75,20 @@ int check_volume_groups(const tag_md_info& md) {
 
 int check_hot_spares(const tag_md_info& md) {
   const orv::membership answer = orv::spare_among_members(md);
+  if (answer.code == ORV_E_NO_DISK) return invalid_channels(md);
   if (answer.code != ORV_OK || !answer.found) return answer.code;
   liborv_log_error("'%s' or '%s' includes global hotspare disk", md.disks, md.spares);
   return ORV_E_DISK_USED;
+}
+
+/// Lists that came from tools that told half of it must not cost an array its disks.
+int check_kernel(const tag_md_info& md) {
+  for (const std::string_view name : orv::items(orv::text_of(md.disks))) {
+    if (!orv::kernel_uses(name)) continue;
+    liborv_log_error("'%s' or '%s' includes used disk in kernel", md.disks, md.spares);
+    return ORV_E_DISK_USED;
+  }
+  return ORV_OK;
 }
 
 }  // namespace
@@ -95,6 +109,7 @@ int raid_create(tag_md_info* md) try {
   if (code == ORV_OK) code = check_arrays(arrays.get(), automatic_name, *md);
   if (code == ORV_OK) code = check_volume_groups(*md);
   if (code == ORV_OK) code = check_hot_spares(*md);
+  if (code == ORV_OK) code = check_kernel(*md);
   return code == ORV_OK ? set_raid(md) : code;
 } catch (const std::bad_alloc&) {
   return orv::without_memory();

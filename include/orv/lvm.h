@@ -163,8 +163,8 @@ ORV_API int check_vg(tag_vg_info* vg);
 /// Checks that a channel or an array may become a physical volume; a channel is replaced by its
 /// device name in place.
 /// @param pvname  channel or array name, in a buffer of 32 bytes
-/// @return ORV_OK; ORV_E_PV_NO_RAID; ORV_E_PV_CHANNEL; ORV_E_PV_DISK_USED; ORV_E_PV_USED; the code
-///         of a list that could not be read
+/// @return ORV_OK; ORV_E_PV_NO_RAID; ORV_E_PV_CHANNEL; ORV_E_PV_DISK_USED and ORV_E_PV_USED, also
+///         when the kernel itself uses the disk or array; the code of a list that could not be read
 ORV_API int check_pvname(tag_diskinfo_list* disks, char* pvname, const char* enclosure);
 
 /// Adds a channel or an array to a volume group of the same enclosure.

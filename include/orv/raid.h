@@ -150,10 +150,10 @@ ORV_API int get_raid_disks(const char* line, char* dst, int size);
 /// The members are wiped. The request is changed whatever the outcome of the creation: `name`
 /// becomes the name used, `disks` the device paths of the members, cut to its size.
 ///
-/// @return ORV_OK; ORV_E_RAID_LEVEL; ORV_E_NO_DISK; ORV_E_RAID_NAME_USED; ORV_E_DISK_USED (array,
-///         volume group or hot spare); ORV_E_RAID_COUNT; the code of a list that could not be read;
-///         ORV_E_COMMAND when mdadm failed (the members are wiped by then); ORV_E_FAILED for NULL.
-///         Nothing of the machine is changed by a refusal.
+/// @return ORV_OK; ORV_E_RAID_LEVEL; ORV_E_NO_DISK; ORV_E_RAID_NAME_USED; ORV_E_DISK_USED (by an
+///         array, a volume group or the kernel itself, or as hot spare); ORV_E_RAID_COUNT; the code
+///         of a list that could not be read; ORV_E_COMMAND when mdadm failed (the members are wiped
+///         by then); ORV_E_FAILED for NULL. Nothing of the machine is changed by a refusal.
 ORV_API int raid_create(tag_md_info* md);
 
 /// Wipes the members and creates the array; `disks` holds device names and becomes device paths.
@@ -233,7 +233,7 @@ ORV_API int found_pv_raid(tag_vg_info* vg, const char* list);
 ///         nothing is run
 ORV_API int disk_set_hotspare(const char* dev, int flag);
 
-/// Wipes a disk.
+/// Wipes a disk; one that the kernel itself uses, as a member of an array or mounted, is not wiped.
 /// @return ORV_OK; on failure the result of the log call
 ORV_API int clear_disk(const char* dev);
 

@@ -138,6 +138,7 @@ void world::put_arrays() {
         {"sdd in_sync", "sde spare"});
   array("md2", "raid1", "", {"sdi in_sync", "sdj in_sync"});
   machine.file("/proc/mdstat", status);
+  for (const char* device : {"/dev/sda", "/dev/sdc", "/dev/md0"}) machine.in_use(device);
   mdadm.succeeds().if_asked();
 }
 

@@ -135,6 +135,16 @@ TEST_F(pv_check, refuses_an_array_of_a_group) {
   EXPECT_EQ(check("md11"), ORV_OK);
 }
 
+TEST_F(pv_check, refuses_what_the_kernel_uses_whatever_the_lists_say) {
+  array("md1", {"sda in_sync"});
+  machine.in_use("/dev/sdc");
+  machine.in_use("/dev/md1");
+  EXPECT_EQ(check("3"), -2043);
+  EXPECT_THAT(machine.log_lines(), ElementsAre("'3' is used in kernel"));
+  EXPECT_EQ(check("md1"), -2045);
+  EXPECT_THAT(machine.log_lines(), ElementsAre("'md1' is used in kernel"));
+}
+
 TEST_F(pv_check, shows_eight_characters_of_a_channel) {
   EXPECT_EQ(check("1234567890"), -2042);
   EXPECT_THAT(machine.log_lines(), ElementsAre("invalid disk channelID: '12345678'"));

@@ -44,6 +44,15 @@ TEST_F(hot_spares, failures_of_the_tools_are_logged) {
                           StartsWith(failed_command("/usr/local/bin/diskformat /dev/sda", 4))));
 }
 
+TEST_F(hot_spares, disk_that_the_kernel_uses_is_not_wiped) {
+  machine.in_use("/dev/sda");
+  EXPECT_EQ(clear_disk("sda"), -1);
+  EXPECT_THAT(machine.commands(), IsEmpty());
+  EXPECT_THAT(machine.log_lines(),
+              ElementsAre(failed_command("/usr/local/bin/diskformat /dev/sda", 127) +
+                          "Device or resource busy'"));
+}
+
 TEST_F(hot_spares, disk_without_a_name_is_not_touched) {
   EXPECT_EQ(disk_set_hotspare("", 1), -1);
   EXPECT_EQ(disk_set_hotspare(nullptr, -1), -1);

@@ -187,6 +187,28 @@ TEST_F(raid_create_test, global_hot_spare_is_refused) {
   EXPECT_THAT(refused(-2030), ElementsAre("'sda,sdb' or '' includes global hotspare disk"));
 }
 
+TEST_F(raid_create_test, disk_that_the_kernel_uses_is_refused_whatever_the_lists_say) {
+  machine.in_use("/dev/sdb");
+  request("raid1", "1,2");
+  EXPECT_THAT(refused(-2030), ElementsAre("'sda,sdb' or '' includes used disk in kernel"));
+  request("raid1", "1,3");
+  creation_succeeds();
+  EXPECT_EQ(raid_create(&md), ORV_OK);
+}
+
+TEST_F(raid_create_test, disk_that_is_not_listed_any_more_is_not_wiped) {
+  const std::string host = "/proc/scsi/mvSata/1";
+  creation_succeeds();
+  request("raid1", "1,2");
+  EXPECT_EQ(raid_create(&md), ORV_OK);
+  const int lists = times_asked_for_hot_spares();
+  const std::string disks = machine.read(host);
+  machine.tool("cat").on(host).prints(disks).times(lists - 1).then().prints(
+      disks.substr(0, disks.find("*sda")) + "*sda\n");
+  request("raid1", "1,2", "md7");
+  EXPECT_THAT(refused(-2033), ElementsAre("'sda,sdb in 1' includes invalid channelIDs"));
+}
+
 TEST_F(raid_create_test, nothing_is_changed_when_the_disks_cannot_be_read) {
   request("raid1", "1,2");
   hot_spares_unknown();

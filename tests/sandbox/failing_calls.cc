@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 
@@ -93,13 +94,21 @@ DEFINE_WEAK(int, fcntl64, int file, int command, void* value) {
   return lock_fails(command) ? -1 : real<own_fcntl64>("fcntl64", file, command, value);
 }
 
+bool open_fails(const char* path, int flags) {
+  if (fails_here("open")) return true;
+  const bool wants_device = (flags & O_EXCL) != 0 && (flags & O_CREAT) == 0;
+  if (!wants_device || !sandbox::libc::is_in_use(path)) return false;
+  errno = EBUSY;
+  return true;
+}
+
 // The mode is read by the C library only when it is given.
 DEFINE_WEAK(int, open, const char* path, int flags, mode_t mode) {
-  return fails_here("open") ? -1 : real<own_open>("open", path, flags, mode);
+  return open_fails(path, flags) ? -1 : real<own_open>("open", path, flags, mode);
 }
 
 DEFINE_WEAK(int, open64, const char* path, int flags, mode_t mode) {
-  return fails_here("open") ? -1 : real<own_open64>("open64", path, flags, mode);
+  return open_fails(path, flags) ? -1 : real<own_open64>("open64", path, flags, mode);
 }
 
 DEFINE_WEAK(FILE*, fdopen, int file, const char* mode) {

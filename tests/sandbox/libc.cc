@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cstdio>
 #include <mutex>
+#include <set>
 #include <stdexcept>
 
 #include "define.h"
@@ -33,6 +34,7 @@ struct bent {
   std::mutex guard;
   std::map<std::string, fault, std::less<>> faults;
   std::map<std::string, disk_space, std::less<>> spaces;
+  std::set<std::string, std::less<>> used_devices;
   std::vector<temp_file> temp_files;
   std::string kernel_release;
 };
@@ -120,6 +122,7 @@ void reset() {
   const std::lock_guard lock(state().guard);
   state().faults.clear();
   state().spaces.clear();
+  state().used_devices.clear();
   state().temp_files.clear();
   state().kernel_release = "6.1.0-test";
   any_machine = true;
@@ -134,6 +137,17 @@ void fail(std::string_view function, int error, int nth_call) {
 void set_kernel_release(std::string_view release) {
   const std::lock_guard lock(state().guard);
   state().kernel_release = release;
+}
+
+void set_in_use(const std::string& path) {
+  const std::lock_guard lock(state().guard);
+  state().used_devices.insert(path);
+}
+
+bool is_in_use(const char* path) {
+  if (!any_machine) return false;
+  const std::lock_guard lock(state().guard);
+  return state().used_devices.contains(std::string_view(path));
 }
 
 void set_disk_space(const std::string& path, const disk_space& space) {

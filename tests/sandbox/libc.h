@@ -17,6 +17,7 @@ void reset();
 
 void fail(std::string_view function, int error, int nth_call);
 void set_kernel_release(std::string_view release);
+void set_in_use(const std::string& path);
 void set_disk_space(const std::string& path, const disk_space& space);
 
 /// The text with the names that mkstemp gave out turned back into their templates.
@@ -24,6 +25,9 @@ std::string with_templates(std::string text);
 
 /// Does what is due before this call; true, with `errno`, when it is to fail.
 bool fails(std::string_view function);
+
+/// Whether a test says that the kernel uses this device.
+bool is_in_use(const char* path);
 
 /// Names of the functions that only can fail.
 std::span<const std::string_view> failing_calls();

@@ -231,6 +231,8 @@ void machine::statfs(const std::string& path, const disk_space& space) {
   libc::set_disk_space(path, space);
 }
 
+void machine::in_use(const std::string& device) { libc::set_in_use(device); }
+
 void machine::fail(std::string_view function, int error, int nth_call) {
   libc::fail(function, error, nth_call);
 }

@@ -155,6 +155,8 @@ class machine {
   void kernel_release(std::string_view release);
   /// What statfs(2) reports of exactly this path.
   void statfs(const std::string& path, const disk_space& space);
+  /// The kernel uses this block device: nobody else gets it for exclusive use.
+  void in_use(const std::string& device);
   /// The C library's function fails with this errno: its n-th call from now on, or every one.
   /// Functions that can: fchown, fopen, fstat, fsync, gettimeofday, mkstemp, opendir, rename, stat,
   /// statfs, time, uname.
