@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "common/companion.h"
+#include "share/file_lines.h"
 #include "share/ini_line.h"
-#include "support/line_scanner.h"
 
 namespace orv {
 
@@ -25,7 +25,7 @@ class ini_lines {
   std::string_view section() const { return trimmed(text_.substr(1, text_.find(']') - 1)); }
 
   /// True for a head that `txt_line_seek` finds: it is not indented.
-  bool is_sought() const { return scanner_.line().starts_with('['); }
+  bool is_sought() const { return lines_.line().starts_with('['); }
   /// What follows the "[" of such a head; nothing when no "]" ends it.
   std::optional<std::string_view> sought_name() const;
 
@@ -34,7 +34,7 @@ class ini_lines {
 
  private:
   unique_file file_;
-  support::line_scanner scanner_;
+  file_lines lines_;
   std::string_view text_;
 };
 

@@ -21,28 +21,26 @@ namespace {
 constexpr std::size_t longest_head = 34;
 constexpr std::size_t longest_number = 31;
 
-struct service_key {
-  std::string_view key;
-  const char* word;
+/// The keys in the order in which they are written: the next one is looked for first.
+constexpr std::string_view keys[] = {"sharename", "path", "size",  "samba",
+                                     "nfs",       "ftp",  "iscsi", "comment"};
+enum key_number : std::size_t {
+  name_key,
+  path_key,
+  size_key,
+  first_service_key,
+  comment_key = first_service_key + 4,
+  number_of_keys
 };
+static_assert(std::size(keys) == number_of_keys);
 
-constexpr service_key services[] = {
-    {"samba", "samba"}, {"nfs", "nfs"}, {"ftp", "ftp"}, {"iscsi", "iSCSI"}};
+/// What the keys of services are called in a share.
+constexpr const char* services[] = {"samba", "nfs", "ftp", "iSCSI"};
 constexpr std::size_t number_of_services = std::size(services);
-
-constexpr std::string_view keys[] = {"sharename", "comment", "path", "size"};
-enum key_number : std::size_t { name_key, comment_key, path_key, size_key, number_of_keys };
 
 uint64_t number_in(std::string_view value) {
   const std::string text(value.substr(0, longest_number));
   return std::strtoul(text.c_str(), nullptr, 10);
-}
-
-void set(tag_share_config& share, std::size_t key, std::string_view value) {
-  if (key == name_key) orv::set_text(share.name, value);
-  if (key == comment_key) orv::set_text(share.comment, value);
-  if (key == path_key) orv::set_text(share.path, value);
-  if (key == size_key) share.size = number_in(value);
 }
 
 /// The share that the settings of a section describe: of equal keys the first one counts.
@@ -51,23 +49,20 @@ class described_share {
   void begin(tag_share_config* share) { *this = described_share(share); }
 
   void take(const orv::ini_setting& setting) {
-    for (std::size_t i = 0; i < number_of_keys; ++i) {
-      if (setting.key != keys[i]) continue;
-      if (!has_key_[i]) set(*share_, i, setting.value);
-      has_key_[i] = true;
+    for (std::size_t i = 0; i < number_of_keys; ++i, ++expected_) {
+      const std::size_t key = expected_ % number_of_keys;
+      if (setting.key != keys[key]) continue;
+      if (!is_known_[key]) set(key, setting.value);
+      is_known_[key] = true;
+      ++expected_;
       return;
-    }
-    for (std::size_t i = 0; i < number_of_services; ++i) {
-      if (setting.key != services[i].key) continue;
-      if (!has_service_[i]) is_on_[i] = setting.value == "1";
-      has_service_[i] = true;
     }
   }
 
   /// The services stand in the order of the table, whatever that of the settings.
   void end() const {
     for (std::size_t i = 0; i < number_of_services; ++i) {
-      if (is_on_[i]) share_conf_set_value(share_->service, services[i].word, "1");
+      if (is_on_[i]) share_conf_set_value(share_->service, services[i], "1");
     }
   }
 
@@ -78,9 +73,23 @@ class described_share {
  private:
   explicit described_share(tag_share_config* share) : share_(share) {}
 
+  void set(std::size_t key, std::string_view value) {
+    if (key == name_key) {
+      orv::set_text(share_->name, value);
+    } else if (key == path_key) {
+      orv::set_text(share_->path, value);
+    } else if (key == size_key) {
+      share_->size = number_in(value);
+    } else if (key == comment_key) {
+      orv::set_text(share_->comment, value);
+    } else {
+      is_on_[key - first_service_key] = value == "1";
+    }
+  }
+
   tag_share_config* share_ = nullptr;  ///< NULL where settings describe none
-  std::bitset<number_of_keys> has_key_;
-  std::bitset<number_of_services> has_service_;
+  std::size_t expected_ = 0;           ///< the key behind the last one, counted on and on
+  std::bitset<number_of_keys> is_known_;
   std::bitset<number_of_services> is_on_;
 };
 

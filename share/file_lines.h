@@ -1,0 +1,35 @@
+#ifndef ORV_SHARE_FILE_LINES_H
+#define ORV_SHARE_FILE_LINES_H
+
+#include <cstdio>
+#include <string_view>
+#include <vector>
+
+namespace orv {
+
+/// Reads the whole lines of a stream, of any length and without their line ends, from large blocks:
+/// a line is not copied. Without a stream there are no lines.
+class file_lines {
+ public:
+  /// @param stream  without a buffer of its own (without_buffer), which these lines do not need
+  explicit file_lines(FILE* stream) : stream_(stream) {}
+
+  /// Moves to the next line; false at the end of the stream and on a read error.
+  bool next();
+  /// Behind the last line: true when the stream could not be read to its end.
+  bool failed() const { return stream_ != nullptr && std::ferror(stream_) != 0; }
+  /// The line that `next` moved to; valid until it is called again.
+  std::string_view line() const { return line_; }
+
+ private:
+  bool refill();
+
+  FILE* stream_;
+  std::vector<char> block_;
+  std::string_view unread_;  ///< of the block
+  std::string_view line_;
+};
+
+}  // namespace orv
+
+#endif
