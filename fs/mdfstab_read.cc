@@ -9,6 +9,7 @@
 #include "common/log.h"
 #include "common/octal_code.h"
 #include "common/text.h"
+#include "common/whole_file.h"
 #include "fs/mdfstab_file.h"
 #include "fs/mdfstab_line.h"
 
@@ -36,7 +37,8 @@ bool append_record(tag_fsinfo_list* list, const orv::mdfstab_entry& entry) {
 
 int mdfstab_get(tag_fsinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
-  const orv::unique_file file(std::fopen(orv::mdfstab_path, "re"));
+  const orv::unique_file file =
+      orv::without_buffer(orv::unique_file(std::fopen(orv::mdfstab_path, "re")));
   if (!file) return orv::log_mdfstab_failure(ORV_E_FAILED);
   orv::line_reader reader(file.get());
   while (reader.next()) {

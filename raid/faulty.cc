@@ -20,7 +20,9 @@ int set_raid_faulty(tag_md_info* md) try {
     // Missing members, "*(M)", come last: what is no "sd" device ends the walk.
     if (!item.starts_with("sd")) break;
     const std::string name(orv::without_mark(item));
-    if (get_disk_state(name.c_str(), std::string(item).c_str()) != 0) continue;
+    const int state = get_disk_state(name.c_str(), std::string(item).c_str());
+    if (state < 0) return state;
+    if (state != 0) continue;
     const int marked = set_disk_faulty(md->name, name.c_str());
     if (marked != ORV_OK) result = marked;
   }

@@ -258,11 +258,12 @@ std::vector<std::string> findings(const subject& called, const fault& failing, c
                                   const outcome& got) {
   std::vector<std::string> found;
   if (!got.thrown.empty()) return {"lets out an exception: " + got.thrown};
-  if (!is_documented(called, failing, got.result))
+  const bool is_believed = lies(failing) && is_overcome(called, failing.text);
+  if (!is_believed && !is_documented(called, failing, got.result))
     found.push_back("undocumented result " + std::to_string(got.result));
   check_files(called, failing, good, got, found);
   if (got.result == called.expected) check_success(called, failing, good, got, found);
-  check_refusal(called, got, found);
+  if (!is_believed) check_refusal(called, got, found);
   for (const auto& held : got.held) found.push_back("holds " + held);
   if (got.unreleased > good.unreleased)
     found.push_back("does not release " + std::to_string(got.unreleased - good.unreleased) +

@@ -111,6 +111,8 @@ std::vector<subject> membership_subjects() {
        .documented = lists + codes{ORV_E_NO_RAID},
        .prepare = call([] { return raid_destroy("md0"); }),
        .expected = ORV_E_RAID_IN_VG,
+       .overcomes =
+           because("mdadm itself stops no array that is in use", {"vgdisplay", "pvdisplay"}),
        .never_runs = {"mdadm -S"}},
       {.name = "add_raid(tag_md_info*, char const*)",
        .documented = command,

@@ -51,19 +51,3 @@ refused "a disk of another enclosure" -2033 create --level raid0 --disks 5,1 --e
 refused "one disk alone" -2034 create --level raid0 --disks 5
 refused "a mirror of one disk" -2034 create --level raid1 --disks 5
 check "the array still runs" is_idle md0
-
-# A list that tells nothing must not cost the array its disk: the kernel is asked too.
-mkdir /liar
-cat >/liar/cat <<'LIAR'
-#!/bin/sh
-[ "$*" = /proc/mdstat ] || exec /bin/cat "$@"
-LIAR
-chmod +x /liar/cat
-lied_to() { PATH=/liar:$PATH orvctl "$@"; }
-same "the liar lists no array" 0 "$(lied_to raid list --json | jq '.arrays | length')"
-refused "a disk of an array that is not listed" -2030 \
-  lied_to raid create --level raid0 --disks 2,5 --yes
-refused "and for a volume group" -2043 lied_to vg create vg9 --pv 2 --yes
-lied_to disk clear 2 --yes || true
-check "nor is it wiped on request" is_idle md0
-same "its members" "in_sync in_sync" "$(member_state md0 sda) $(member_state md0 sdb)"
