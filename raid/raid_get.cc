@@ -1,5 +1,7 @@
 #include <orv/raid.h>
 
+#include <cerrno>
+
 #include "common/log.h"
 #include "common/models.h"
 
@@ -8,8 +10,9 @@ int raid_get(tag_mdinfo_list* list) try {
   if (orv::has_raid_controller()) return get_mdinfo_from_arcadm(list);
   int code = get_mdinfo_from_proc(list);
   if (code != ORV_OK) return code;
-  // An array that mdadm cannot describe is listed all the same.
-  get_mdinfo_from_mdadm(list);
+  // An array that mdadm cannot describe is listed all the same, as inactive when nothing is known.
+  errno = 0;
+  if (get_mdinfo_from_mdadm(list) != ORV_OK) orv::check_memory();
   code = get_mdinfo_from_sysblock(list);
   return code == ORV_OK ? get_mdinfo_from_mdstat(list) : code;
 } catch (const std::bad_alloc&) {

@@ -68,6 +68,13 @@ std::vector<fault> some_of(const std::vector<fault>& all, std::size_t tools) {
   return some;
 }
 
+/// Whoever mends a finding tries its kind only: ORV_FAULTS_OF is a part of their descriptions.
+void keep_those_asked_for(std::vector<fault>& all) {
+  const char* const part = std::getenv("ORV_FAULTS_OF");
+  if (part == nullptr) return;
+  std::erase_if(all, [part](const fault& one) { return one.text.find(part) == one.text.npos; });
+}
+
 /// What the driving child tells its parent, who goes on when it dies.
 struct progress {
   int system_calls;
@@ -100,6 +107,7 @@ class driving {
     add_call_faults(good, all);
     add_allocation_faults(good, all);
     add_tool_faults(good, all);
+    keep_those_asked_for(all);
     const std::vector<fault> some =
         wanted_ == thoroughness::all ? all : some_of(all, good.tools.size());
     shared_.system_calls = static_cast<int>(good.calls.size());

@@ -193,10 +193,12 @@ void check_success(const subject& called, const fault& failing, const outcome& g
     found.push_back("succeeds and tells: " + got.told.substr(0, 300));
 }
 
-void check_refusal(const subject& called, const outcome& got, std::vector<std::string>& found) {
+void check_refusal(const subject& called, const fault& failing, const outcome& got,
+                   std::vector<std::string>& found) {
   const bool tells =
       !called.never_tells.empty() && got.told.find(called.never_tells) != std::string::npos;
-  if (tells && got.result == called.expected) found.push_back("succeeds and tells: " + got.told);
+  if (tells && got.result == called.expected && !is_overcome(called, failing.text))
+    found.push_back("succeeds and tells: " + got.told);
   for (const auto& line : got.commands)
     if (holds_any(line, called.never_runs)) found.push_back("runs " + line);
 }
@@ -263,7 +265,7 @@ std::vector<std::string> findings(const subject& called, const fault& failing, c
     found.push_back("undocumented result " + std::to_string(got.result));
   check_files(called, failing, good, got, found);
   if (got.result == called.expected) check_success(called, failing, good, got, found);
-  if (!is_believed) check_refusal(called, got, found);
+  if (!is_believed) check_refusal(called, failing, got, found);
   for (const auto& held : got.held) found.push_back("holds " + held);
   if (got.unreleased > good.unreleased)
     found.push_back("does not release " + std::to_string(got.unreleased - good.unreleased) +

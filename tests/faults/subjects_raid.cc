@@ -175,6 +175,7 @@ std::vector<subject> list_subjects() {
        .model = "KTA7120U",
        .overcomes =
            because("a model that cannot be read has no controller", {"/etc/sys_info", "no memory"}),
+       .cut_short = {"/tmp/mdstat.XXXXXX"},
        .leaves = {"/tmp/mdstat.XXXXXX"}},
       {.name = "get_mdinfo_from_proc(tag_mdinfo_list*)",
        .documented = array_list,
