@@ -6,6 +6,7 @@
 #include <string>
 
 #include "common/handles.h"
+#include "common/log.h"
 
 namespace orv {
 
@@ -14,7 +15,9 @@ bool kernel_uses(std::string_view name) {
   path += name;
   // Without O_CREAT this asks a block device for exclusive use.
   const unique_descriptor device(open(path.c_str(), O_RDONLY | O_EXCL | O_NONBLOCK | O_CLOEXEC));
-  return !device && errno == EBUSY;
+  if (device) return false;
+  check_memory();
+  return errno == EBUSY || errno == EMFILE || errno == ENFILE;
 }
 
 }  // namespace orv

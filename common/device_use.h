@@ -5,11 +5,13 @@
 
 namespace orv {
 
-/// Whether the kernel itself uses a block device, or a partition of it: as a member of an array, as
-/// a physical volume, mounted, or for swapping. What the tools list is asked for first, and says in
-/// which array or group; this is asked before a disk is wiped, because a list may be wrong.
+/// Whether the kernel itself uses a block device, or a partition of it: as a member of a running
+/// array, below an active volume, mounted, or for swapping. What the tools list is asked for first,
+/// and says in which array or group; this is asked before a disk is wiped, because a list may be
+/// wrong.
 /// @param name  such as "sda" or "md0"
-/// @return false also for a device that is not there
+/// @return false also for a device that is not there; true when too many files are open to ask.
+///         Throws std::bad_alloc without memory
 bool kernel_uses(std::string_view name);
 
 }  // namespace orv

@@ -8,6 +8,7 @@
 
 #include "common/families.h"
 #include "common/log.h"
+#include "common/record_index.h"
 #include "common/text.h"
 
 namespace {
@@ -28,6 +29,14 @@ bool has_physical_volume(const tag_vg_info& vg, tag_diskinfo_list* disks, const 
   return false;
 }
 
+bool are_listed(std::string_view names, tag_diskinfo_list* disks) {
+  const orv::record_index<tag_diskinfo_list> known(disks, &tag_disk_info::name);
+  for (const std::string_view name : orv::items(names)) {
+    if (known.find(orv::trimmed(name)) == nullptr) return false;
+  }
+  return true;
+}
+
 int as_answer(bool found) { return found ? 1 : 0; }
 
 }  // namespace
@@ -37,13 +46,12 @@ namespace orv {
 membership spare_among_members(const tag_md_info& md) {
   scoped_list<tag_diskinfo_list> disks;
   membership answer{disks_info_get(disks.get()), false};
-  int listed = 0;
   for (const tag_disk_info& disk : disks) {
-    if (found_disk(md.disks, disk.name) == 0) continue;
-    ++listed;
-    answer.found = answer.found || disk.hotspare == 1;
+    if (disk.hotspare == 1 && found_disk(md.disks, disk.name) != 0) answer.found = true;
   }
-  if (answer.code == ORV_OK && listed < count_disks(md.disks)) answer.code = ORV_E_NO_DISK;
+  if (answer.code == ORV_OK && !are_listed(orv::text_of(md.disks), disks.get())) {
+    answer.code = ORV_E_NO_DISK;
+  }
   return answer;
 }
 

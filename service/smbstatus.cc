@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <deque>
 #include <optional>
+#include <vector>
 
 #include "common/captured_output.h"
 #include "common/families.h"
@@ -68,6 +69,7 @@ class client_index {
   explicit client_index(tag_shareconn_list* list) {
     for (tag_share_conn& connection : orv::records(list)) clients_.push_back(&connection);
     std::ranges::stable_sort(clients_, {}, process_of);
+    has_share_.resize(clients_.size());
   }
 
   /// Gives the clients of a row of the service table their share. A client keeps the share that it
@@ -77,7 +79,9 @@ class client_index {
     if (words.size() < 2 || !orv::is_number(words[1]) || words[0] == control_share) return;
     auto found = std::ranges::lower_bound(clients_, words[1], {}, process_of);
     for (; found != clients_.end() && process_of(*found) == words[1]; ++found) {
-      if (orv::text_of((*found)->share) == control_share) orv::set_text((*found)->share, words[0]);
+      auto has_share = has_share_[static_cast<std::size_t>(found - clients_.begin())];
+      if (!has_share) orv::set_text((*found)->share, words[0]);
+      has_share = true;
     }
   }
 
@@ -87,6 +91,7 @@ class client_index {
   }
 
   std::deque<tag_share_conn*> clients_;  // a vector would double as it grows
+  std::vector<bool> has_share_;          // for each of them
 };
 
 /// Replaces the numbers of the processes.

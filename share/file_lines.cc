@@ -21,7 +21,8 @@ bool file_lines::next() {
   return true;
 }
 
-/// Reads on behind what is unread, which moves to the front of the block.
+/// Reads on behind what is unread, which moves to the front of the block. It takes half of the
+/// block at most: there is always room.
 bool file_lines::refill() {
   constexpr std::size_t usual_size = 32UL * 1024;
   if (stream_ == nullptr || std::feof(stream_) != 0 || failed()) return false;

@@ -14,7 +14,8 @@ class file_lines {
   /// @param stream  without a buffer of its own (without_buffer), which these lines do not need
   explicit file_lines(FILE* stream) : stream_(stream) {}
 
-  /// Moves to the next line; false at the end of the stream and on a read error.
+  /// Moves to the next line; false at the end of the stream and on a read error. What was read
+  /// before either is the last line.
   bool next();
   /// Behind the last line: true when the stream could not be read to its end.
   bool failed() const { return stream_ != nullptr && std::ferror(stream_) != 0; }

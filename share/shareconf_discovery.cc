@@ -49,12 +49,12 @@ class described_share {
   void begin(tag_share_config* share) { *this = described_share(share); }
 
   void take(const orv::ini_setting& setting) {
-    for (std::size_t i = 0; i < number_of_keys; ++i, ++expected_) {
-      const std::size_t key = expected_ % number_of_keys;
+    for (std::size_t i = 0; i < number_of_keys; ++i) {
+      const std::size_t key = (expected_ + i) % number_of_keys;
       if (setting.key != keys[key]) continue;
       if (!is_known_[key]) set(key, setting.value);
       is_known_[key] = true;
-      ++expected_;
+      expected_ = key + 1;
       return;
     }
   }
@@ -88,7 +88,7 @@ class described_share {
   }
 
   tag_share_config* share_ = nullptr;  ///< NULL where settings describe none
-  std::size_t expected_ = 0;           ///< the key behind the last one, counted on and on
+  std::size_t expected_ = 0;           ///< the key behind the last one
   std::bitset<number_of_keys> is_known_;
   std::bitset<number_of_services> is_on_;
 };
