@@ -22,8 +22,8 @@ const char* command_text(int argc, char** argv) {
 
 // A program alone takes the place of the shell; one whose output goes to a file is a process of its
 // own, whose end by a signal becomes an exit status. Both as bash does, only that starting bash
-// costs more than all else that a fake tool does. Returns where it is for bash to say what is
-// missing.
+// costs more than all else that a fake tool does. Returns when something is missing: bash says
+// what.
 void run_plain(const orv::support::plain_command& line) {
   std::vector<char*> words;
   for (const auto& word : line.words) words.push_back(const_cast<char*>(word.c_str()));
