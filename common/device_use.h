@@ -10,8 +10,8 @@ namespace orv {
 /// and says in which array or group; this is asked before a disk is wiped, because a list may be
 /// wrong.
 /// @param name  such as "sda" or "md0"
-/// @return false also for a device that is not there; true when too many files are open to ask.
-///         Throws std::bad_alloc without memory
+/// @return true, with `errno`, also when too many files are open to ask; false also for a device
+///         that is not there. Throws std::bad_alloc without memory
 bool kernel_uses(std::string_view name);
 
 }  // namespace orv

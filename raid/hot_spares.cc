@@ -74,7 +74,6 @@ int disk_set_hotspare(const char* dev, int flag) try {
 int clear_disk(const char* dev) try {
   const orv::command wipe("/usr/local/bin/diskformat /dev/%s", dev);
   if (wipe.error() != 0 || !orv::kernel_uses(orv::text_or_empty(dev))) return orv::execute(wipe);
-  errno = EBUSY;
   return orv::log_not_run(wipe);
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
