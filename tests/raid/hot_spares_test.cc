@@ -53,6 +53,13 @@ TEST_F(hot_spares, disk_that_the_kernel_uses_is_not_wiped) {
                           "Device or resource busy'"));
 }
 
+TEST_F(hot_spares, disk_that_the_kernel_cannot_be_asked_about_is_not_wiped) {
+  machine.fail("open", EMFILE, 1);
+  EXPECT_EQ(clear_disk("sda"), -1);
+  EXPECT_THAT(machine.commands(), IsEmpty());
+  EXPECT_THAT(machine.log(), testing::HasSubstr("for 'Too many open files'"));
+}
+
 TEST_F(hot_spares, disk_without_a_name_is_not_touched) {
   EXPECT_EQ(disk_set_hotspare("", 1), -1);
   EXPECT_EQ(disk_set_hotspare(nullptr, -1), -1);

@@ -109,6 +109,13 @@ TEST_F(iscsi_session, tells_a_copy_that_cannot_be_opened) {
   EXPECT_EQ(machine.log(), "get_conninfo_from_session:N return 0 with No such file or directory\n");
 }
 
+TEST_F(iscsi_session, tells_a_copy_that_cannot_be_read) {
+  machine.file(session_path, "tid:1 name:a\n");
+  machine.tool("cat").is_real();
+  machine.fail("fread", EIO);
+  EXPECT_EQ(get_conninfo_from_session(connections.get()), -1060);
+}
+
 TEST_F(iscsi_session, runs_nothing_without_a_temporary_file) {
   machine.file(session_path, "tid:1 name:a\n");
   machine.fail("mkstemp", ENOSPC);

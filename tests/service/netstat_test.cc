@@ -128,6 +128,12 @@ TEST_F(netstat, tells_that_the_tool_failed) {
   EXPECT_THAT(machine.temp_files(), IsEmpty());
 }
 
+TEST_F(netstat, tells_output_that_cannot_be_read) {
+  tool().prints("tcp 0 0 nas:ftp 10.11.0.7:1\n");
+  machine.fail("fread", EIO);
+  EXPECT_EQ(get_conninfo_from_netstat(connections.get()), -1064);
+}
+
 TEST_F(netstat, tells_output_that_cannot_be_opened) {
   tool().prints("tcp 0 0 nas:ftp 10.11.0.7:1\n");
   machine.fail("fopen", EMFILE);

@@ -48,6 +48,22 @@ TEST_F(smbstatus, leaves_clients_of_other_services_in_the_list_alone) {
   EXPECT_THAT(listed(), ElementsAre("|||"));
 }
 
+TEST_F(smbstatus, tells_output_that_cannot_be_read) {
+  tool().prints("\nSamba version 3.5.6\n");
+  machine.fail("fread", EIO);
+  EXPECT_EQ(get_conninfo_from_smbstatus(connections.get()), -1065);
+}
+
+TEST_F(smbstatus, gives_a_client_that_is_listed_already_its_share) {
+  tag_share_conn* const known = orv::append(connections.get());
+  std::strcpy(known->protocol, "1200");
+  std::strcpy(known->share, "old");
+  EXPECT_THAT(clients_of("",
+                         "data         1200   pc-8          Sat Nov 21 07:53:59 2026\n"
+                         "backup       1200   pc-7          Sat Nov 21 07:53:59 2026\n"),
+              ElementsAre(testing::StartsWith("data|CIFS|")));
+}
+
 TEST_F(smbstatus, shows_the_first_of_several_shares) {
   EXPECT_THAT(clients_of("12 user1 users pc-7 (10.11.0.7)\n",
                          "IPC$ 12 pc-7\ndata 12 pc-7\nbackup 12 pc-7\nIPC$ 12 pc-7\n"),

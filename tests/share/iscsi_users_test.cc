@@ -149,6 +149,12 @@ TEST_F(unreadable_targets, are_reported_without_a_temporary_file) {
   EXPECT_THAT(machine.commands(), IsEmpty());
 }
 
+TEST_F(unreadable_targets, are_reported_when_the_copy_cannot_be_read) {
+  machine.tool("cat").prints("Target iqn.2006-05.org.orv:a\n");
+  machine.fail("fread", EIO);
+  EXPECT_EQ(get_shareinfo_from_ietd(list.get()), ORV_E_IETD);
+}
+
 TEST_F(unreadable_targets, are_reported_when_the_copy_cannot_be_opened) {
   machine.tool("cat").runs("rm -f /tmp/iscsi.*");
   EXPECT_EQ(get_shareinfo_from_ietd(list.get()), ORV_E_IETD);

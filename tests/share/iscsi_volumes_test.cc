@@ -160,6 +160,12 @@ TEST_F(unreadable_volumes, are_reported_without_a_temporary_file) {
   EXPECT_EQ(machine.log_lines().size(), 1U);
 }
 
+TEST_F(unreadable_volumes, are_reported_when_the_copy_cannot_be_read) {
+  machine.tool("cat").is_real();
+  machine.fail("fread", EIO);
+  EXPECT_EQ(get_shareinfo_from_iSCSI(list.get()), ORV_E_EXPORTS);
+}
+
 TEST_F(unreadable_volumes, are_reported_when_the_copy_cannot_be_opened) {
   machine.tool("cat").runs("rm -f /tmp/iscsi.*");
   EXPECT_EQ(get_shareinfo_from_iSCSI(list.get()), ORV_E_EXPORTS);
