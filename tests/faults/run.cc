@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <regex>
+#include <set>
+#include <sstream>
 
 namespace faults {
 namespace {
@@ -98,6 +100,13 @@ bool lies(const fault& failing) {
                                   "halt", "reboot", "vgcfgrestore"});
 }
 
+/// The file that a path's copy was kept of, or whose companion it is; any other as it is.
+std::string original_of(const std::string& path) {
+  for (const std::string_view beside : {kept_copies, std::string_view(companions)})
+    if (path.starts_with(beside)) return path.substr(beside.size());
+  return path;
+}
+
 /// Whether a file has some content that it has without a fault too.
 bool is_known(const std::string& path, const std::string& text, const outcome& good) {
   const auto has = [&](const files& state) {
@@ -106,6 +115,37 @@ bool is_known(const std::string& path, const std::string& text, const outcome& g
   };
   return has(good.before) || has(good.after) ||
          std::any_of(good.steps.begin(), good.steps.end(), has);
+}
+
+/// The mode of the file, which stands in front of its text, is a line too.
+std::set<std::string> lines_of(const std::string& text) {
+  std::istringstream rest(text);
+  std::string mode;
+  rest >> mode;
+  rest.get();
+  std::set<std::string> lines{mode};
+  for (std::string line; std::getline(rest, line);) lines.insert(line + (rest.eof() ? "" : "\n"));
+  return lines;
+}
+
+/// Whether a file has none but whole lines of the contents that it has without a fault too, and
+/// every line that all of these have.
+bool is_mixture(const std::string& path, const std::string& text, const outcome& good) {
+  std::vector<files> states = good.steps;
+  states.insert(states.end(), {good.before, good.after});
+  const auto lines = lines_of(text);
+  std::set<std::string> some;
+  std::optional<std::set<std::string>> common;
+  for (const auto& state : states) {
+    const auto found = state.find(path);
+    if (found == state.end()) continue;
+    const auto known = lines_of(found->second);
+    some.insert(known.begin(), known.end());
+    if (!common) common = known;
+    std::erase_if(*common, [&](const std::string& line) { return !known.contains(line); });
+  }
+  return common && std::includes(some.begin(), some.end(), lines.begin(), lines.end()) &&
+         std::includes(lines.begin(), lines.end(), common->begin(), common->end());
 }
 
 void check_files(const subject& called, const fault& failing, const outcome& good,
@@ -117,6 +157,7 @@ void check_files(const subject& called, const fault& failing, const outcome& goo
     const bool may_be_cut = (failed || lies(failing) || is_overcome(called, failing.text)) &&
                             holds_any(path, called.cut_short);
     if (may_be_cut || (is_new && holds_any(path, called.leaves))) continue;
+    if (holds_any(path, called.mixed) && is_mixture(original_of(path), text, good)) continue;
     // What the disk lists and the volume lists could not read stays for whoever looks into it.
     if (is_new && (failed || called.may_tell_less) && holds_any(path, unread_output)) continue;
     // What cannot be removed stays.
@@ -127,10 +168,7 @@ void check_files(const subject& called, const fault& failing, const outcome& goo
         is_known(path, beside->second, good))
       continue;
     // A copy is kept of whatever is there, and a companion has what is to be there.
-    if (path.starts_with(kept_copies) && is_known(path.substr(kept_copies.size()), text, good))
-      continue;
-    if (path.starts_with(companions) && is_known(path.substr(companions.size()), text, good))
-      continue;
+    if (is_known(original_of(path), text, good)) continue;
     found.push_back(is_new ? "leaves " + path
                            : path + " is neither old nor new: " + text.substr(0, 200));
   }

@@ -41,6 +41,9 @@ struct subject {
   exemptions overcomes{};
   /// Files that are documented to be cut short by a failure.
   std::vector<std::string> cut_short{};
+  /// Files of which a failure may leave some lines of the old and some of the new content: whole
+  /// ones, and all that both have.
+  std::vector<std::string> mixed{};
   /// Files that are documented to stay after a failure.
   std::vector<std::string> leaves{};
   /// The list tells less, as documented, when a source of details fails.
