@@ -18,6 +18,7 @@
 
 using orv::support::child_settings;
 using orv::support::ending;
+using orv::support::plain_command;
 using orv::support::plain_command_of;
 using orv::support::set_of;
 using orv::support::signals_blocked;
@@ -68,14 +69,27 @@ ending run_shell(const char* cmd, unsigned limit) {
   return {errno == ENOENT || errno == EACCES ? shell_not_found : no_status};
 }
 
-/// Whether the shell is the one of which it is known what it adds to a plain command: nothing, as
-/// long as the command runs and no signal ends it.
-bool shell_is_dash() {
+enum class shell { dash, bash, other };
+
+/// The shell, when it is one of which it is known what it adds to a plain command: nothing, as long
+/// as the command runs and no signal ends it.
+shell known_shell() {
   char target[32];
   const ssize_t size = readlink(shell_path, target, sizeof target);
-  const std::string_view name(target, size < 0 ? 0 : static_cast<std::size_t>(size));
+  std::string_view name(target, size < 0 ? 0 : static_cast<std::size_t>(size));
+  for (const std::string_view folder : {"/usr/bin/", "/bin/"})
+    if (name.starts_with(folder)) name.remove_prefix(folder.size());
   const bool has_privileges = getuid() != geteuid() || getgid() != getegid();
-  return !has_privileges && (name == "dash" || name == "/bin/dash" || name == "/usr/bin/dash");
+  if (has_privileges) return shell::other;
+  return name == "dash" ? shell::dash : name == "bash" ? shell::bash : shell::other;
+}
+
+/// A shell tells of a signal in words, and in its own exit status. bash is not there any more to do
+/// so when it had no output to open for its last command.
+ending tell_of_signal(shell teller, const plain_command& line, int status, unsigned limit) {
+  if (teller == shell::bash && line.output.empty()) return {status};
+  const std::string same_end = "sh -c 'kill -" + std::to_string(WTERMSIG(status)) + " $$'";
+  return run_shell((same_end + (line.output.empty() ? "" : " > /dev/null")).c_str(), limit);
 }
 
 /// Runs a plain command as the shell would, which costs as much as the start of a short tool.
@@ -83,8 +97,10 @@ bool shell_is_dash() {
 /// will say what it says of a program that is missing.
 std::optional<ending> run_without_shell(const char* cmd, unsigned limit) {
   const auto line = plain_command_of(cmd);
+  if (!line) return std::nullopt;
+  const shell instead_of = known_shell();
   tool_environment environment;
-  if (!line || !shell_is_dash() || !environment.pass_through_shell()) return std::nullopt;
+  if (instead_of == shell::other || !environment.pass_through_shell()) return std::nullopt;
   const child_settings settings(limit != 0, line->output);
   std::vector<const char*> words;
   words.reserve(line->words.size());
@@ -93,9 +109,7 @@ std::optional<ending> run_without_shell(const char* cmd, unsigned limit) {
   if (!made || made->was_ended || made->status == no_status || !WIFSIGNALED(made->status)) {
     return made;
   }
-  // A shell tells of a signal in words, and in its own exit status.
-  const std::string same_end = "sh -c 'kill -" + std::to_string(WTERMSIG(made->status)) + " $$'";
-  return run_shell(same_end.c_str(), limit);
+  return tell_of_signal(instead_of, *line, made->status, limit);
 }
 
 ending run_command(const char* cmd, unsigned limit) {

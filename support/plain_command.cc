@@ -7,14 +7,18 @@
 namespace orv::support {
 namespace {
 
-/// The builtins of dash that are no signs, and its reserved words.
+/// The builtins of dash and bash that are no signs, and their reserved words.
 constexpr std::string_view words_of_the_shell[] = {
-    "alias",   "bg",    "break", "case",   "cd",   "chdir",   "command",  "continue", "do",
-    "done",    "echo",  "elif",  "else",   "esac", "eval",    "exec",     "exit",     "export",
-    "false",   "fc",    "fg",    "fi",     "for",  "getopts", "hash",     "if",       "in",
-    "jobs",    "kill",  "local", "printf", "pwd",  "read",    "readonly", "return",   "set",
-    "shift",   "test",  "then",  "times",  "trap", "true",    "type",     "ulimit",   "umask",
-    "unalias", "unset", "until", "wait",   "while"};
+    "alias",  "bg",      "bind",     "break",    "builtin",   "caller",   "case",    "cd",
+    "chdir",  "command", "compgen",  "complete", "compopt",   "continue", "coproc",  "declare",
+    "dirs",   "disown",  "do",       "done",     "echo",      "elif",     "else",    "enable",
+    "esac",   "eval",    "exec",     "exit",     "export",    "false",    "fc",      "fg",
+    "fi",     "for",     "function", "getopts",  "hash",      "help",     "history", "if",
+    "in",     "jobs",    "kill",     "let",      "local",     "logout",   "mapfile", "popd",
+    "printf", "pushd",   "pwd",      "read",     "readarray", "readonly", "return",  "select",
+    "set",    "shift",   "shopt",    "source",   "suspend",   "test",     "then",    "time",
+    "times",  "trap",    "true",     "type",     "typeset",   "ulimit",   "umask",   "unalias",
+    "unset",  "until",   "wait",     "while"};
 
 bool is_letter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
@@ -27,10 +31,10 @@ bool is_plain(std::string_view word) {
 }
 
 /// Whether a word that stands first is the name of a program: no builtin (":" and "." are, too),
-/// and no assignment.
+/// no assignment, and no job ("%1").
 bool names_program(std::string_view word) {
   const bool has_letter = std::any_of(word.begin(), word.end(), is_letter);
-  return has_letter && word.find('=') == word.npos &&
+  return has_letter && word.find('=') == word.npos && word.front() != '%' &&
          std::ranges::find(words_of_the_shell, word) == std::end(words_of_the_shell);
 }
 

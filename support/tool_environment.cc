@@ -26,9 +26,17 @@ bool is_name(std::string_view name) {
   return !name.empty() && !is_digit(name.front()) && std::ranges::all_of(name, is_part);
 }
 
-/// Variables that a shell gives values of its own.
+/// Variables that dash or bash gives values of its own, or that change what it does.
+constexpr std::string_view names_of_the_shell[] = {
+    "DIRSTACK",        "EPOCHREALTIME", "EPOCHSECONDS", "EUID",    "FUNCNAME",
+    "GROUPS",          "HISTCMD",       "HOSTTYPE",     "IFS",     "LINENO",
+    "MACHTYPE",        "OPTERR",        "OPTIND",       "OSTYPE",  "PIPESTATUS",
+    "POSIXLY_CORRECT", "PPID",          "PS1",          "PS2",     "PS4",
+    "RANDOM",          "SECONDS",       "SHELLOPTS",    "SRANDOM", "UID"};
+
 bool is_the_shells(std::string_view name) {
-  return name == "IFS" || name == "OPTIND" || name == "PPID" || name == "LINENO";
+  return name.starts_with("BASH") ||
+         std::ranges::find(names_of_the_shell, name) != std::end(names_of_the_shell);
 }
 
 bool is_here(const char* directory) {
@@ -36,6 +44,14 @@ bool is_here(const char* directory) {
   struct stat here {};
   return directory[0] == '/' && stat(directory, &named) == 0 && stat(".", &here) == 0 &&
          named.st_dev == here.st_dev && named.st_ino == here.st_ino;
+}
+
+/// bash writes "/a//b/../c/" in a shorter way.
+bool is_shortest(std::string path) {
+  if (path == "/") return true;
+  path += '/';
+  return path.find("//") == path.npos && path.find("/./") == path.npos &&
+         path.find("/../") == path.npos;
 }
 
 }  // namespace
@@ -75,7 +91,10 @@ bool tool_environment::set_working_directory() {
     return variable != nullptr && name_of(variable) == directory_name;
   };
   const auto place = std::ranges::find_if(variables_, is_directory);
-  if (place != variables_.end() && is_here(*place + directory_name.size() + 1)) return true;
+  if (place != variables_.end()) {
+    const char* const named = *place + directory_name.size() + 1;
+    if (is_here(named)) return is_shortest(named);
+  }
   char path[PATH_MAX];
   if (getcwd(path, sizeof path) == nullptr || path[0] != '/') return false;
   working_directory_ = std::string(directory_name) + '=' + path;

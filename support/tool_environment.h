@@ -13,8 +13,10 @@ class tool_environment {
   tool_environment(const tool_environment&) = delete;
   tool_environment& operator=(const tool_environment&) = delete;
 
-  /// Becomes what a shell that was started with it gives to its commands: the working directory
-  /// added. @return false when the shell would make more of it, such as of a name that is none
+  /// Becomes what dash, and bash as "sh", give to their commands when they are started with it: the
+  /// working directory added. (bash counts itself in SHLVL and names the command in "_"; here both
+  /// stay the caller's.) @return false when a shell would make more of it, such as of a name that
+  /// is none
   bool pass_through_shell();
 
   char* const* variables() { return variables_.data(); }

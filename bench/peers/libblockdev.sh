@@ -21,24 +21,41 @@ for i in 0 1 2; do
   lvcreate -q -y -n "data$i" -L 100M "vg$i"
 done >/dev/null
 
-# milliseconds COMMAND...: how long it took.
-milliseconds() {
-  local start=$EPOCHREALTIME
-  "$@" >/dev/null
-  echo $(((${EPOCHREALTIME/./} - ${start/./}) / 1000))
+# libblockdev complains when it has no folder of settings.
+mkdir -p /etc/libblockdev/conf.d
+
+# started: sets the variable of this name to how many processes and threads there have been.
+started() {
+  local key value
+  while read -r key value; do [ "$key" != processes ] || started=$value; done </proc/stat
 }
 
-median() { sort -n | sed -n "$((rounds / 2 + 1))p"; }
+# time_of FILE COMMAND...: adds a line to the file: milliseconds that it took, and processes.
+time_of() {
+  local file=$1 before start end
+  shift
+  started && before=$started
+  start=${EPOCHREALTIME/./}
+  "$@" >/dev/null
+  end=${EPOCHREALTIME/./}
+  started
+  echo "$(((end - start) / 1000)) ms, $((started - before)) processes" >>"$file"
+}
 
-# compare SUBJECT [WORDS...]: both in turns.
+median() { sort -n "$1" | sed -n "$((rounds / 2 + 1))p"; }
+
+# compare SUBJECT [WORDS...]: the library, a script of the commands that it runs, and libblockdev, in turns.
 compare() {
-  local round
-  : >/tmp/ours && : >/tmp/other
+  local round sides=(/tmp/ours /tmp/script /tmp/other)
+  rm -f "${sides[@]}" /tmp/commands
+  COMMANDS_TO=/tmp/commands LD_PRELOAD=noted_commands.so orv_report "$1" >/dev/null
   for ((round = 0; round < rounds; round++)); do
-    milliseconds orv_report "$1" >>/tmp/ours
-    milliseconds blockdev "$@" >>/tmp/other
+    time_of /tmp/ours orv_report "$1"
+    time_of /tmp/script sh /tmp/commands
+    time_of /tmp/other blockdev "$@"
   done
-  echo "$1: ours $(median </tmp/ours) ms, libblockdev $(median </tmp/other) ms"
+  echo "$1: ours $(median /tmp/ours); its commands by a script $(median /tmp/script);" \
+    "libblockdev $(median /tmp/other)"
 }
 
 # names COMMAND...: the first words of its lines, in order.

@@ -25,8 +25,8 @@
 /// signal. The cost does not depend on the size of the calling process.
 ///
 /// A command line of plain words, with at most "> FILE" at its end, may be run without starting
-/// the shell, where "/bin/sh" is dash: what comes of it is the same, but that the tool's parent is
-/// the calling process. What cannot be started so is left to the shell.
+/// the shell, where "/bin/sh" is dash or bash: what comes of it is the same, but that the tool's
+/// parent is the calling process. What cannot be started so is left to the shell.
 ///
 /// @param cmd  the command line; NULL is an error
 /// @return the raw wait status: 0 means that the command ran and exited with 0; low 7 bits non-zero

@@ -11,6 +11,15 @@ namespace started_programs {
 std::vector<std::string> all();
 void forget();
 
+/// While an object of this type lives "/bin/sh" is a link to this shell of "/usr/bin".
+class shell_is {
+ public:
+  explicit shell_is(const std::string& name);
+  ~shell_is();
+  shell_is(const shell_is&) = delete;
+  shell_is& operator=(const shell_is&) = delete;
+};
+
 /// While an object of this type lives no program is found: nothing is run.
 class none_is_found {
  public:

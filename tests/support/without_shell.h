@@ -14,6 +14,7 @@
 #include <iterator>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 #include "tests/support/started_programs.h"
 
@@ -60,10 +61,11 @@ class diverted {
 };
 
 /// Runs plain command lines in a folder of its own, once as they are and once with a line end
-/// behind them, which only a shell takes: both times the same must come of them.
-class without_shell : public testing::Test {
+/// behind them, which only the shell takes that the test is named by: both times the same must come
+/// of them.
+class without_shell : public testing::TestWithParam<const char*> {
  protected:
-  without_shell() {
+  without_shell() : shell_(GetParam()) {
     char name[] = "/tmp/without_shell.XXXXXX";
     folder_ = mkdtemp(name);
     former_ = fs::current_path();
@@ -119,10 +121,16 @@ class without_shell : public testing::Test {
     EXPECT_THAT(started_programs::all(), testing::ElementsAre("/bin/sh")) << line;
   }
 
+  static bool is_bash() { return GetParam() == std::string_view("bash"); }
+
   fs::path folder_;
 
  private:
+  started_programs::shell_is shell_;
   fs::path former_;
 };
+
+/// Names a test by its shell.
+inline std::string by_name(const testing::TestParamInfo<const char*>& shell) { return shell.param; }
 
 #endif
