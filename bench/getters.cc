@@ -14,8 +14,6 @@
 namespace bench {
 namespace {
 
-constexpr char limit[] = "starting the tools, and a temporary file for each";
-
 /// The command line with its output thrown away.
 std::string discarding(std::string line) {
   const std::size_t redirection = line.rfind("> /tmp/");
@@ -40,7 +38,7 @@ row compared(const getter& asked, const std::string& size, int rounds, pace tool
               (tools == pace::real ? "" : ", tools that take no time");
   made.other = "shell script of the same command lines";
   made.wanted = 1.05;
-  made.limit = limit;
+  made.limit = asked.limit;
   made.prepare = [asked, script, set_up, tools] {
     set_up();
     set_pace(tools);

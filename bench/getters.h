@@ -11,6 +11,7 @@ namespace bench {
 struct getter {
   const char* name;
   void (*call)();
+  const char* limit = "starting the tools, and a temporary file for each";
 };
 
 /// Reads a list and releases it.
@@ -33,8 +34,10 @@ inline constexpr getter getters[] = {
     {"raid_get", call_getter<raid_get, orv::array_list>},
     {"vg_get", call_getter<vg_get, orv::volume_group_list>},
     {"pool_get", call_getter<pool_get, orv::pool_list>},
-    {"fs_get", call_getter<fs_get, orv::file_system_list>},
-    {"share_get", call_getter<share_get, orv::share_list>},
+    {"fs_get", call_getter<fs_get, orv::file_system_list>,
+     "starting the tools, and a file written and removed in each file system"},
+    {"share_get", call_getter<share_get, orv::share_list>,
+     "starting the tools, and statfs of each share's path"},
     {"share_conn_get", call_getter<share_conn_get, orv::connection_list>},
 };
 

@@ -20,9 +20,7 @@ struct options {
 };
 
 int usage() {
-  std::cerr
-      << "usage: orv_bench [--on-this-machine=NAME] [--rounds=N] --json=FILE [--benchmark_...]\n"
-         "  --on-this-machine  the getters only, on the machine as it is\n";
+  std::cerr << "usage: orv_bench [--rounds=N] --json=FILE [--benchmark_...]\n";
   return 2;
 }
 
