@@ -107,14 +107,25 @@ std::string original_of(const std::string& path) {
   return path;
 }
 
-/// Whether a file has some content that it has without a fault too.
-bool is_known(const std::string& path, const std::string& text, const outcome& good) {
+/// Whether a file's content is like one that it has without a fault too.
+template <class Like>
+bool is_like_a_known_one(const std::string& path, const outcome& good, Like like) {
   const auto has = [&](const files& state) {
     const auto found = state.find(path);
-    return found != state.end() && found->second == text;
+    return found != state.end() && like(found->second);
   };
   return has(good.before) || has(good.after) ||
          std::any_of(good.steps.begin(), good.steps.end(), has);
+}
+
+bool is_known(const std::string& path, const std::string& text, const outcome& good) {
+  return is_like_a_known_one(path, good, [&](const std::string& known) { return known == text; });
+}
+
+/// Whether a file has the beginning of some content that it has without a fault too.
+bool is_beginning(const std::string& path, const std::string& text, const outcome& good) {
+  return is_like_a_known_one(path, good,
+                             [&](const std::string& known) { return known.starts_with(text); });
 }
 
 /// The mode of the file, which stands in front of its text, is a line too.
@@ -155,7 +166,8 @@ void check_files(const subject& called, const fault& failing, const outcome& goo
     if (is_known(path, text, good)) continue;
     const bool is_new = !good.before.contains(path) && !good.after.contains(path);
     const bool may_be_cut = (failed || lies(failing) || is_overcome(called, failing.text)) &&
-                            holds_any(path, called.cut_short);
+                            holds_any(path, called.cut_short) &&
+                            is_beginning(original_of(path), text, good);
     if (may_be_cut || (is_new && holds_any(path, called.leaves))) continue;
     if (holds_any(path, called.mixed) && is_mixture(original_of(path), text, good)) continue;
     // What the disk lists and the volume lists could not read stays for whoever looks into it.
