@@ -15,6 +15,7 @@
 #include "common/in_place_rewrite.h"
 #include "common/line_reader.h"
 #include "common/log.h"
+#include "common/own_lock.h"
 #include "common/secret_text.h"
 #include "common/text.h"
 #include "common/whole_file.h"
@@ -119,7 +120,12 @@ int get_users_from_conf(tag_user_info_list* list) try {
 int set_users_to_conf(tag_user_info_list* list) try {
   const orv::cleared_stack stack;
   if (list == nullptr) return orv::log_missing_argument();
-  orv::write_users(list);
+  const orv::own_lock lock(orv::user_file_lock);
+  if (lock) {
+    orv::write_users(list);
+  } else {
+    orv::log_failure(ORV_E_USER_FILE);
+  }
   return ORV_OK;
 } catch (const std::bad_alloc&) {
   return orv::without_memory();

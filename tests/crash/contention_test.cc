@@ -68,19 +68,27 @@ bool lock_and_append(const std::string& line) {
 TEST_F(contention, loses_no_share) {
   shares("");
   exports("");
+  smb(global);
   in_all_processes([](int process) {
+    const char* const service = process % 2 == 0 ? "nfs" : "samba";
     for (int i = 0; i < changes(); ++i) {
-      tag_share_config share = a_share(name_of(process, i), "nfs");
+      tag_share_config share = a_share(name_of(process, i), service);
       if (insist([&] { return share_add(&share); }, ORV_E_SHARE_EXISTS) < 0) return false;
       if (i % 2 == 0) continue;
       const std::string name = share.name;
-      if (insist([&] { return share_del(name.c_str(), "nfs"); }, ORV_E_NO_SHARE) < 0) return false;
+      if (insist([&] { return share_del(name.c_str(), service); }, ORV_E_NO_SHARE) < 0) {
+        return false;
+      }
     }
     return true;
   });
   const auto kept = all_names(2);
   EXPECT_THAT(names_in(shares_path, get_share_from_conf), testing::UnorderedElementsAreArray(kept));
-  EXPECT_THAT(names_in(exports_path, get_share_from_nfs), testing::UnorderedElementsAreArray(kept));
+  auto offered = names_in(exports_path, get_share_from_nfs);
+  const auto by_samba = names_in(smb_path, get_share_from_smb);
+  EXPECT_EQ(offered.size(), by_samba.size());
+  offered.insert(offered.end(), by_samba.begin(), by_samba.end());
+  EXPECT_THAT(offered, testing::UnorderedElementsAreArray(kept));
   EXPECT_THAT(helpers(), IsEmpty());
 }
 

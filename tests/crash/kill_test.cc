@@ -20,6 +20,8 @@ class killed : public rewrite_test, public testing::WithParamInterface<std::size
     for (const auto& [path, text] : found(each.files)) {
       EXPECT_THAT(text, AnyOf(old.at(path), renewed.at(path)))
           << each.name << " at " << call << path;
+      EXPECT_THAT(kept_of(path), AnyOf("", old.at(path), renewed.at(path)))
+          << each.name << " at " << call << ", copy of " << path;
     }
     each.change();
     for (const auto& [path, text] : found(each.files)) {

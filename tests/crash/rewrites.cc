@@ -71,6 +71,13 @@ std::vector<rewrite_case> rewrite_test::all_cases() {
       {"sys_user_delete",
        {{"/etc/nas_userfile.conf", users_of(300)}},
        [] { return sys_user_delete("user7"); }},
+      {"set_users_to_conf",
+       {{"/etc/nas_userfile.conf", users_of(300)}},
+       [] {
+         user_list users;
+         users.add("bob", "secret");
+         return set_users_to_conf(users.get());
+       }},
   };
   EXPECT_EQ(all.size(), cases);
   return all;

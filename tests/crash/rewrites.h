@@ -29,7 +29,7 @@ inline int rounds(int usual, int many) { return is_long() ? many : usual; }
 /// A machine with all the tools that a change of its files runs.
 class rewrite_test : public share_test {
  public:
-  static constexpr std::size_t cases = 13;
+  static constexpr std::size_t cases = 14;
 
  protected:
   rewrite_test() {
@@ -79,6 +79,11 @@ class rewrite_test : public share_test {
     }
     if (path == "/etc/nas_userfile.conf") return users_found();
     return without_hashes(machine.read(path));
+  }
+  /// The copy that was kept of a file; empty when there is none.
+  std::string kept_of(const std::string& path) {
+    const std::string kept = "/var/lib/orv/kept" + path;
+    return machine.exists(kept) ? without_hashes(machine.read(kept)) : "";
   }
   contents found(const contents& files) {
     contents all;

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -158,6 +159,22 @@ TEST_F(user_file_test, is_written_in_the_order_of_the_list) {
   EXPECT_EQ(set_users_to_conf(list.get()), ORV_OK);
   EXPECT_EQ(users(), "bob||secret\nann||\n");
   EXPECT_EQ(machine.log(), "");
+}
+
+TEST_F(user_file_test, is_not_written_while_somebody_else_changes_it) {
+  users("old||one\n");
+  ask_for_ann();
+  const int other = ::open("/var/lib/orv/lock/nas_userfile.conf", O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(::flock(other, LOCK_EX), 0);
+  users("old||one\n");
+  sandbox::hasten(std::chrono::seconds(4));
+  ask_for_ann();
+  EXPECT_EQ(machine.log(),
+            "set_users_to_conf:N return -2006 with Resource temporarily unavailable\n");
+  EXPECT_EQ(users(), "old||one\n");
+  ::close(other);
+  ask_for_ann();
+  EXPECT_EQ(users(), "ann||secret\n");
 }
 
 TEST_F(user_file_test, of_no_users_is_empty) {
