@@ -5,6 +5,7 @@
 #include <string>
 
 #include "common/log.h"
+#include "common/own_file.h"
 #include "common/text.h"
 #include "share/file_text.h"
 
@@ -65,6 +66,7 @@ std::optional<figures> find_figures(FILE* listing, const std::string& mount_poin
 
 int get_sizeinfo_from_df(uint64_t* total, uint64_t* used, const char* path) try {
   if (total == nullptr || used == nullptr || path == nullptr) return orv::log_missing_argument();
+  if (!orv::is_own_file(listing_path)) return ORV_OK;
   const orv::unique_file file(std::fopen(listing_path, "re"));
   if (!file) return ORV_OK;
   const auto found = find_figures(file.get(), mount_point_of(path));

@@ -255,7 +255,8 @@ ORV_API int get_shareinfo_from_iSCSI(tag_shareconf_list* list);
 /// @return ORV_OK; ORV_E_COMMAND; ORV_E_IETD when the targets cannot be opened; ORV_E_FAILED for
 ///         NULL
 ORV_API int get_shareinfo_from_ietd(tag_shareconf_list* list);
-/// Reads the size of one path from the listing of df in "/tmp/df.info".
+/// Reads the size of one path from the listing of df in "/tmp/df.info", when that is root's or the
+/// caller's own file and no link.
 /// @param total  receives GiB, rounded down, plus 1
 /// @param used   receives GiB, rounded down, plus 1
 /// @param path   its first component stands for "/mnt": "/pool/data" is mounted at "/mnt/data"

@@ -1,3 +1,6 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "tests/share/discovery.h"
 
 namespace {
@@ -105,6 +108,21 @@ TEST_F(df_info, changes_nothing_without_a_listing) {
 TEST_F(df_info, that_cannot_be_read_lists_nothing) {
   machine.directory("/tmp/df.info");
   EXPECT_EQ(sizes_of("/pool/data"), "-1 11 12");
+}
+
+// Any local user can make a file of this name first.
+TEST_F(df_info, of_somebody_else_is_none) {
+  ASSERT_EQ(::mkfifo("/tmp/df.info", 0666), 0);
+  EXPECT_EQ(sizes_of("/pool/data"), "0 11 12");
+  machine.remove("/tmp/df.info");
+  machine.file("/root/listing", listing);
+  machine.link("/tmp/df.info", "/root/listing");
+  EXPECT_EQ(sizes_of("/pool/data"), "0 11 12");
+  machine.remove("/tmp/df.info");
+  if (!machine.knows_other_users()) return;
+  machine.file("/tmp/df.info", listing);
+  ASSERT_EQ(::chown("/tmp/df.info", 1000, 1000), 0);
+  EXPECT_EQ(sizes_of("/pool/data"), "0 11 12");
 }
 
 TEST_F(df_info, needs_all_arguments) {

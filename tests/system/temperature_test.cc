@@ -1,4 +1,5 @@
 #include <orv/system.h>
+#include <sys/stat.h>
 
 #include "tests/system/getter.h"
 
@@ -39,4 +40,16 @@ TEST_F(temperature, needs_the_device_model) {
   EXPECT_EQ(machine.log(),
             "devmodel_get:N return -1001 with No such file or directory\n"
             "tmp_get:N return -1001 with No such file or directory\n");
+}
+
+// Any local user can make a file of this name first.
+TEST_F(temperature, is_not_what_somebody_else_says) {
+  model("KTA7120X");
+  ASSERT_EQ(::mkfifo("/tmp/nas_state.conf", 0666), 0);
+  EXPECT_EQ(ask(tmp_get), (answer_of_getter{-1010, ""}));
+  EXPECT_EQ(machine.log(), "tmp_get:N return -1010 with Operation not permitted\n");
+  machine.remove("/tmp/nas_state.conf");
+  machine.file("/root/state", "[misc]\ntemp(cpu)=49\n");
+  machine.link("/tmp/nas_state.conf", "/root/state");
+  EXPECT_EQ(ask(tmp_get), (answer_of_getter{-1010, ""}));
 }
