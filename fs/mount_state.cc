@@ -3,40 +3,73 @@
 
 #include <mntent.h>
 
-#include <string>
-#include <unordered_set>
+#include <algorithm>
+#include <string_view>
+#include <vector>
 
 #include "common/families.h"
 #include "common/handles.h"
 #include "common/log.h"
-#include "common/record_index.h"
 #include "common/text.h"
+#include "lvm/pool_reader.h"
 
 namespace {
 
-using pool_index = orv::record_index<tag_poolinfo_list>;
-using directories = std::unordered_set<std::string>;
+using text_of_file_system = std::string_view (*)(const tag_fs_info* fs);
 
-/// The directories on which the kernel has something mounted; none when its list of mounts cannot
-/// be opened.
-directories mounted_directories() {
-  directories mounted;
-  const orv::unique_mount_table mounts(setmntent("/proc/mounts", "re"));
-  if (!mounts) {
-    orv::check_memory();
-    return mounted;
+std::string_view device_of(const tag_fs_info* fs) { return orv::text_of(fs->devname); }
+std::string_view mount_point_of(const tag_fs_info* fs) { return orv::text_of(fs->mountpoint); }
+
+/// The file systems of a list, found by one of their texts, of each of which it is noted once
+/// whether it was met. It takes eight bytes for each: there may be thousands.
+class met_file_systems {
+ public:
+  met_file_systems(tag_fsinfo_list* list, text_of_file_system text) : text_(text) {
+    std::size_t count = 0;
+    for ([[maybe_unused]] const tag_fs_info& fs : orv::records(list)) ++count;
+    sorted_.reserve(count);
+    for (tag_fs_info& fs : orv::records(list)) sorted_.push_back(&fs);
+    std::ranges::sort(sorted_, {}, text_);
+    is_met_.resize(count);
   }
+
+  /// Hands over those with this text that were not met before.
+  template <class Take>
+  void meet(std::string_view text, Take take) {
+    const auto same = std::ranges::equal_range(sorted_, text, {}, text_);
+    for (auto each = same.begin(); each != same.end(); ++each) {
+      const auto number = static_cast<std::size_t>(each - sorted_.begin());
+      if (!is_met_[number]) take(**each);
+      is_met_[number] = true;
+    }
+  }
+
+  /// Hands over those that were never met.
+  template <class Take>
+  void others(Take take) {
+    for (std::size_t number = 0; number < sorted_.size(); ++number) {
+      if (!is_met_[number]) take(*sorted_[number]);
+    }
+  }
+
+ private:
+  text_of_file_system text_;
+  std::vector<tag_fs_info*> sorted_;
+  std::vector<bool> is_met_;
+};
+
+/// Hands over each directory on which the kernel has something mounted, never an empty name; none
+/// when its list of mounts cannot be opened.
+template <class Take>
+void each_mounted_directory(Take take) {
+  const orv::unique_mount_table mounts(setmntent("/proc/mounts", "re"));
+  if (!mounts) return orv::check_memory();
   char strings[4096];
   mntent entry{};
   while (getmntent_r(mounts.get(), &entry, strings, sizeof strings) != nullptr) {
-    mounted.emplace(entry.mnt_dir);
+    const std::string_view directory(entry.mnt_dir);
+    if (!directory.empty()) take(directory);
   }
-  return mounted;
-}
-
-/// True when exactly this directory is mounted.
-bool is_mounted(const directories& mounted, std::string_view directory) {
-  return !directory.empty() && mounted.contains(std::string(directory));
 }
 
 void complete_from_pool(tag_fs_info& fs, const tag_pool_info& pool) {
@@ -48,38 +81,52 @@ void complete_from_pool(tag_fs_info& fs, const tag_pool_info& pool) {
   fs.used = pool.used * mib_per_gib;
 }
 
-void complete(tag_fs_info& fs, const pool_index& pools, const directories& mounted) {
-  const tag_pool_info* const pool = pools.find(orv::text_of(fs.devname));
-  if (pool != nullptr) complete_from_pool(fs, *pool);
-  if (!is_mounted(mounted, orv::text_of(fs.mountpoint))) {
-    orv::set_text(fs.state, "umount");
-  } else if (pool == nullptr) {
-    orv::set_text(fs.state, "not available");
+/// @return as `pool_get`
+int complete_from_pools(tag_fsinfo_list* list) {
+  met_file_systems by_device(list, device_of);
+  orv::pool_reader pools;
+  while (pools.next()) {
+    tag_pool_info pool{};
+    pools.fill(pool);
+    by_device.meet(orv::text_of(pool.poolname),
+                   [&pool](tag_fs_info& fs) { complete_from_pool(fs, pool); });
   }
+  if (pools.result() != ORV_E_LVDISPLAY) {
+    by_device.others([](tag_fs_info& fs) { orv::set_text(fs.state, "not available"); });
+  }
+  return pools.result();
+}
+
+void complete_from_mounts(tag_fsinfo_list* list) {
+  met_file_systems by_directory(list, mount_point_of);
+  each_mounted_directory([&by_directory](std::string_view directory) {
+    by_directory.meet(directory, [](tag_fs_info&) {});
+  });
+  by_directory.others([](tag_fs_info& fs) { orv::set_text(fs.state, "umount"); });
 }
 
 }  // namespace
 
 int mountfs_get(tag_fsinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
-  orv::scoped_list<tag_poolinfo_list> pools;
-  const int result = pool_get(pools.get());
+  const int result = complete_from_pools(list);
   // When the tool that lists the pools fails, what it has listed is used all the same.
   if (result != ORV_OK && result != ORV_E_LVDISPLAY_TOOL) {
     orv::log_mount_failure(result);
     return ORV_E_LVDISPLAY;
   }
-  const pool_index by_name(pools.get(), &tag_pool_info::poolname);
-  const directories mounted = mounted_directories();
-  for (tag_fs_info& fs : orv::records(list)) complete(fs, by_name, mounted);
+  complete_from_mounts(list);
   return ORV_OK;
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }
 
 int mount_check(const char* path) try {
-  const bool is_mounted_there = is_mounted(mounted_directories(), orv::text_or_empty(path));
-  return is_mounted_there ? ORV_OK : ORV_E_FAILED;
+  bool is_mounted = false;
+  const std::string_view asked = orv::text_or_empty(path);
+  each_mounted_directory(
+      [&](std::string_view directory) { is_mounted = is_mounted || directory == asked; });
+  return is_mounted ? ORV_OK : ORV_E_FAILED;
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }

@@ -5,63 +5,70 @@
 #include <cstring>
 #include <string_view>
 
-#include "common/captured_output.h"
-#include "common/families.h"
 #include "common/gib.h"
-#include "common/line_reader.h"
 #include "common/log.h"
-#include "common/record_index.h"
 #include "common/text.h"
 #include "lvm/display.h"
+#include "lvm/pool_reader.h"
 
-namespace {
+namespace orv {
 
-void fill_pool(tag_pool_info& pool, const char* line) {
-  std::snprintf(pool.state, sizeof pool.state, "%savailable",
-                orv::number_column(line, 3) != 0 ? "" : "not ");
-  get_str_from_display(line, static_cast<int>(std::strlen(line)), ":", 1, pool.vgname,
-                       sizeof pool.vgname);
-  pool.size = orv::nearest_gib_of_sectors(orv::number_column(line, 6));
-}
-
-/// Adds the pool of every line of a logical volume; false without memory.
-bool add_pools(tag_poolinfo_list* list, FILE* file, tag_vginfo_list* groups) {
-  const orv::record_index<tag_vginfo_list> known(groups, &tag_vg_info::vgname);
-  orv::line_reader reader(file);
-  while (reader.next()) {
-    const char* const line = ltrimstr(reader.line());
-    if (!std::string_view(line).starts_with("/dev/")) continue;
-    const std::optional<std::string> path = orv::text_column(line, 0);
-    if (!path) continue;
-    tag_pool_info* const pool = orv::append(list);
-    if (pool == nullptr) return false;
-    orv::set_text(pool->poolname, *path);
-    fill_pool(*pool, line);
-    const tag_vg_info* const vg = known.find(orv::text_of(pool->vgname));
-    if (vg != nullptr) orv::set_text(pool->enclosure, orv::text_of(vg->enclosure));
+pool_reader::pool_reader() {
+  // What a failing tool printed is listed all the same.
+  const bool is_complete = output_.fill(command("/sbin/lvdisplay -c > %s ", output_.path()));
+  if (!is_complete) result_ = ORV_E_LVDISPLAY_TOOL;
+  vg_get(groups_.get());
+  file_ = output_.stream();
+  known_.emplace(groups_.get(), &tag_vg_info::vgname);
+  if (file_) {
+    lines_.emplace(file_.get());
+  } else {
+    fail();
   }
-  return true;
 }
 
-}  // namespace
+void pool_reader::fail() {
+  tell_cannot_open(output_, result_, "get_poolinfo_from_lvdisplay");
+  result_ = ORV_E_LVDISPLAY;
+}
+
+bool pool_reader::next() {
+  while (lines_ && lines_->next()) {
+    line_ = ltrimstr(lines_->line());
+    if (!std::string_view(line_).starts_with("/dev/")) continue;
+    std::optional<std::string> path = text_column(line_, 0);
+    if (!path) continue;
+    path_ = std::move(*path);
+    return true;
+  }
+  if (lines_ && lines_->failed()) fail();
+  return false;
+}
+
+void pool_reader::fill(tag_pool_info& pool) const {
+  set_text(pool.poolname, path_);
+  std::snprintf(pool.state, sizeof pool.state, "%savailable",
+                number_column(line_, 3) != 0 ? "" : "not ");
+  get_str_from_display(line_, static_cast<int>(std::strlen(line_)), ":", 1, pool.vgname,
+                       sizeof pool.vgname);
+  pool.size = nearest_gib_of_sectors(number_column(line_, 6));
+  const tag_vg_info* const group = known_->find(text_of(pool.vgname));
+  if (group != nullptr) set_text(pool.enclosure, text_of(group->enclosure));
+}
+
+}  // namespace orv
 
 int pool_get(tag_poolinfo_list* list) { return get_poolinfo_from_lvdisplay(list); }
 
 int get_poolinfo_from_lvdisplay(tag_poolinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
-  const orv::captured_output output("/tmp/lvdisplay.XXXXXX");
-  // What a failing tool printed is listed all the same.
-  const bool complete = output.fill(orv::command("/sbin/lvdisplay -c > %s ", output.path()));
-  const int result = complete ? ORV_OK : ORV_E_LVDISPLAY_TOOL;
-  orv::scoped_list<tag_vginfo_list> groups;
-  vg_get(groups.get());
-  const orv::unique_file file = output.open();
-  if (!file) {
-    orv::tell_cannot_open(output, result);
-    return ORV_E_LVDISPLAY;
+  orv::pool_reader pools;
+  while (pools.next()) {
+    tag_pool_info* const pool = orv::append(list);
+    if (pool == nullptr) return orv::log_failure(ORV_E_LVDISPLAY);
+    pools.fill(*pool);
   }
-  if (!add_pools(list, file.get(), groups.get())) return orv::log_failure(ORV_E_LVDISPLAY);
-  return result;
+  return pools.result();
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }

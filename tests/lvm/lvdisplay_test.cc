@@ -154,9 +154,9 @@ TEST_F(lvdisplay, tells_the_failed_tool_too_when_its_output_cannot_be_opened) {
   EXPECT_THAT(machine.temp_files(), ElementsAre());
 }
 
-TEST_F(lvdisplay, tells_output_that_cannot_be_examined_and_removes_it) {
+TEST_F(lvdisplay, tells_output_that_cannot_be_read_and_removes_it) {
   fails_to_list("vgdisplay");
-  machine.fail("fstat", EIO);
+  machine.fail("fread", EIO);
   EXPECT_EQ(get(), -1050);
   EXPECT_EQ(machine.log_lines().back(),
             "get_poolinfo_from_lvdisplay:N return 0 with Input/output error");
