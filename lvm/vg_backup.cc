@@ -6,6 +6,7 @@
 #include "common/line_reader.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "support/to_beginning.h"
 
 namespace {
 
@@ -44,7 +45,7 @@ unique_file open_backup(const char* vgname) {
 }
 
 std::string identifier_of(FILE* backup, std::string_view device) {
-  std::rewind(backup);
+  if (!support::to_beginning(backup)) return {};
   line_reader reader(backup);
   while (!device.empty() && reader.next()) {
     if (!trimmed(reader.line()).starts_with("id =")) continue;

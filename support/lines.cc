@@ -4,10 +4,12 @@
 
 #include "support/characters.h"
 #include "support/line_scanner.h"
+#include "support/to_beginning.h"
 
 using orv::support::copy_text;
 using orv::support::line_scanner;
 using orv::support::text_or_empty;
+using orv::support::to_beginning;
 using orv::support::trimmed;
 using orv::support::trimmed_left;
 
@@ -26,9 +28,9 @@ bool has_key(std::string_view line, const char* key, std::string_view separators
 /// Copies the `wanted`-th matching line; otherwise says how many matched through `found`.
 int copy_line(FILE* stream, const char* key, int wanted, const char* separators, char* out,
               int size, int& found) {
-  std::rewind(stream);
-  line_scanner lines(stream);
   found = 0;
+  if (!to_beginning(stream)) return read_error;
+  line_scanner lines(stream);
   while (lines.next()) {
     if (!has_key(lines.line(), key, text_or_empty(separators))) continue;
     if (found++ != wanted) continue;

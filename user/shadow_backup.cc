@@ -7,6 +7,7 @@
 
 #include "common/log.h"
 #include "common/whole_file.h"
+#include "support/to_beginning.h"
 #include "user/private_file.h"
 
 namespace {
@@ -39,8 +40,10 @@ int create_backup(const char* path, FILE* stream) try {
   if (fstat(fileno(stream), &original) != 0) return failed;
   const orv::unique_file backup = orv::open_private(path);
   if (!backup || !close_as(original, fileno(backup.get()))) return failed;
-  std::rewind(stream);
-  if (!orv::read_rest(stream, text) || !replace_content(backup.get(), text)) return failed;
+  if (!orv::support::to_beginning(stream) || !orv::read_rest(stream, text) ||
+      !replace_content(backup.get(), text)) {
+    return failed;
+  }
   const timespec times[] = {original.st_atim, original.st_mtim};
   return futimens(fileno(backup.get()), times) == 0 ? 0 : failed;
 } catch (const std::bad_alloc&) {

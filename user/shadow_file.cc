@@ -17,6 +17,7 @@
 #include "common/log.h"
 #include "common/replacement_file.h"
 #include "common/whole_file.h"
+#include "support/to_beginning.h"
 
 namespace orv {
 namespace {
@@ -96,9 +97,8 @@ int rewrite_locked(FILE* shadow, const struct stat& original, std::string_view n
   replacement_file rewritten(path + '+', create_unreadable);
   if (!rewritten.exists() || !rewritten.adopt(original)) return log_failure(ORV_E_SHADOW_CREATE);
   std::string text;
-  std::rewind(shadow);
-  if (!read_rest(shadow, text) || !rewritten.write(with_new_hash(text, name, hash)) ||
-      !rewritten.sync()) {
+  if (!support::to_beginning(shadow) || !read_rest(shadow, text) ||
+      !rewritten.write(with_new_hash(text, name, hash)) || !rewritten.sync()) {
     return log_failure(ORV_E_SHADOW_WRITE);
   }
   if (std::rename(rewritten.path().c_str(), path.c_str()) != 0) {

@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <string>
@@ -76,22 +77,36 @@ const row rows[] = {
 
 }  // namespace
 
-class hanging_tools : public sandbox_test {
+/// With a shell of no name, and with one that is left out where a command line is plain.
+class hanging_tools : public sandbox_test, public testing::WithParamInterface<const char*> {
  protected:
   hanging_tools() {
+    if (is_without_shell()) machine.shell_is(GetParam());
     machine.file("/proc/" + std::to_string(getpid()) + "/stat", "1 (test) S 1 1");
     // Disks are wiped before an array is made of them.
     machine.tool("/usr/local/bin/diskformat").on("/dev/sda").if_asked();
     machine.tool("/usr/local/bin/diskformat").on("/dev/sdb").if_asked();
   }
+  ~hanging_tools() override {
+    // What the library quotes or pipes is the shell's in any case.
+    const auto calls = machine.call_records();
+    EXPECT_EQ(
+        std::any_of(calls.begin(), calls.end(), [](const auto& made) { return !made.by_shell; }),
+        is_without_shell());
+  }
+
+  static bool is_without_shell() { return GetParam() != std::string("other"); }
 };
 
-TEST_F(hanging_tools, make_every_function_fail_as_a_killed_tool_does) {
+INSTANTIATE_TEST_SUITE_P(of, hanging_tools, testing::Values("other", "dash"),
+                         [](const auto& shell) { return std::string(shell.param); });
+
+TEST_P(hanging_tools, make_every_function_fail_as_a_killed_tool_does) {
   for (const row& each : rows) machine.tool(each.tool).on("...").dies_of(SIGKILL);
   for (const row& each : rows) EXPECT_EQ(each.call(), each.code) << each.name;
 }
 
-TEST_F(hanging_tools, make_every_function_fail_in_time) {
+TEST_P(hanging_tools, make_every_function_fail_in_time) {
   for (const row& each : rows) machine.tool(each.tool).on("...").takes(std::chrono::minutes(2));
   std::vector<std::thread> threads;
   for (const row& each : rows) {

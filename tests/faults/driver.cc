@@ -102,6 +102,10 @@ class driving {
     if (good.result != driven_.expected || !good.thrown.empty())
       tell("without a fault: result " + std::to_string(good.result) + " " + good.thrown);
     for (const auto& held : good.held) tell("without a fault: holds " + held);
+    if (!driven_.shell.empty()) {
+      if (good.tools.empty()) tell("without a fault: runs no tool");
+      for (const auto& tool : good.tools_of_a_shell) tell("without a fault: a shell ran " + tool);
+    }
     if (std::getenv("ORV_FAULTS_SHOW") != nullptr) show(good);
     std::vector<fault> all;
     add_call_faults(good, all);

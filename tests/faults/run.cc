@@ -30,6 +30,14 @@ files files_of(const world& appliance) {
   return all;
 }
 
+/// A tool that no shell started does not know how its words were written.
+std::string with_single_blanks(std::string line) {
+  const auto ends = std::unique(line.begin(), line.end(),
+                                [](char one, char next) { return one == ' ' && next == ' '; });
+  line.erase(ends, line.end());
+  return line;
+}
+
 bool is_wait(const system_call& call) { return call.text.starts_with("wait4"); }
 
 bool starts_process(const system_call& call) {
@@ -267,6 +275,7 @@ bool is_documented(const subject& called, const fault& failing, long result) {
 outcome run(const subject& called, const fault& failing, bool with_steps) {
   world appliance(called.model);
   outcome got;
+  if (!called.shell.empty()) appliance.machine.shell_is(called.shell);
   ready_call call = called.prepare(appliance);
   if (failing.tool >= 0)
     appliance.machine.file("/.sandbox/misbehaviour",
@@ -296,11 +305,12 @@ outcome run(const subject& called, const fault& failing, bool with_steps) {
   call = {};
   got.unreleased = unreleased_allocations();
   for (const auto& line : appliance.machine.commands())
-    got.commands.push_back(without_chance(line));
-  for (const auto& made : appliance.machine.calls()) {
+    got.commands.push_back(with_single_blanks(without_chance(line)));
+  for (const auto& made : appliance.machine.call_records()) {
     std::string words;
-    for (const auto& word : made) words += (words.empty() ? "" : " ") + word;
+    for (const auto& word : made.words) words += (words.empty() ? "" : " ") + word;
     got.tools.push_back(words);
+    if (made.by_shell) got.tools_of_a_shell.push_back(words);
   }
   got.after = files_of(appliance);
   return got;

@@ -26,6 +26,7 @@ struct outcome {
   std::string told;    // what it printed, and its list or text
   std::vector<std::string> commands;
   std::vector<std::string> tools;
+  std::vector<std::string> tools_of_a_shell;  // those of them that a shell started
   files before;
   std::vector<files> steps;  // the files while the function ran, before each tool
   files after;

@@ -38,6 +38,8 @@ struct subject {
   std::function<ready_call(world&)> prepare{};
   long expected = ORV_OK;
   std::string model = "KTA7120X";
+  /// The name of the machine's shell, without which plain command lines are run; "": it has none.
+  std::string shell{};
   exemptions overcomes{};
   /// Files that are documented to be cut short by a failure.
   std::vector<std::string> cut_short{};

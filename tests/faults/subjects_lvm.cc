@@ -208,6 +208,11 @@ std::vector<subject> mount_points() {
       {.name = "mkdir_path(char const*)",
        .documented = command,
        .prepare = call([] { return mkdir_path("/mnt/new/deep"); })},
+      {.name = "mkdir_path(char const*)",
+       .variant = "without a shell",
+       .documented = command,
+       .prepare = call([] { return mkdir_path("/mnt/new/deep"); }),
+       .shell = "dash"},
       {.name = "rmdir_path(char const*)",
        .documented = command,
        .prepare =

@@ -17,6 +17,26 @@ auto with_stream(Function function) {
   };
 }
 
+/// The same command line where the shell is known by its name, and so left out.
+std::vector<subject> runs_without_shell() {
+  std::vector<subject> all;
+  for (const std::string shell : {"dash", "bash"}) {
+    for (const unsigned limit : {0U, 60U}) {
+      all.push_back({.name = "liborv_system(char const*)",
+                     .variant = "instead of " + shell + (limit == 0 ? "" : ", with a limit"),
+                     .documented = {-1, 127 << 8, 5 << 8, 137 << 8, SIGKILL},
+                     .prepare = call([limit] {
+                       orv_set_tool_timeout(limit);
+                       const int status = liborv_system("/etc/init.d/samba start > /dev/null");
+                       orv_set_tool_timeout(0);
+                       return status;
+                     }),
+                     .shell = shell});
+    }
+  }
+  return all;
+}
+
 std::vector<subject> runs() {
   return {
       {.name = "liborv_system(char const*)",
@@ -118,7 +138,8 @@ std::vector<subject> fields() {
 
 std::vector<subject> support_subjects() {
   std::vector<subject> all = runs();
-  for (const auto& more : {text_files(), fields()}) all.insert(all.end(), more.begin(), more.end());
+  for (const auto& more : {runs_without_shell(), text_files(), fields()})
+    all.insert(all.end(), more.begin(), more.end());
   return all;
 }
 

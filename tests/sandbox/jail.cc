@@ -12,6 +12,7 @@
 #include <stdexcept>
 
 #include "errors.h"
+#include "programs/records.h"
 
 namespace sandbox {
 namespace {
@@ -107,7 +108,7 @@ void jail::furnish() const {
     must(::mkdir((mount_point + path).c_str(), 0755), path);
   must(::chmod((mount_point + "/tmp").c_str(), 01777), "/tmp");
   bind_read_only(programs, mount_point + "/.sandbox/bin");
-  must(::symlink("/.sandbox/bin/sh", (mount_point + "/bin/sh").c_str()), "/bin/sh");
+  must(::symlink(shell, (mount_point + "/bin/sh").c_str()), "/bin/sh");
   for (const std::string device : {"/dev/null", "/dev/zero", "/dev/full"}) {
     must(::mknod((mount_point + device).c_str(), S_IFREG | 0666, 0), device);
     bind_read_only(device, mount_point + device);

@@ -17,6 +17,7 @@
 #include "jail.h"
 #include "libc.h"
 #include "log_socket.h"
+#include "programs/records.h"
 #include "sandbox.h"
 #include "text.h"
 #include "toolbox.h"
@@ -32,15 +33,27 @@ class process_settings {
     ::setenv("PATH", "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin", 1);
   }
   ~process_settings() {
+    for (const auto& [name, value] : hidden_) ::setenv(name.c_str(), value.c_str(), 1);
     ::setenv("PATH", path_.c_str(), 1);
     ::umask(umask_);
   }
   process_settings(const process_settings&) = delete;
   process_settings& operator=(const process_settings&) = delete;
 
+  void keep_only_path() {
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+      const std::string text = *entry;
+      const auto equals = text.find('=');
+      if (equals != text.npos) hidden_.emplace(text.substr(0, equals), text.substr(equals + 1));
+    }
+    ::clearenv();
+    ::setenv("PATH", hidden_["PATH"].c_str(), 1);
+  }
+
  private:
   mode_t umask_;
   std::string path_;
+  std::map<std::string, std::string> hidden_;  // variables of the process
 };
 
 bool is_log_connection(int descriptor) {
@@ -112,6 +125,13 @@ void machine::tell_story() const {
   parts_->output.pause();
   std::puts(story.c_str());
   parts_->output.resume();
+}
+
+void machine::shell_is(const std::string& name) {
+  parts_->tools.look_for_misses();
+  link("/bin/" + name, shell);
+  link("/bin/sh", name);
+  parts_->settings.keep_only_path();
 }
 
 fake_tool& machine::tool(std::string_view path) { return parts_->tools.at(path); }

@@ -1,11 +1,13 @@
 /// The machine as a whole: its walls, its coming and going.
 #include <fcntl.h>
 #include <gtest/gtest-spi.h>
+#include <spawn.h>
 #include <syslog.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 #include "code.h"
 #include "programs/records.h"
@@ -90,6 +92,58 @@ TEST_F(Machine, CanBeWithoutAShell) {
   machine.remove("/bin/sh");
   EXPECT_EQ(sandbox::exit_code_of("true"), 127);
   EXPECT_THAT(machine.commands(), IsEmpty());
+}
+
+// As the code under test may do.
+void start_tool(sandbox::lines words, const std::string& output) {
+  std::vector<char*> arguments;
+  for (auto& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  ::posix_spawn_file_actions_init(&actions);
+  if (!output.empty())
+    ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, output.c_str(), O_WRONLY | O_CREAT,
+                                       0600);
+  pid_t child = 0;
+  EXPECT_EQ(::posix_spawn(&child, arguments[0], &actions, nullptr, arguments.data(), environ), 0);
+  ::posix_spawn_file_actions_destroy(&actions);
+  int status = -1;
+  EXPECT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(Machine, CanHaveAShellOfAName) {
+  machine.shell_is("dash");
+  EXPECT_EQ(std::filesystem::read_symlink("/bin/sh"), "dash");
+  machine.tool("t").succeeds();
+  EXPECT_EQ(sandbox::run("t 1 > /tmp/out; t 2"), 0);
+  EXPECT_THAT(machine.commands(), ElementsAre("t 1 > /tmp/out; t 2"));
+  for (const auto& call : machine.call_records()) EXPECT_TRUE(call.by_shell);
+}
+
+TEST_F(Machine, NotesWhatIsRunWithoutItsShell) {
+  machine.shell_is("dash");
+  machine.tool("/bin/t").runs("/bin/inner 2");
+  machine.tool("/bin/inner").succeeds();
+  start_tool({"/bin/t", "1"}, "/tmp/out.a");
+  start_tool({"/bin/t"}, "/dev/null");
+  start_tool({"/bin/t", "-x"}, "");
+  EXPECT_THAT(machine.commands(),
+              ElementsAre("/bin/t 1 > /tmp/out.a", "/bin/t > /dev/null", "/bin/t -x"));
+  const auto calls = machine.call_records();
+  ASSERT_EQ(calls.size(), 6U);
+  for (const auto& call : calls) EXPECT_EQ(call.by_shell, call.path == "/bin/inner");
+}
+
+TEST(MachineWhenGone, LeavesTheEnvironmentAsItWas) {
+  ::setenv("ORV_TEST", "1=2", 1);
+  {
+    sandbox::machine machine;
+    machine.shell_is("bash");
+    EXPECT_EQ(std::getenv("ORV_TEST"), nullptr);
+  }
+  EXPECT_STREQ(std::getenv("ORV_TEST"), "1=2");
+  ::unsetenv("ORV_TEST");
 }
 
 TEST_F(Machine, RunsScriptsOfTheTest) {

@@ -88,6 +88,7 @@ struct call_record {
   lines words;        // its argument vector
   std::string input;  // standard input: "/dev/null", "pipe", "file", "socket", "device", "closed"
   std::vector<int> descriptors;  // open ones besides the three standard ones
+  bool by_shell;                 // whether a shell started it, or the code itself
   std::map<std::string, std::string> environment;
 };
 
@@ -118,11 +119,17 @@ class machine {
   machine(const machine&) = delete;
   machine& operator=(const machine&) = delete;
 
+  /// The machine's shell is one that the code may know by its name, as "dash": /bin/sh is a link of
+  /// that text to the same shell as else. Nothing but PATH is in the environment any more, in which
+  /// such a shell would change other things.
+  void shell_is(const std::string& name);
+
   /// The program at this path; a name without "/" stands in /bin.
   fake_tool& tool(std::string_view path);
 
   // What happened so far, in order.
-  lines commands() const;            // what the shell was given
+  /// What the shell was given; where it has a name, also what a tool was called with without it.
+  lines commands() const;
   std::vector<lines> calls() const;  // argument vectors of the calls of fake tools
   std::vector<call_record> call_records() const;
   std::string log() const;  // "name:123 return" reads "name:N return", "name[123]:" "name[N]:"

@@ -16,6 +16,7 @@ call_record to_call(const record& texts) {
                    .words = {},
                    .input = texts.at(call_input),
                    .descriptors = {},
+                   .by_shell = !texts.at(call_starter).empty(),
                    .environment = {}};
   for (const auto& number : split(texts.at(call_descriptors), ' '))
     call.descriptors.push_back(std::stoi(number));

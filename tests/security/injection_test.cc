@@ -243,7 +243,11 @@ class injection : public sandbox_test {
     for (const auto& shell : security::known_shells()) {
       EXPECT_EQ(security::difference(shell, all), "") << shell.name;
     }
+    const auto plain = security::read_plain(all);
+    EXPECT_EQ(plain.misread, "");
+    EXPECT_TRUE(plain.count > 0 || all.empty()) << "each of them is left to a shell";
     RecordProperty("command_lines", static_cast<int>(all.size()));
+    RecordProperty("plain_command_lines", plain.count);
   }
 
   /// The first fault of each place is shown, all are counted.

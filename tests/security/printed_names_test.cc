@@ -183,6 +183,10 @@ class printed_names : public sandbox_test {
     for (const auto& shell : security::known_shells()) {
       EXPECT_EQ(security::difference(shell, all), "") << shell.name;
     }
+    const auto plain = security::read_plain(all);
+    EXPECT_EQ(plain.misread, "");
+    EXPECT_GT(plain.count, 0);
+    EXPECT_LT(plain.count, static_cast<int>(all.size()));
   }
 
   std::string name_;

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "support/plain_command.h"
 #include "tests/sandbox/files.h"
 #include "tests/sandbox/programs/records.h"
 #include "tests/security/texts.h"
@@ -119,6 +120,19 @@ std::string difference(const shell& reader, const std::vector<run_line>& lines) 
   if (status == 0 && got == wanted && errors.empty()) return "";
   return "status " + std::to_string(status) + ", errors " + shown(errors) + '\n' +
          first_difference(wanted, got);
+}
+
+plain_lines read_plain(const std::vector<run_line>& lines) {
+  plain_lines read;
+  for (const run_line& line : lines) {
+    const auto plain = orv::support::plain_command_of(line.text);
+    if (!plain) continue;
+    ++read.count;
+    const bool is_right = line.commands.size() == 1 && plain->words == line.commands[0].words &&
+                          plain->output == line.commands[0].output.value_or("");
+    if (!is_right && read.misread.empty()) read.misread = shown(line.text);
+  }
+  return read;
 }
 
 }  // namespace security

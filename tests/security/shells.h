@@ -23,4 +23,11 @@ std::vector<shell> known_shells();
 /// words that the lines are said to have, and nothing else; else what was different.
 std::string difference(const shell& reader, const std::vector<run_line>& lines);
 
+/// What the library itself makes of the lines that it runs without a shell.
+struct plain_lines {
+  int count = 0;
+  std::string misread;  ///< the first that has other words or another output; empty when none has
+};
+plain_lines read_plain(const std::vector<run_line>& lines);
+
 }  // namespace security

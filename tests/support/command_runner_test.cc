@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <string>
 
 #include "tests/sandbox/sandbox.h"
 
@@ -127,4 +128,58 @@ TEST_F(liborv_system_, refuses_no_command_and_reports_a_missing_shell) {
 TEST_F(liborv_system_, leaves_no_descriptor_behind) {
   liborv_system("exit 1");
   EXPECT_THAT(machine.open_descriptors(), IsEmpty());
+}
+
+/// On a machine whose shell is known, a plain command line is run without it.
+class liborv_system_of_known_shell : public liborv_system_,
+                                     public testing::WithParamInterface<const char*> {
+ protected:
+  liborv_system_of_known_shell() { machine.shell_is(GetParam()); }
+};
+
+INSTANTIATE_TEST_SUITE_P(of, liborv_system_of_known_shell, testing::Values("dash", "bash"),
+                         [](const auto& shell) { return std::string(shell.param); });
+
+TEST_P(liborv_system_of_known_shell, runs_a_plain_command_line_itself) {
+  machine.tool("/sbin/mdadm").prints("text").fails(3);
+  EXPECT_EQ(liborv_system("/sbin/mdadm  --detail /dev/md0 > /tmp/out"), 3 << 8);
+  EXPECT_FALSE(only_call().by_shell);
+  EXPECT_THAT(machine.commands(), ElementsAre("/sbin/mdadm --detail /dev/md0 > /tmp/out"));
+  EXPECT_EQ(machine.read("/tmp/out"), "text");
+  EXPECT_EQ(only_call().environment.at("LC_ALL"), "C");
+  EXPECT_EQ(only_call().input, "/dev/null");
+  EXPECT_THAT(only_call().descriptors, IsEmpty());
+}
+
+TEST_P(liborv_system_of_known_shell, leaves_others_to_the_shell) {
+  machine.tool("/sbin/mdadm").succeeds();
+  EXPECT_EQ(liborv_system("/sbin/mdadm -S '/dev/md0'"), 0);
+  EXPECT_TRUE(only_call().by_shell);
+  EXPECT_THAT(machine.commands(), ElementsAre("/sbin/mdadm -S '/dev/md0'"));
+}
+
+TEST_P(liborv_system_of_known_shell, lets_it_say_that_a_tool_is_missing) {
+  machine.tool("/sbin/mdadm").is_missing();
+  EXPECT_EQ(liborv_system("/sbin/mdadm -S /dev/md0 > /dev/null"), 127 << 8);
+  EXPECT_THAT(machine.commands(), ElementsAre("/sbin/mdadm -S /dev/md0 > /dev/null"));
+}
+
+TEST_P(liborv_system_of_known_shell, needs_none_for_a_tool_that_is_there) {
+  machine.tool("/bin/tool").fails(4);
+  machine.remove(std::string("/bin/") + GetParam());
+  EXPECT_EQ(liborv_system("/bin/tool"), 4 << 8);
+  EXPECT_EQ(liborv_system("exit 0"), 127 << 8);
+  EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_P(liborv_system_of_known_shell, cannot_wait_in_a_process_that_ignores_its_children) {
+  struct sigaction ignore {};
+  ignore.sa_handler = SIG_IGN;
+  struct sigaction old {};
+  sigaction(SIGCHLD, &ignore, &old);
+  machine.tool("/bin/tool").succeeds();
+  EXPECT_EQ(liborv_system("/bin/tool"), -1);
+  EXPECT_EQ(errno, ECHILD);
+  sigaction(SIGCHLD, &old, nullptr);
+  EXPECT_THAT(machine.calls(), ElementsAre(ElementsAre("/bin/tool")));
 }

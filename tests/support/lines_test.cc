@@ -172,3 +172,38 @@ TEST(get_line_from_file_end, counts_matches_from_the_end) {
   EXPECT_EQ(line_of(get_line_from_file_end, detail, nullptr, 5, nullptr), "/dev/md0:");
   EXPECT_EQ(line_of(get_line_from_file_end, "", nullptr, 0, nullptr), "none:before");
 }
+
+/// A stream in which seeking fails, for this reason.
+static FILE* stream_without_seek(int& reason) {
+  cookie_io_functions_t functions{};
+  functions.read = [](void*, char* out, std::size_t size) {
+    return static_cast<ssize_t>(std::string("key: text\n").copy(out, size));
+  };
+  functions.seek = [](void* told, off64_t*, int) {
+    errno = *static_cast<int*>(told);
+    return -1;
+  };
+  return fopencookie(&reason, "r", functions);
+}
+
+TEST(get_line_from_file, fails_where_it_cannot_go_back_to_the_beginning) {
+  int reason = EIO;
+  const std::unique_ptr<FILE, close_stream> stream(stream_without_seek(reason));
+  char line[32] = "before";
+  for (const auto reader : {get_line_from_file, get_line_from_file_end}) {
+    errno = 0;
+    EXPECT_EQ(reader(stream.get(), "key", 0, ":", line, sizeof line), -2);
+    EXPECT_EQ(errno, EIO);
+    EXPECT_STREQ(line, "before");
+  }
+}
+
+TEST(get_line_from_file, reads_on_in_what_has_no_places) {
+  int reason = ESPIPE;
+  const std::unique_ptr<FILE, close_stream> stream(stream_without_seek(reason));
+  char line[32] = "before";
+  errno = 0;
+  EXPECT_EQ(get_line_from_file(stream.get(), "key", 1, ":", line, sizeof line), 0);
+  EXPECT_EQ(errno, 0);
+  EXPECT_STREQ(line, "key: text");
+}

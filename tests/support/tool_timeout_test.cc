@@ -161,6 +161,24 @@ class orv_set_tool_timeout_ : public sandbox_test {
   }
 };
 
+/// What holds for a plain command line, which the shell runs or, where it is known by its name, the
+/// library itself.
+class orv_set_tool_timeout_of_tool : public orv_set_tool_timeout_,
+                                     public testing::WithParamInterface<const char*> {
+ protected:
+  orv_set_tool_timeout_of_tool() {
+    if (is_without_shell()) machine.shell_is(GetParam());
+  }
+  ~orv_set_tool_timeout_of_tool() override {
+    for (const auto& call : machine.call_records()) EXPECT_NE(call.by_shell, is_without_shell());
+  }
+
+  static bool is_without_shell() { return GetParam() != std::string("other"); }
+};
+
+INSTANTIATE_TEST_SUITE_P(of, orv_set_tool_timeout_of_tool, testing::Values("other", "dash", "bash"),
+                         [](const auto& shell) { return std::string(shell.param); });
+
 TEST_F(orv_set_tool_timeout_, gives_the_limit_before) {
   EXPECT_EQ(orv_tool_timeout(), 0U);
   EXPECT_EQ(orv_set_tool_timeout(7), 0U);
@@ -196,10 +214,34 @@ TEST_F(orv_set_tool_timeout_, no_command_and_no_shell_are_reported_as_without_a_
   EXPECT_EQ(errno, ENOENT);
 }
 
-TEST_F(orv_set_tool_timeout_, tool_that_sleeps_is_ended) {
+TEST_P(orv_set_tool_timeout_of_tool, tool_that_sleeps_is_ended) {
   machine.tool("/bin/tool").runs("echo $$ > /tmp/tool; exec sleep 60");
   expect_ended(run_for_a_second("/bin/tool > /dev/null", {"/tmp/tool"}), SIGTERM, 1);
   EXPECT_THAT(signal_that_ended(number_in("/tmp/tool")), AnyOf(SIGTERM, not_told));
+}
+
+TEST_P(orv_set_tool_timeout_of_tool, tool_that_ends_in_time_ends_as_without_a_limit) {
+  machine.tool("/bin/works").succeeds();
+  machine.tool("/bin/fails").fails(5);
+  machine.tool("/bin/dies").dies_of(SIGKILL);
+  machine.tool("/bin/none").is_missing();
+  for (const std::string command : {"/bin/works", "/bin/fails", "/bin/dies", "/bin/none"}) {
+    for (const std::string output : {"", " > /tmp/output"}) {
+      const run free = run_within(0, command + output);
+      const run limited = run_within(60, command + output);
+      EXPECT_EQ(free.status, limited.status) << command << output;
+      EXPECT_EQ(free.error, limited.error) << command << output;
+      EXPECT_LE(limited.seconds, patience) << command << output;
+    }
+  }
+}
+
+TEST_P(orv_set_tool_timeout_of_tool, kernel_without_process_descriptors_has_the_same_limit) {
+  without_process_descriptors = true;
+  machine.tool("/bin/works").takes(std::chrono::milliseconds(200)).fails(4);
+  EXPECT_EQ(run_within(20, "/bin/works").status, 4 << 8);
+  machine.tool("/bin/tool").takes(std::chrono::seconds(60));
+  expect_ended(run_within(1, "/bin/tool"), SIGTERM, 1);
 }
 
 TEST_F(orv_set_tool_timeout_, every_process_of_a_pipeline_is_ended) {
@@ -230,7 +272,7 @@ TEST_F(orv_set_tool_timeout_, tool_that_outlives_its_shell_has_the_grace_too) {
   EXPECT_EQ(machine.read("/tmp/clean"), "clean\n");
 }
 
-TEST_F(orv_set_tool_timeout_, tool_has_the_whole_grace_where_proc_does_not_tell) {
+TEST_P(orv_set_tool_timeout_of_tool, tool_has_the_whole_grace_where_proc_does_not_tell) {
   machine.remove("/proc/" + std::to_string(getpid()));
   machine.tool("/bin/tool").runs("trap '' TERM; echo $$ > /tmp/tool; sleep 60; sleep 60");
   expect_ended(run_for_a_second("/bin/tool", {"/tmp/tool"}), SIGTERM, 3);
@@ -245,7 +287,7 @@ TEST_F(orv_set_tool_timeout_, stopped_tool_is_ended) {
   expect_ended(run_within(1, "kill -STOP $$; exit 0"), SIGTERM, 1);
 }
 
-TEST_F(orv_set_tool_timeout_, daemon_that_a_tool_starts_goes_on) {
+TEST_P(orv_set_tool_timeout_of_tool, daemon_that_a_tool_starts_goes_on) {
   machine.tool("/bin/tool").runs("set -m; sleep 60 > /dev/null & echo $! > /tmp/daemon");
   const run made = run_within(5, "/bin/tool > /dev/null");
   EXPECT_EQ(made.status, 0);
@@ -255,7 +297,7 @@ TEST_F(orv_set_tool_timeout_, daemon_that_a_tool_starts_goes_on) {
   end(daemon);
 }
 
-TEST_F(orv_set_tool_timeout_, daemon_that_left_the_group_neither_blocks_nor_is_ended) {
+TEST_P(orv_set_tool_timeout_of_tool, daemon_that_left_the_group_neither_blocks_nor_is_ended) {
   machine.tool("/bin/tool")
       .runs("trap '' TERM; set -m; sleep 60 & echo $! > /tmp/daemon; wait; sleep 60");
   machine.remove("/proc/" + std::to_string(getpid()));
@@ -265,7 +307,7 @@ TEST_F(orv_set_tool_timeout_, daemon_that_left_the_group_neither_blocks_nor_is_e
   end(daemon);
 }
 
-TEST_F(orv_set_tool_timeout_, process_that_holds_the_output_open_blocks_nothing) {
+TEST_P(orv_set_tool_timeout_of_tool, process_that_holds_the_output_open_blocks_nothing) {
   machine.tool("/bin/tool").runs("echo text; sleep 60 & echo $! > /tmp/holder");
   for (const unsigned limit : {0U, 5U}) {
     const run made = run_within(limit, "/bin/tool > /tmp/output");
@@ -292,13 +334,11 @@ TEST_F(orv_set_tool_timeout_, only_a_limited_command_has_a_group_of_its_own) {
   sigaction(SIGUSR1, &old, nullptr);
 }
 
-TEST_F(orv_set_tool_timeout_, kernel_without_process_descriptors_has_the_same_limit) {
+TEST_F(orv_set_tool_timeout_, kernel_without_process_descriptors_waits_for_a_shell) {
   without_process_descriptors = true;
   const run in_time = run_within(5, sleep_command("0.2") + "exit 4");
   EXPECT_EQ(in_time.status, 4 << 8);
   EXPECT_LE(in_time.seconds, patience);
-  machine.tool("/bin/tool").takes(std::chrono::seconds(60));
-  expect_ended(run_within(1, "/bin/tool"), SIGTERM, 1);
 }
 
 TEST_F(orv_set_tool_timeout_, process_that_sigkill_does_not_end_is_waited_for_no_longer) {

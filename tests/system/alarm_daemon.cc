@@ -53,8 +53,11 @@ alarm_daemon::alarm_daemon(sandbox::machine& machine) : machine_(machine) {
 }
 
 alarm_daemon::~alarm_daemon() {
-  kill(process_, SIGTERM);
-  waitpid(process_, nullptr, 0);
+  // Perl handles a signal that comes just before it waits for a caller once it has one.
+  do {
+    kill(process_, SIGTERM);
+    usleep(1000);
+  } while (waitpid(process_, nullptr, WNOHANG) == 0);
 }
 
 void alarm_daemon::has(const std::string& alarms) { machine_.file(alarms_path, alarms); }

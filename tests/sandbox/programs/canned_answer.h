@@ -73,8 +73,15 @@ inline bool fits(const canned_answer& answer, const std::vector<std::string>& ar
   return true;
 }
 
-// A call's record: number of its answer (-1: none), path, standard input, open descriptors,
-// number of environment entries, those entries, and the argument vector.
-enum call_field { call_answer, call_path, call_input, call_descriptors, call_environment_size };
+// A call's record: number of its answer (-1: none), path, standard input, open descriptors, "shell"
+// when a shell started it, number of environment entries, those entries, and the argument vector.
+enum call_field {
+  call_answer,
+  call_path,
+  call_input,
+  call_descriptors,
+  call_starter,
+  call_environment_size
+};
 
 }  // namespace sandbox

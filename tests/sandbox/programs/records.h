@@ -21,8 +21,13 @@ inline constexpr char answers_directory[] = "/.sandbox/answers";
 inline constexpr char commands_file[] = "/.sandbox/commands";  // one record per shell command
 inline constexpr char calls_file[] = "/.sandbox/calls";        // one record per call of a fake tool
 inline constexpr char trace_file[] = "/.sandbox/trace";        // what the shell set out to run
+inline constexpr char shell[] = "/.sandbox/bin/sh";            // what /bin/sh leads to
 inline constexpr char misbehaviour_file[] = "/.sandbox/misbehaviour";  // see tool.cc
 inline constexpr char misses_file[] = "/.sandbox/misses";  // names that no tool in PATH has
+
+// In the environment of whatever a shell of the machine started, or a tool that told of itself: its
+// command line is written down.
+inline constexpr char noted_name[] = "ORV_SANDBOX_NOTED";
 
 // A function that every shell of the machine imports: notes a name that is not in PATH.
 inline constexpr char miss_handler_name[] = "BASH_FUNC_command_not_found_handle%%";

@@ -61,6 +61,7 @@ int main(int argc, char** argv) {
     std::perror(sandbox::commands_file);
     return 125;
   }
+  ::setenv(sandbox::noted_name, "", 1);
   const auto plain = orv::support::plain_command_of(text == nullptr ? "" : text);
   if (plain) run_plain(*plain);
   if (!open_trace()) {

@@ -94,12 +94,49 @@ std::string inherited_descriptors() {
 struct surroundings {
   std::string input = kind_of_input();
   std::string descriptors = inherited_descriptors();
+  bool by_shell = std::getenv(sandbox::noted_name) != nullptr;
 };
+
+// The name of the file that the output goes to; "" when the machine has none such.
+std::string file_of_output() {
+  struct stat mine {};
+  if (::fstat(STDOUT_FILENO, &mine) != 0) return "";
+  std::error_code error;
+  for (std::filesystem::recursive_directory_iterator entry("/", error), end; entry != end;
+       entry.increment(error)) {
+    const auto path = entry->path();
+    if (path == "/.sandbox") entry.disable_recursion_pending();
+    struct stat found {};
+    if (::lstat(path.c_str(), &found) == 0 && found.st_dev == mine.st_dev &&
+        found.st_ino == mine.st_ino)
+      return path;
+  }
+  return "";
+}
+
+// Where the machine's shell has the name of a real one, plain command lines are run without it: the
+// tool writes down then what the shell would have been given.
+bool note_command(char** argv) {
+  char link[64];
+  const ssize_t size = ::readlink("/bin/sh", link, sizeof link);
+  if (size < 0 || std::string_view(link, static_cast<size_t>(size)) == sandbox::shell) return true;
+  std::string line = argv[0];
+  for (char** word = argv + 1; *word != nullptr; ++word) line += std::string(" ") + *word;
+  const auto output = file_of_output();
+  if (!output.empty()) line += " > " + output;
+  return sandbox::append_record(sandbox::commands_file, {line});
+}
 
 record call_record(int answer, const surroundings& start, char** argv) {
   record environment;
-  for (char** entry = environ; *entry != nullptr; ++entry) environment.emplace_back(*entry);
-  record call = {std::to_string(answer), own_path(), start.input, start.descriptors,
+  for (char** entry = environ; *entry != nullptr; ++entry)
+    if (!std::string_view(*entry).starts_with(sandbox::noted_name))
+      environment.emplace_back(*entry);
+  record call = {std::to_string(answer),
+                 own_path(),
+                 start.input,
+                 start.descriptors,
+                 start.by_shell ? "shell" : "",
                  std::to_string(environment.size())};
   call.insert(call.end(), environment.begin(), environment.end());
   for (; *argv != nullptr; ++argv) call.emplace_back(*argv);
@@ -113,6 +150,7 @@ int run_script(const std::string& script, int argc, char** argv) {
     ::clearenv();
     ::setenv("PATH", "/.sandbox/bin/applets", 1);
     ::setenv(sandbox::miss_handler_name, sandbox::miss_handler, 1);
+    ::setenv(sandbox::noted_name, "", 1);
     std::string words[] = {"bash", "-c", script};
     std::vector<char*> arguments = {words[0].data(), words[1].data(), words[2].data()};
     arguments.insert(arguments.end(), argv, argv + argc + 1);
@@ -204,6 +242,7 @@ int main(int argc, char** argv) {
   const auto own = own_answers();
   const int number = choose(own, {argv + 1, argv + argc});
   const bool written =
+      (start.by_shell || note_command(argv)) &&
       sandbox::append_record(sandbox::calls_file, call_record(number, start, argv));
   ::close(calls);
   if (!written) {
@@ -214,6 +253,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "%s: the test gives no answer to this call\n", own_path());
     return 127;
   }
+  ::setenv(sandbox::noted_name, "", 1);  // what it starts itself is no command line
   const auto& answer = own.at(number);
   return how.empty() ? give(answer, argc, argv) : misbehave(how, answer, argc, argv);
 }
