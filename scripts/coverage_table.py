@@ -17,8 +17,8 @@ GROUPS = [
         """
         common/companion.cc common/in_place_rewrite.cc common/replacement_file.cc
         common/replacement_file.h common/whole_file.cc fs/mdfstab_change.cc share/rewrite.cc
-        support/companion_path.h support/conf_save.cc user/private_file.cc user/shadow_backup.cc
-        user/shadow_file.cc
+        service/ftp_limits.cc support/companion_path.h support/conf_save.cc system/hostname_set.cc
+        user/private_file.cc user/shadow_backup.cc user/shadow_file.cc user/user_file.cc
         """,
     ),
     ("locks", 100, "common/own_lock.cc common/own_lock.h share/file_lock.cc"),
@@ -44,18 +44,19 @@ GROUPS = [
         lvm/vgdisplay.cc
         raid/arcadm_display.cc raid/md_partitions.cc raid/md_sysfs.cc raid/mdadm_detail.cc
         raid/mdstat.cc raid/member_list.cc
-        service/check_ip.cc service/ftp_limits.cc service/iscsi_session.cc service/line_parts.h
-        service/netstat.cc service/service_status.cc service/smbstatus.cc
+        service/check_ip.cc service/iscsi_session.cc service/line_parts.h service/netstat.cc
+        service/service_status.cc service/smbstatus.cc
         share/df_info.cc share/exports_discovery.cc share/exports_file.cc share/ftp_discovery.cc
         share/ftp_users.cc share/getline.cc share/ietd_file.cc share/ini_line.h share/ini_lines.cc
         share/iscsi_users.cc share/iscsi_volumes.cc share/mount_discovery.cc share/share_lines.cc
         share/share_space.cc share/share_text.cc share/shareconf_discovery.cc
         share/sharefolder_file.cc share/smb_discovery.cc share/smb_file.cc share/user_passwords.cc
         support/characters.h support/fields.cc support/ini_file.cc support/kernel_version.cc
-        support/line_scanner.h support/lines.cc support/plain_command.cc support/strings.cc
+        support/line_scanner.h support/lines.cc support/plain_command.cc
+        support/process_group.cc support/strings.cc support/tool_environment.cc
         system/clock_set.cc system/fans.cc system/gateway.cc system/host.cc system/netcard_get.cc
         system/power.cc system/state_file.cc system/temperature.cc system/versions.cc
-        user/account_check.cc user/password_check.cc user/user_file.cc
+        user/account_check.cc user/password_check.cc
         """,
     ),
 ]

@@ -74,6 +74,11 @@ ORV_API int mount_check(const char* path);
 
 // --- Mount table ---------------------------------------------------------------------------------
 
+// A change takes the lock "/var/lib/orv/lock/mdfstab", for which it waits up to ten seconds, so
+// that two of them never lose each other's entry. Where the lock file cannot be made, a change goes
+// on without it; programs that do not know this lock are not kept from the table. Readers take
+// none.
+
 /// Appends an entry to the mount table, which is created when missing, and commits it. Blanks,
 /// control characters and backslashes are written as fstab writes them ("\040") and read back as
 /// themselves. A line longer than 255 characters is cut there; what is left of an entry whose mount
@@ -81,13 +86,14 @@ ORV_API int mount_check(const char* path);
 /// @param mountpoint  absolute path
 /// @return ORV_OK; ORV_E_FAILED when the mount point is listed already, which is not logged, or an
 ///         argument is missing or relative; ORV_E_MOUNT_TABLE when the file cannot be opened or
-///         written. The file is unchanged on failure.
+///         written, or another change keeps the lock. The file is unchanged on failure.
 ORV_API int add_mdfstab(const char* mountpoint, const char* vgname, const char* poolname);
 /// Removes every entry of the mount point; comment lines and empty lines go too. The new file keeps
 /// owner and mode. When the mount point is not listed, a temporary file stays in /tmp.
 /// @return ORV_OK whether or not it was there; ORV_E_MOUNT_TABLE when a file cannot be opened or
-///         written; ORV_E_COMMAND when the new file cannot be moved into place. The file is
-///         unchanged on failure, and when the mount point is not listed.
+///         written, or another change keeps the lock; ORV_E_COMMAND when the new file cannot be
+///         moved into place. The file is unchanged on failure, and when the mount point is not
+///         listed.
 ORV_API int del_mdfstab(const char* mountpoint);
 /// Appends one record per entry: device path, mount point, type and volume group.
 /// @return ORV_OK; ORV_E_FAILED when the file cannot be opened or the list is NULL

@@ -120,8 +120,9 @@ ORV_API int check_ip(const char* text);
 
 // --- Limits of the FTP service -------------------------------------------------------------------
 
-// The limits stand in "/etc/vsftpd.conf". No lock is taken: nothing else may rewrite the file at
-// the same time.
+// The limits stand in "/etc/vsftpd.conf". A change takes the lock "/var/lib/orv/lock/vsftpd.conf",
+// for which it waits up to ten seconds. Where the lock file cannot be made, the change goes on
+// without it; programs that do not know this lock are not kept from the file. Readers take none.
 
 /// Reads the limits. A limit that is not in the file leaves its output as it was; of several lines
 /// the last counts; a text that begins with no number is 0, a number above 4294967295 is that.
@@ -136,10 +137,10 @@ ORV_API int ftp_share_para_get(unsigned int* rate, unsigned int* clients, unsign
 /// added. Comment lines and empty lines go, and the white space around a line. A value above
 /// 2147483647 is written as a negative number. The new file keeps owner and mode; the FTP server
 /// sees it after a restart.
-/// @return ORV_OK; ORV_E_FTP_CONFIG when the file cannot be opened or read; ORV_E_FTP_TEMPORARY
-///         when the new file cannot be made; ORV_E_COMMAND when it cannot be moved into place. The
-///         file is unchanged on failure; a temporary file stays in /tmp after ORV_E_FTP_CONFIG and
-///         ORV_E_COMMAND.
+/// @return ORV_OK; ORV_E_FTP_CONFIG when the file cannot be opened or read, or another change keeps
+///         the lock; ORV_E_FTP_TEMPORARY when the new file cannot be made; ORV_E_COMMAND when it
+///         cannot be moved into place. The file is unchanged on failure; a temporary file stays in
+///         /tmp after ORV_E_COMMAND, and after ORV_E_FTP_CONFIG when the lock was taken.
 ORV_API int ftp_share_para_set(unsigned int rate, unsigned int clients, unsigned int per_ip);
 
 #endif

@@ -15,8 +15,15 @@
 /// A password never appears in the error log. Files that hold passwords are made for their owner
 /// alone (mode 0600); files that are there keep owner and mode.
 ///
-/// Only the shadow file is locked while it is rewritten: changes are to be made one at a time.
-/// Users may be listed and passwords checked from several threads at once.
+/// `set_users_to_conf`, `sys_user_add`, `sys_user_delete` and `sys_user_modify` take the lock
+/// "/var/lib/orv/lock/nas_userfile.conf" while they change the user file, and wait up to ten
+/// seconds for it. When another change keeps it, the user file stays as it was: ORV_E_USER_FILE,
+/// where the result tells of that file. Where the lock file cannot be made, the change goes on
+/// without it. While the shadow file is rewritten, it is locked, as `lckpwdf` does and by a record
+/// lock on the file itself; the first is waited for up to fifteen seconds, and ORV_E_SHADOW_LOCKED
+/// is the result when one of them is refused. No lock holds from the beginning of a change to its
+/// end: changes are to be made one at a time. Users may be listed and passwords checked from
+/// several threads at once.
 
 #include <orv/errors.h>
 #include <orv/export.h>
@@ -75,7 +82,7 @@ ORV_API int get_users_from_conf(tag_user_info_list* list);
 
 /// Rewrites the user file in place with the names and passwords of a list; a file that is missing
 /// is made. A control character other than a tab is written as a blank, so that no value adds a
-/// line.
+/// line. Takes the lock of the user file; when another change keeps it, nothing is written.
 /// @return ORV_OK, also when the file could not be written: that is logged, and on a full disk the
 ///         file stays as it was; ORV_E_FAILED for a NULL list, and then the file is not touched
 ORV_API int set_users_to_conf(tag_user_info_list* list);
@@ -104,14 +111,15 @@ ORV_API int set_users_to_conf(tag_user_info_list* list);
 ///         are not done: ORV_E_NO_SHADOW, ORV_E_SHADOW_OPEN, ORV_E_SHADOW_LOCKED,
 ///         ORV_E_SHADOW_BACKUP, ORV_E_SHADOW_CREATE, ORV_E_SHADOW_WRITE or ORV_E_SHADOW_RENAME when
 ///         the shadow file stays as "adduser" left it; ORV_E_COMMAND when "smbpasswd" failed;
-///         ORV_E_USER_FILE when the user file cannot be read or written, and it stays as it was.
+///         ORV_E_USER_FILE when the user file cannot be locked, read or written, and it stays as it
+///         was.
 ORV_API int sys_user_add(tag_user_info user);
 
 /// Deletes a user: its SMB user, its system account, and every record of its name in the user file;
 /// then commits the files that `sys_user_add` names. What fails does not keep the rest from being
 /// done.
-/// @return ORV_OK; ORV_E_USER_FILE when the user file cannot be read or written, and it stays as it
-///         was; else ORV_E_COMMAND when "userdel" failed
+/// @return ORV_OK; ORV_E_USER_FILE when the user file cannot be locked, read or written, and it
+///         stays as it was; else ORV_E_COMMAND when "userdel" failed
 ORV_API int sys_user_delete(const char* name);
 
 /// Deletes the user `oldname` as `sys_user_delete` does and adds the user given, with one commit at

@@ -111,6 +111,20 @@ TEST_F(without_memory, iscsi_sessions_are_not_all_there) {
   expect_codes(ask, {ORV_E_EXPORTS, ORV_E_COMMAND, ORV_E_FAILED});
 }
 
+TEST_F(without_memory, users_are_not_all_there) {
+  machine.file("/etc/nas_userfile.conf", "ann||secret\nbob||secret\n", 0600);
+  const auto ask = [&] {
+    tag_user_info_list list;
+    user_list_init(&list);
+    const int result = watched([&] { return get_users_from_conf(&list); });
+    attempt got{result, told<tag_user_info>(list, &tag_user_info::node,
+                                            [](const auto& user) { return user.name; })};
+    user_list_fini(&list);
+    return got;
+  };
+  expect_codes(ask, {ORV_E_USER_FILE});
+}
+
 TEST_F(without_memory, iscsi_volumes_are_not_all_there) {
   machine.file("/proc/net/iet/volume",
                "tid:1 name:iqn.2006-05.org.orv:a.1\n\tlun:0 state:0 iotype:fileio path:/a\n"

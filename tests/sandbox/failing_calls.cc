@@ -16,10 +16,10 @@
 namespace sandbox::libc {
 namespace {
 
-constexpr std::string_view functions[] = {
-    "clone", "connect",   "fallocate", "fchmod",  "fcntl", "fdopen", "flock",
-    "fread", "ftruncate", "futimens",  "kill",    "open",  "pread",  "readdir",
-    "read",  "recv",      "sendfile",  "waitpid", "write"};
+constexpr std::string_view functions[] = {"clone",  "connect", "fallocate", "fchmod",    "fcntl",
+                                          "fdopen", "flock",   "fread",     "ftruncate", "futimens",
+                                          "kill",   "lstat",   "open",      "pread",     "readdir",
+                                          "read",   "recv",    "sendfile",  "waitpid",   "write"};
 
 // The threads of the sandbox and of the test's own daemons go on undisturbed.
 constinit thread_local bool is_under_test = false;
@@ -61,6 +61,8 @@ DEFINE_FAILING(int, "ftruncate", ftruncate, (int file, off_t size), file, size)
 DEFINE_FAILING(int, "ftruncate", ftruncate64, (int file, off_t size), file, size)
 DEFINE_FAILING(int, "futimens", futimens, (int file, const timespec* times), file, times)
 DEFINE_FAILING(int, "kill", kill, (pid_t process, int signal), process, signal)
+DEFINE_FAILING(int, "lstat", lstat, (const char* path, struct stat* found), path, found)
+DEFINE_FAILING(int, "lstat", lstat64, (const char* path, struct stat64* found), path, found)
 DEFINE_FAILING(ssize_t, "pread", pread, (int file, void* to, size_t size, off_t at), file, to, size,
                at)
 DEFINE_FAILING(ssize_t, "pread", pread64, (int file, void* to, size_t size, off_t at), file, to,

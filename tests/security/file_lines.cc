@@ -28,8 +28,12 @@ std::string kind_of(const std::string& line) {
 }  // namespace
 
 std::map<std::string, int> lines_of(const std::string& path) {
+  return lines_in(sandbox::whole_file(path.c_str()), path);
+}
+
+std::map<std::string, int> lines_in(const std::string& text, const std::string& path) {
   std::map<std::string, int> kinds;
-  std::istringstream lines(sandbox::whole_file(path.c_str()));
+  std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
     ++kinds[has_sections(path) && line.starts_with('[') ? "[" : kind_of(line)];
   }

@@ -71,6 +71,11 @@ std::set<std::string> watched_files::changed() {
   return paths;
 }
 
+std::string watched_files::original(const std::string& path) const {
+  const auto file = files_.find(path);
+  return file == files_.end() ? "" : file->second.text;
+}
+
 void watched_files::restore(const std::set<std::string>& paths) {
   for (const std::string& path : paths) {
     const auto file = files_.find(path);

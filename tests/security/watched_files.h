@@ -24,6 +24,9 @@ class watched_files {
   /// A file that came and went does not count.
   std::set<std::string> changed();
 
+  /// The text that the file should have; empty for one that should not be there.
+  std::string original(const std::string& path) const;
+
   /// Puts these paths back.
   void restore(const std::set<std::string>& paths);
 

@@ -1,8 +1,11 @@
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 
+#include "tests/sandbox/bend.h"
 #include "tests/service/service_machine.h"
 
 using testing::ElementsAre;
@@ -227,6 +230,22 @@ TEST_F(ftp_limits_set, move_nothing_that_is_not_on_the_disk) {
   EXPECT_EQ(machine.log(), "ftp_share_para_set:N return -1067 with Input/output error\n");
   EXPECT_THAT(machine.temp_files(), IsEmpty());
   expect_unchanged(limits_1_2_3);
+}
+
+TEST_F(ftp_limits_set, wait_ten_seconds_for_another_change) {
+  rewritten(limits_1_2_3);
+  config(limits_1_2_3);
+  machine.remove("/var/lib/orv/kept");
+  machine.forget();
+  const int other = ::open("/var/lib/orv/lock/vsftpd.conf", O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(::flock(other, LOCK_EX), 0);
+  sandbox::hasten(std::chrono::seconds(4));
+  EXPECT_EQ(ftp_share_para_set(1, 1, 1), -1063);
+  EXPECT_EQ(machine.log(),
+            "ftp_share_para_set:N return -1063 with Resource temporarily unavailable\n");
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
+  expect_unchanged(limits_1_2_3);
+  ::close(other);
 }
 
 class ftp_limits_move : public ftp_limits {};

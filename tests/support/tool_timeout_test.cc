@@ -279,6 +279,20 @@ TEST_P(orv_set_tool_timeout_of_tool, tool_has_the_whole_grace_where_proc_does_no
   EXPECT_THAT(signal_that_ended(number_in("/tmp/tool")), AnyOf(SIGKILL, not_told));
 }
 
+TEST_F(orv_set_tool_timeout_, tool_has_the_whole_grace_without_proc) {
+  machine.remove("/proc");
+  expect_ended(run_within(1, sleep_command("60")), SIGTERM, 3);
+}
+
+TEST_F(orv_set_tool_timeout_, what_proc_does_not_tell_of_a_process_is_not_waited_for) {
+  machine.file("/proc/12x/stat", "12 (a) S 1 1");
+  machine.directory("/proc/4000001");
+  for (const char* const text : {"", "4000002 (a", "4000002 (a) S 1 x 1", "4000002 (a) X 1 1"}) {
+    machine.file("/proc/4000002/stat", text);
+    expect_ended(run_within(1, sleep_command("60")), SIGTERM, 1);
+  }
+}
+
 TEST_F(orv_set_tool_timeout_, command_that_takes_sigterm_for_success_has_failed_all_the_same) {
   expect_ended(run_within(1, "trap 'exit 0' TERM; " + sleep_command("60")), SIGTERM, 1);
 }

@@ -1,7 +1,13 @@
 /// The host name is that of the sandbox's own UTS namespace.
+#include <fcntl.h>
 #include <orv/system.h>
+#include <sys/file.h>
 #include <unistd.h>
 
+#include <cerrno>
+
+#include "tests/sandbox/bend.h"
+#include "tests/sandbox/libc.h"
 #include "tests/sandbox/sandbox.h"
 
 using testing::IsEmpty;
@@ -82,6 +88,61 @@ TEST_F(hostname_change, file_on_a_full_disk_is_reported) {
   EXPECT_EQ(machine.log(), "can't write the file for 'No space left on device'!");
   EXPECT_EQ(applied(), "before");
   EXPECT_THAT(machine.open_descriptors(), IsEmpty());
+}
+
+TEST_F(hostname_change, waits_ten_seconds_for_another_one) {
+  EXPECT_EQ(hostname_set("nas"), ORV_OK);
+  const int other = ::open("/var/lib/orv/lock/hostname", O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(::flock(other, LOCK_EX), 0);
+  sandbox::hasten(std::chrono::seconds(4));
+  EXPECT_EQ(hostname_set("other"), -2001);
+  EXPECT_EQ(machine.log(), "can't open or create the file for 'Resource temporarily unavailable'!");
+  EXPECT_EQ(machine.read(file), "nas");
+  EXPECT_EQ(applied(), "nas");
+  ::close(other);
+  EXPECT_EQ(hostname_set("other"), ORV_OK);
+  EXPECT_EQ(applied(), "other");
+}
+
+/// Where a new file cannot take the place of the old one, that is written where it is.
+TEST_F(hostname_change, is_stored_where_no_new_file_can_be_made) {
+  machine.file(file, "a name of before", 0644);
+  constexpr int third = 3;  // after the lock and the file itself
+  const std::pair<const char*, int> failing[] = {{"lstat", 1}, {"fstat", 1},  {"open", third},
+                                                 {"write", 1}, {"fchown", 1}, {"fchmod", 1},
+                                                 {"fsync", 1}, {"rename", 1}};
+  for (const auto& [function, nth_call] : failing) {
+    machine.fail(function, EIO, nth_call);
+    const std::string name = std::string("without-") + function;
+    EXPECT_EQ(hostname_set(name.c_str()), ORV_OK) << function;
+    EXPECT_EQ(machine.read(file), name);
+    EXPECT_EQ(machine.mode(file), 0644U) << function;
+    EXPECT_FALSE(machine.exists("/etc/hostname+")) << function;
+    EXPECT_EQ(applied(), name);
+    sandbox::libc::reset();
+  }
+  EXPECT_EQ(machine.log(), "");
+}
+
+TEST_F(hostname_change, does_not_replace_a_file_that_came_meanwhile) {
+  machine.file(file, "before", 0644);
+  sandbox::before("lstat", [this] {
+    machine.remove(file);
+    machine.file(file, "of somebody else", 0640);
+  });
+  EXPECT_EQ(hostname_set("nas"), ORV_OK);
+  EXPECT_EQ(machine.read(file), "nas");
+  EXPECT_EQ(machine.mode(file), 0640U);
+}
+
+TEST_F(hostname_change, file_that_cannot_be_opened_again_is_reported) {
+  machine.file(file, "before");
+  machine.fail("lstat", EIO, 1);
+  machine.fail("open", EMFILE, 3);
+  EXPECT_EQ(hostname_set("nas"), -2002);
+  EXPECT_EQ(machine.log(), "can't write the file for 'Too many open files'!");
+  EXPECT_EQ(machine.read(file), "before");
+  EXPECT_EQ(applied(), "before");
 }
 
 TEST_F(hostname_change, never_adds_a_line) {
