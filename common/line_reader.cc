@@ -26,6 +26,7 @@ bool line_reader::next() {
 bool line_reader::refill() {
   if (stream_ == nullptr || failed()) return false;
   unread_ = {block_, fread_unlocked(block_, 1, sizeof block_, stream_)};
+  if (ferror_unlocked(stream_) != 0) reason_ = errno;
   return !unread_.empty();
 }
 

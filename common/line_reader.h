@@ -1,6 +1,7 @@
 #ifndef ORV_COMMON_LINE_READER_H
 #define ORV_COMMON_LINE_READER_H
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -27,7 +28,11 @@ class line_reader {
   bool next();
 
   /// True when the stream ended because it could not be read on; `errno` says why.
-  bool failed() const { return stream_ != nullptr && ferror_unlocked(stream_) != 0; }
+  bool failed() const {
+    if (stream_ == nullptr || ferror_unlocked(stream_) == 0) return false;
+    errno = reason_;
+    return true;
+  }
 
   /// The line that `next` moved to; the caller may cut it.
   char* line() { return buffer_; }
@@ -38,6 +43,7 @@ class line_reader {
   bool refill();
 
   FILE* stream_ = nullptr;
+  int reason_ = 0;  // of a read error: lines that were read before it are still given out
   std::string_view unread_;
   char buffer_[capacity] = "";
   char block_[4096];

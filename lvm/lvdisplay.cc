@@ -18,8 +18,8 @@ pool_reader::pool_reader() {
   const bool is_complete = output_.fill(command("/sbin/lvdisplay -c > %s ", output_.path()));
   if (!is_complete) result_ = ORV_E_LVDISPLAY_TOOL;
   vg_get(groups_.get());
-  file_ = output_.stream();
   known_.emplace(groups_.get(), &tag_vg_info::vgname);
+  if (output_.exists()) file_ = output_.stream();
   if (file_) {
     lines_.emplace(file_.get());
   } else {

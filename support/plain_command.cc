@@ -31,10 +31,11 @@ bool is_plain(std::string_view word) {
 }
 
 /// Whether a word that stands first is the name of a program: no builtin (":" and "." are, too),
-/// no assignment, and no job ("%1").
+/// no assignment, no job ("%1") and no option of the shell.
 bool names_program(std::string_view word) {
   const bool has_letter = std::any_of(word.begin(), word.end(), is_letter);
-  return has_letter && word.find('=') == word.npos && word.front() != '%' &&
+  return has_letter && word.find('=') == word.npos &&
+         std::string_view("%-+").find(word.front()) == std::string_view::npos &&
          std::ranges::find(words_of_the_shell, word) == std::end(words_of_the_shell);
 }
 

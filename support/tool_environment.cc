@@ -27,12 +27,32 @@ bool is_name(std::string_view name) {
 }
 
 /// Variables that dash or bash gives values of its own, or that change what it does.
-constexpr std::string_view names_of_the_shell[] = {
-    "DIRSTACK",        "EPOCHREALTIME", "EPOCHSECONDS", "EUID",    "FUNCNAME",
-    "GROUPS",          "HISTCMD",       "HOSTTYPE",     "IFS",     "LINENO",
-    "MACHTYPE",        "OPTERR",        "OPTIND",       "OSTYPE",  "PIPESTATUS",
-    "POSIXLY_CORRECT", "PPID",          "PS1",          "PS2",     "PS4",
-    "RANDOM",          "SECONDS",       "SHELLOPTS",    "SRANDOM", "UID"};
+constexpr std::string_view names_of_the_shell[] = {"COMP_WORDBREAKS",
+                                                   "DIRSTACK",
+                                                   "EPOCHREALTIME",
+                                                   "EPOCHSECONDS",
+                                                   "EUID",
+                                                   "FUNCNAME",
+                                                   "GROUPS",
+                                                   "HISTCMD",
+                                                   "HOSTTYPE",
+                                                   "IFS",
+                                                   "LINENO",
+                                                   "MACHTYPE",
+                                                   "OPTERR",
+                                                   "OPTIND",
+                                                   "OSTYPE",
+                                                   "PIPESTATUS",
+                                                   "POSIXLY_CORRECT",
+                                                   "PPID",
+                                                   "PS1",
+                                                   "PS2",
+                                                   "PS4",
+                                                   "RANDOM",
+                                                   "SECONDS",
+                                                   "SHELLOPTS",
+                                                   "SRANDOM",
+                                                   "UID"};
 
 bool is_the_shells(std::string_view name) {
   return name.starts_with("BASH") ||

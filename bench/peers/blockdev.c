@@ -1,5 +1,5 @@
 // Arrays, groups and pools as libblockdev knows them: blockdev arrays|groups|pools MD...
-// Debian's libblockdev-dev; built and run by the scenario tests/vm/scenarios/libblockdev.sh.
+// Debian's libblockdev-dev; built and run by the scenario bench/peers/libblockdev.sh.
 #include <blockdev/blockdev.h>
 #include <blockdev/lvm.h>
 #include <blockdev/mdraid.h>

@@ -1,12 +1,17 @@
-/// The formatter of command lines: the shell finds every value as one word, as it was given.
+/// The formatter of command lines: the shell finds every value as one word, as it was given. Lines
+/// that are run without a shell: their words are those that a shell would find.
 
 #include "common/command.h"
 
 #include <vector>
 
 #include "fuzz.h"
+#include "support/plain_command.h"
+#include "support/process_group.h"
 
 namespace {
+
+using orv::support::plain_command_of;
 
 /// The words of a command line as a shell reads them; false where it would do anything else, such
 /// as run a second command, than pass words on.
@@ -96,6 +101,40 @@ void check_password(const std::string& password) {
   EXPECT(echoed(text.substr(9, text.size() - 10)) == password);
 }
 
+/// A line as it comes: it is plain only when no character of it means anything to a shell.
+void check_plain_line(const std::string& line) {
+  const auto plain = plain_command_of(line);
+  if (!plain) return;
+  std::string_view tool = line;
+  if (!plain->output.empty()) {
+    const std::size_t redirection = tool.rfind(" > ");
+    EXPECT(redirection != tool.npos);
+    std::vector<std::string> output;
+    EXPECT(shell_words(tool.substr(redirection + 3), output));
+    EXPECT(output == std::vector<std::string>{plain->output});
+    tool = tool.substr(0, redirection);
+  }
+  std::vector<std::string> words;
+  EXPECT(shell_words(tool, words));
+  EXPECT(!words.empty() && words == plain->words && words[0].find('=') == words[0].npos);
+}
+
+/// A line that the formatter made.
+void check_formatted_line(const std::string& first, const std::string& second) {
+  const orv::command line("tool -a %s > %s", first, second);
+  const auto plain = line.error() == 0 ? plain_command_of(line.text()) : std::nullopt;
+  if (!plain) return;
+  EXPECT((plain->words == std::vector<std::string>{"tool", "-a", first}));
+  EXPECT(plain->output == second);
+}
+
+/// A process's name may hold anything.
+void check_process(const std::string& name, std::string_view text) {
+  orv::support::process_state_of(text);
+  const auto state = orv::support::process_state_of("7 (" + name + ") S 1 42 42 0 -1");
+  EXPECT(state && state->group == 42 && state->is_alive);
+}
+
 }  // namespace
 
 FUZZ_TARGET(commands, in) {
@@ -104,4 +143,8 @@ FUZZ_TARGET(commands, in) {
   check_words(first, second);
   check_first_word(first, second);
   check_password(first);
+  check_plain_line(first);
+  check_plain_line(first + " > " + second);
+  check_formatted_line(first, second);
+  check_process(first, second);
 }

@@ -147,12 +147,13 @@ std::set<std::string> lines_of(const std::string& text) {
   return lines;
 }
 
-/// Whether a file has none but whole lines of the contents that it has without a fault too, and
-/// every line that all of these have.
+/// Whether a file has none but whole lines of the contents that it has without a fault too, none of
+/// them twice, and every line that all of these have.
 bool is_mixture(const std::string& path, const std::string& text, const outcome& good) {
   std::vector<files> states = good.steps;
   states.insert(states.end(), {good.before, good.after});
   const auto lines = lines_of(text);
+  const auto ends = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
   std::set<std::string> some;
   std::optional<std::set<std::string>> common;
   for (const auto& state : states) {
@@ -163,7 +164,8 @@ bool is_mixture(const std::string& path, const std::string& text, const outcome&
     if (!common) common = known;
     std::erase_if(*common, [&](const std::string& line) { return !known.contains(line); });
   }
-  return common && std::includes(some.begin(), some.end(), lines.begin(), lines.end()) &&
+  return common && lines.size() == ends + 1 &&
+         std::includes(some.begin(), some.end(), lines.begin(), lines.end()) &&
          std::includes(lines.begin(), lines.end(), common->begin(), common->end());
 }
 

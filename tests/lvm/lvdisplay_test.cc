@@ -154,6 +154,17 @@ TEST_F(lvdisplay, tells_the_failed_tool_too_when_its_output_cannot_be_opened) {
   EXPECT_THAT(machine.temp_files(), ElementsAre());
 }
 
+TEST_F(lvdisplay, tells_output_that_cannot_be_examined_and_removes_it) {
+  fails_to_list("vgdisplay");
+  machine.fail("stat", EIO);
+  EXPECT_EQ(get(), -1050);
+  EXPECT_EQ(machine.log_lines().back(),
+            "get_poolinfo_from_lvdisplay:N return 0 with Input/output error");
+  EXPECT_THAT(machine.output(),
+              testing::MatchesRegex("cannot open /tmp/lvdisplay\\.[A-Za-z0-9]{6}\n"));
+  EXPECT_THAT(machine.temp_files(), ElementsAre());
+}
+
 TEST_F(lvdisplay, tells_output_that_cannot_be_read_and_removes_it) {
   fails_to_list("vgdisplay");
   machine.fail("fread", EIO);

@@ -115,8 +115,9 @@ TEST_F(plain_command, has_one_redirection_of_one_form_at_its_end) {
 
 TEST_F(plain_command, begins_with_the_name_of_a_program) {
   for (const char* const line :
-       {"", " ", "A=1 tool", "A=1", "=tool", ":", ". /tmp/a", "..", "/", "-", "%", "%1", "%tool",
-        "1", "0 > /tmp/a", "[ a = a ]", "{ tool", "! tool"}) {
+       {"",      " ",       "A=1 tool", "A=1",        "=tool",     ":",      ". /tmp/a",
+        "..",    "/",       "-",        "%",          "%1",        "%tool",  "-x",
+        "+tool", "--posix", "1",        "0 > /tmp/a", "[ a = a ]", "{ tool", "! tool"}) {
     is_run_by_the_shell(line);
   }
   is_run_without("./tool A=1", "./tool");

@@ -97,6 +97,7 @@ TEST_P(tool_environment, is_left_to_the_shell_where_it_would_change_it) {
                                      "a.b=1",
                                      "BASH_VERSION=1",
                                      "BASHPID=1",
+                                     "COMP_WORDBREAKS=:",
                                      "DIRSTACK=1",
                                      "EUID=1",
                                      "FUNCNAME=1",

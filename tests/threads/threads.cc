@@ -2,7 +2,7 @@
 // ThreadSanitizer to watch. It runs in namespaces of its own, in which small scripts stand for the
 // tools.
 //
-//   threads ROUNDS
+//   threads ROUNDS [MODEL]
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <orv.h>
@@ -73,13 +73,15 @@ void leave_host() {
   }
 }
 
+constexpr char model_with_a_controller[] = "KTA7120U";
+
 void put_tool(const std::string& path, const std::string& output) {
   put(path, "#!/bin/sh\ncat << 'END'\n" + output + "END\n", 0755);
 }
 
-/// A machine with a RAID controller, and settings of every kind.
-void furnish() {
-  put("/etc/sys_info", "[version]\nsoftware=2.4\nhardware=B\n[product]\ntype=KTA7120U\n");
+/// A machine of the model, with settings of every kind.
+void furnish(const std::string& model) {
+  put("/etc/sys_info", "[version]\nsoftware=2.4\nhardware=B\n[product]\ntype=" + model + "\n");
   put("/etc/hostname", "nas1\n");
   put("/etc/passwd", "root:x:0:0:root:/root:/bin/sh\nann:x:500:500::/:/bin/sh\n");
   put("/etc/group", "root:x:0:\nann:x:500:\n");
@@ -133,6 +135,17 @@ void ask_for_storage(int) {
   orv::pool_list pools;
   expect(pools.read(get_poolinfo_from_lvdisplay) == ORV_OK && pools.size() == 1, "pools");
   read<orv::array_list, get_mdinfo_from_mdstat>();
+}
+
+void ask_for_all_that_lies_below(int) {
+  orv::disk_list disks;
+  disks.read(disks_info_get);
+  smart_info_get(disks.get());
+  read<orv::volume_group_list, vg_get>();
+  read<orv::pool_list, pool_get>();
+  read<orv::file_system_list, fs_get>();
+  read<orv::share_list, share_get>();
+  read<orv::alarm_list, alarm_get>();
 }
 
 void ask_for_the_system(int) {
@@ -231,12 +244,27 @@ void keep_a_file(int round) {
 
 void run_all(int rounds) {
   // Those that only ask run twice at the same time.
-  const std::vector<work> all = {
-      ask_for_storage, ask_for_storage, ask_for_the_system,  ask_for_the_system,
-      check_passwords, check_passwords, log_and_name_errors, log_and_name_errors,
-      limit_time,      limit_time,      read_fields,         read_fields,
-      ask_alarms,      ask_alarms,      change_host_name,    change_mount_table,
-      change_limits,   change_shares,   keep_a_file};
+  const std::vector<work> all = {ask_for_all_that_lies_below,
+                                 ask_for_all_that_lies_below,
+                                 ask_for_storage,
+                                 ask_for_storage,
+                                 ask_for_the_system,
+                                 ask_for_the_system,
+                                 check_passwords,
+                                 check_passwords,
+                                 log_and_name_errors,
+                                 log_and_name_errors,
+                                 limit_time,
+                                 limit_time,
+                                 read_fields,
+                                 read_fields,
+                                 ask_alarms,
+                                 ask_alarms,
+                                 change_host_name,
+                                 change_mount_table,
+                                 change_limits,
+                                 change_shares,
+                                 keep_a_file};
   std::vector<std::thread> threads;
   // ThreadSanitizer wants no new thread after a process was started.
   std::latch all_are_there(static_cast<std::ptrdiff_t>(all.size()));
@@ -252,9 +280,9 @@ void run_all(int rounds) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const int rounds = argc == 2 ? std::atoi(argv[1]) : 5;
+  const int rounds = argc > 1 ? std::atoi(argv[1]) : 5;
   leave_host();
-  furnish();
+  furnish(argc > 2 ? argv[2] : model_with_a_controller);
   const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
   dup2(nowhere, STDOUT_FILENO);
   close(nowhere);
