@@ -65,7 +65,7 @@ const row rows[] = {
     {"del_pv", "/sbin/pvremove", ORV_E_COMMAND, [] { return del_pv("sda"); }},
     {"umount_fs", "umount", ORV_E_COMMAND, [] { return umount_fs("/mnt/data"); }},
     {"mkdir_path", "mkdir", ORV_E_COMMAND, [] { return mkdir_path("/mnt/new"); }},
-    {"mkfs_pool", "mkfs.xfs", ORV_E_COMMAND, [] { return mkfs_pool("data", "vg1"); }},
+    {"mkfs_pool", "/sbin/mkfs.xfs", ORV_E_COMMAND, [] { return mkfs_pool("data", "vg1"); }},
     {"mount_fs", "mount", ORV_E_COMMAND, [] { return mount_fs("/mnt/data", "vg1", "data"); }},
     {"vgcfgrestore", "/sbin/vgcfgrestore", -1, [] { return vgcfgrestore("vg1"); }},
     {"get_mdinfo_from_arcadm", "/usr/local/bin/arcadm", ORV_E_COMMAND,
