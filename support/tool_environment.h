@@ -15,8 +15,8 @@ class tool_environment {
 
   /// Becomes what dash, and bash as "sh", give to their commands when they are started with it: the
   /// working directory added. (bash counts itself in SHLVL, names the command in "_", and drops an
-  /// OLDPWD that is no folder; here they stay the caller's.) @return false when a shell would make more of it, such as of a name that
-  /// is none
+  /// OLDPWD that is no folder; here they stay the caller's.) @return false when a shell would make
+  /// more of it, such as of a name that is none
   bool pass_through_shell();
 
   char* const* variables() { return variables_.data(); }

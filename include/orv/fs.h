@@ -58,8 +58,8 @@ ORV_API void fs_list_show(tag_fsinfo_list* list);
 ORV_API int fs_get(tag_fsinfo_list* list);
 /// Fills state, group, enclosure, size and use of the listed file systems from the pools and
 /// "/proc/mounts".
-/// @return ORV_OK; ORV_E_LVDISPLAY when the pools cannot be listed, and where that shows only in the
-///         middle of them, the file systems before are filled; ORV_E_FAILED for a NULL list
+/// @return ORV_OK; ORV_E_LVDISPLAY when the pools cannot be listed (where that shows only in the
+///         middle of them, some file systems are filled); ORV_E_FAILED for a NULL list
 ORV_API int mountfs_get(tag_fsinfo_list* list);
 /// Replaces size and use by the mounted file system's figures, and marks file systems that cannot
 /// be written as "not available". A full file system is not probed. The probe writes and removes a

@@ -229,8 +229,8 @@ ORV_API int vgcfgrestore(const char* vgname);
 ORV_API int pool_get(tag_poolinfo_list* list);
 /// Appends one pool per logical volume of `lvdisplay -c`.
 /// @return ORV_OK; ORV_E_LVDISPLAY_TOOL when the tool failed (what it printed is listed all the
-///         same); ORV_E_LVDISPLAY when its output cannot be opened, or not be read to its end (pools
-///         that were read stay in the list); ORV_E_FAILED for a NULL list
+///         same); ORV_E_LVDISPLAY when its output cannot be opened, or not be read to its end
+///         (pools that were read stay in the list); ORV_E_FAILED for a NULL list
 ORV_API int get_poolinfo_from_lvdisplay(tag_poolinfo_list* list);
 /// @return 1 when every character of `s` is "-" (the empty text included), else 0
 ORV_API int isdashed(const char* s);
