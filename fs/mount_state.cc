@@ -36,8 +36,8 @@ class met_file_systems {
   /// Hands over those with this text that were not met before.
   template <class Take>
   void meet(std::string_view text, Take take) {
-    const auto same = std::ranges::equal_range(sorted_, text, {}, text_);
-    for (auto each = same.begin(); each != same.end(); ++each) {
+    for (auto each = std::ranges::lower_bound(sorted_, text, {}, text_);
+         each != sorted_.end() && text_(*each) == text; ++each) {
       const auto number = static_cast<std::size_t>(each - sorted_.begin());
       if (!is_met_[number]) take(**each);
       is_met_[number] = true;
