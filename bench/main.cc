@@ -42,10 +42,9 @@ bool understood(const char* word, options& wanted) {
 
 bench::rows all_rows() {
   bench::rows all;
-  for (auto* const add :
-       {bench::add_captured_run, bench::add_getters, bench::add_readers, bench::add_share_get,
-        bench::add_share_changes, bench::add_growth, bench::add_users, bench::add_memory,
-        bench::add_peers, bench::add_readers_in_kept_memory}) {
+  for (auto* const add : {bench::add_captured_run, bench::add_getters, bench::add_readers,
+                          bench::add_share_get, bench::add_share_changes, bench::add_growth,
+                          bench::add_users, bench::add_memory, bench::add_peers}) {
     add(all);
   }
   return all;

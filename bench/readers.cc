@@ -3,14 +3,12 @@
 #include <fcntl.h>
 #include <glib.h>
 #include <ini.h>
-#include <malloc.h>
 #include <orv/scoped.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <vector>
 
 #include "bench/appliance.h"
@@ -141,14 +139,10 @@ void read_by_inih_into_records(std::size_t record_size) {
   ini_parse(ini_path, kept_sections::take, &kept);
 }
 
-constexpr char limit[] = "filling the records: each is cleared, filled and released";
-
-/// Memory that is freed stays with the process from here on.
-void keep_memory() { mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max()); }
-
 }  // namespace
 
 void add_readers(rows& all) {
+  constexpr char limit[] = "filling the records: each is cleared, filled and released";
   for (const reader& measured : readers) {
     const auto prepare = [measured] { write_configuration(measured); };
     const side ours = time_of([measured] { measured.read(measured.path); });
@@ -161,20 +155,6 @@ void add_readers(rows& all) {
                    prepare, ours, inih_with_records, 31});
     all.push_back({name + ", inih", "inih, nothing kept", 1.0, limit, prepare, ours,
                    time_of(read_by_inih), 31});
-  }
-}
-
-/// What of that is the kernel's, which gives a process each freed page anew and cleared.
-void add_readers_in_kept_memory(rows& all) {
-  for (const reader& measured : readers) {
-    const auto prepare = [measured] {
-      keep_memory();
-      write_configuration(measured);
-    };
-    all.push_back({std::string(measured.name) + ", 10,000 entries, inih, memory kept",
-                   "inih, nothing kept", 0, limit, prepare,
-                   time_of([measured] { measured.read(measured.path); }), time_of(read_by_inih),
-                   31});
   }
 }
 

@@ -38,8 +38,6 @@ void add_growth(rows& all);
 void add_users(rows& all);
 void add_memory(rows& all);
 void add_peers(rows& all);
-/// The last: they change what the allocator does.
-void add_readers_in_kept_memory(rows& all);
 
 /// Registers rows as benchmarks. @param rounds  instead of each row's own, when not 0
 void register_rows(const rows& all, int rounds);
