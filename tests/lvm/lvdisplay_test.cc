@@ -21,6 +21,15 @@ class lvdisplay : public storage_machine {
            "  /dev/vg0/lv0:vg0:3:" + status + ":-1:0:" + sectors + ":25:-1:0:-1:253:0\n");
   }
 
+  /// Nothing can be read of what the tool said. @param logged  how the log line ends
+  void expect_not_opened(const std::string& logged) {
+    EXPECT_EQ(get(), -1050);
+    EXPECT_EQ(machine.log_lines().back(), "get_poolinfo_from_lvdisplay:N " + logged);
+    EXPECT_THAT(machine.output(),
+                testing::MatchesRegex("cannot open /tmp/lvdisplay\\.[A-Za-z0-9]{6}\n"));
+    EXPECT_THAT(machine.temp_files(), ElementsAre());
+  }
+
   orv::scoped_list<tag_poolinfo_list> pools;
 };
 
@@ -146,34 +155,19 @@ TEST_F(lvdisplay, tells_the_failed_tool_too_when_its_output_cannot_be_opened) {
   fails_to_list("lvdisplay");
   fails_to_list("vgdisplay");
   machine.fail("fopen", EMFILE);
-  EXPECT_EQ(get(), -1050);
-  EXPECT_EQ(machine.log_lines().back(),
-            "get_poolinfo_from_lvdisplay:N return -1051 with Too many open files");
-  EXPECT_THAT(machine.output(),
-              testing::MatchesRegex("cannot open /tmp/lvdisplay\\.[A-Za-z0-9]{6}\n"));
-  EXPECT_THAT(machine.temp_files(), ElementsAre());
+  expect_not_opened("return -1051 with Too many open files");
 }
 
 TEST_F(lvdisplay, tells_output_that_cannot_be_examined_and_removes_it) {
   fails_to_list("vgdisplay");
   machine.fail("stat", EIO);
-  EXPECT_EQ(get(), -1050);
-  EXPECT_EQ(machine.log_lines().back(),
-            "get_poolinfo_from_lvdisplay:N return 0 with Input/output error");
-  EXPECT_THAT(machine.output(),
-              testing::MatchesRegex("cannot open /tmp/lvdisplay\\.[A-Za-z0-9]{6}\n"));
-  EXPECT_THAT(machine.temp_files(), ElementsAre());
+  expect_not_opened("return 0 with Input/output error");
 }
 
 TEST_F(lvdisplay, tells_output_that_cannot_be_read_and_removes_it) {
   fails_to_list("vgdisplay");
   machine.fail("fread", EIO);
-  EXPECT_EQ(get(), -1050);
-  EXPECT_EQ(machine.log_lines().back(),
-            "get_poolinfo_from_lvdisplay:N return 0 with Input/output error");
-  EXPECT_THAT(machine.output(),
-              testing::MatchesRegex("cannot open /tmp/lvdisplay\\.[A-Za-z0-9]{6}\n"));
-  EXPECT_THAT(machine.temp_files(), ElementsAre());
+  expect_not_opened("return 0 with Input/output error");
 }
 
 TEST_F(lvdisplay, runs_nothing_without_a_temporary_file) {
