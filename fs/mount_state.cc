@@ -82,7 +82,7 @@ void complete_from_pool(tag_fs_info& fs, const tag_pool_info& pool) {
 }
 
 /// @return as `pool_get`
-int complete_from_pools(tag_fsinfo_list* list) {
+int complete_from_pools(tag_fsinfo_list* list) try {
   met_file_systems by_device(list, device_of);
   orv::pool_reader pools;
   while (pools.next()) {
@@ -95,6 +95,8 @@ int complete_from_pools(tag_fsinfo_list* list) {
     by_device.others([](tag_fs_info& fs) { orv::set_text(fs.state, "not available"); });
   }
   return pools.result();
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
 void complete_from_mounts(tag_fsinfo_list* list) {

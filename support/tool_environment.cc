@@ -66,7 +66,7 @@ bool is_here(const char* directory) {
          named.st_dev == here.st_dev && named.st_ino == here.st_ino;
 }
 
-/// bash writes "/a//b/../c/" in a shorter way.
+/// Whether a path is as bash would write it, which makes "/a/c" of "/a//b/../c/".
 bool is_shortest(std::string path) {
   if (path == "/") return true;
   path += '/';
