@@ -101,10 +101,8 @@ std::size_t read_at(const handle& from, void* buffer, std::size_t size, std::siz
   return count;
 }
 
-/// There is no room for companions: they would tell a change by somebody else by its time, and no
-/// time passes here.
-bool is_companion(std::string_view path) {
-  return path.starts_with(orv::support::companions_directory);
+bool has_room_for(std::string_view path) {
+  return the_machine.now.tv_sec != 0 || !path.starts_with(orv::support::companions_directory);
 }
 
 }  // namespace
@@ -139,6 +137,7 @@ ssize_t machine_write(int number, const void* buffer, std::size_t size) {
   if (text.size() < to->offset + size) text.resize(to->offset + size);
   std::memcpy(text.data() + to->offset, buffer, size);
   to->offset += size;
+  the_machine.date(*to->content);
   return static_cast<ssize_t>(size);
 }
 
@@ -166,9 +165,12 @@ int machine_open(const char* path, int flags, ...) {
   auto content = the_machine.find(path);
   if (content && (flags & O_CREAT) != 0 && (flags & O_EXCL) != 0) return fail_with(EEXIST);
   if (!content && (flags & O_CREAT) == 0) return fail_with(ENOENT);
-  if (!content && is_companion(path)) return fail_with(ENOSPC);
+  if (!content && !has_room_for(path)) return fail_with(ENOSPC);
   if (!content) content = the_machine.make(path);
-  if ((flags & O_TRUNC) != 0) content->text.clear();
+  if ((flags & O_TRUNC) != 0) {
+    content->text.clear();
+    the_machine.date(*content);
+  }
   return open_handle({content, 0, (flags & O_APPEND) != 0, false});
 }
 
@@ -229,6 +231,7 @@ static void describe(struct stat* examined, const file& content, bool is_directo
   examined->st_nlink = 1;
   examined->st_mode = is_directory ? S_IFDIR | 0755 : S_IFREG | content.mode;
   examined->st_size = static_cast<off_t>(content.text.size());
+  examined->st_mtim = examined->st_ctim = content.changed;
 }
 
 int machine_fstat(int number, struct stat* examined) {
@@ -255,6 +258,7 @@ int machine_ftruncate(int number, off_t size) {
   const handle* const known = handle_of(number);
   if (known == nullptr) return -1;
   known->content->text.resize(static_cast<std::size_t>(size));
+  the_machine.date(*known->content);
   return 0;
 }
 
@@ -272,12 +276,29 @@ int machine_fallocate(int number, int, off_t, off_t) {
 }
 
 /// There are no links.
-int machine_symlink(const char*, const char*) { return fail_with(EPERM); }
-ssize_t machine_readlink(const char*, char*, std::size_t) { return fail_with(EINVAL); }
+int machine_symlink(const char* target, const char* path) {
+  if (!has_room_for(path)) return fail_with(EPERM);
+  if (the_machine.find(path)) return fail_with(EEXIST);
+  const auto made = the_machine.make(path);
+  made->text = target;
+  made->is_link = true;
+  return 0;
+}
+
+ssize_t machine_readlink(const char* path, char* target, std::size_t size) {
+  const auto found = the_machine.find(path);
+  if (!found || !found->is_link) return fail_with(found ? EINVAL : ENOENT);
+  return static_cast<ssize_t>(found->text.copy(target, size));
+}
+
 int machine_lstat(const char* path, struct stat* examined) { return machine_stat(path, examined); }
 
+/// The only time that is set is that of now.
 int machine_utimensat(int, const char* path, const timespec*, int) {
-  return the_machine.find(path) ? 0 : fail_with(ENOENT);
+  const auto found = the_machine.find(path);
+  if (!found) return fail_with(ENOENT);
+  the_machine.date(*found);
+  return 0;
 }
 
 int machine_fsync(int number) { return handle_of(number) == nullptr ? -1 : 0; }

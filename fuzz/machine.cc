@@ -49,6 +49,7 @@ void machine::reset() {
   next_number_ = 1;
   for (std::string* const text : {&tool_output, &release, &from_peer, &interfaces}) text->clear();
   tool_status = 0;
+  now = {};
   commands = 0;
   piece = 1;
   block_size = 4096;
@@ -69,6 +70,12 @@ machine::entry machine::room_for_file() {
     gone_.pop_back();
   }
   return room;
+}
+
+void machine::date(file& changed) {
+  if (now.tv_sec == 0) return;
+  ++now.tv_nsec;
+  changed.changed = now;
 }
 
 void machine::put(std::string_view path, std::string_view text) { make(path)->text = text; }
@@ -100,6 +107,8 @@ std::shared_ptr<file> machine::make(std::string_view path) {
   made.content->text.clear();
   made.content->mode = 0644;
   made.content->number = next_number_++;
+  made.content->is_link = false;
+  date(*made.content);
   entries_.push_back(std::move(made));
   return entries_.back().content;
 }

@@ -2,6 +2,7 @@
 #define ORV_FUZZ_MACHINE_H
 
 #include <sys/types.h>
+#include <time.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -22,6 +23,8 @@ struct file {
   std::string text;
   mode_t mode = 0644;
   ino_t number = 0;
+  timespec changed{};    ///< text and all else
+  bool is_link = false;  ///< a symbolic one, and the text is what it leads to
 };
 
 class machine {
@@ -40,15 +43,20 @@ class machine {
   /// The names in a directory, in the order in which they were made.
   std::vector<std::string> names_in(std::string_view directory) const;
   std::size_t temporary_files() const;
+  /// Gives a file the time of a change now.
+  void date(file& changed);
 
   /// Runs what the shell would run: "cat A > B", "mv A B", and any other tool, which prints
   /// `tool_output` and ends with `tool_status`. @return the wait status
   int run(std::string_view command);
 
-  std::string tool_output;    ///< what every tool prints
-  int tool_status = 0;        ///< the wait status of every tool
-  std::size_t commands = 0;   ///< commands that were run
-  std::string release;        ///< of the kernel
+  std::string tool_output;   ///< what every tool prints
+  int tool_status = 0;       ///< the wait status of every tool
+  std::size_t commands = 0;  ///< commands that were run
+  std::string release;       ///< of the kernel
+  /// The time, which passes with every change. At 0 no time passes; there is no room for companions
+  /// then, since they would tell a change by somebody else by its time.
+  timespec now{};
   std::string from_peer;      ///< what a socket receives
   std::size_t piece = 1;      ///< bytes that a socket receives at most at a time
   std::string interfaces;     ///< what the kernel answers to questions about its interfaces
