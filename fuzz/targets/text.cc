@@ -1,14 +1,21 @@
-/// The support library's lines, fields, strings and INI files.
+/// The support library's lines, fields, strings and INI files, and the lines of share files.
 
+#include <orv/share.h>
 #include <orv/support.h>
 
 #include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include "common/handles.h"
 #include "fuzz.h"
+#include "share/share_lines.h"
 
-extern "C" FILE* machine_fopen(const char* path, const char* mode);
+extern "C" {
+FILE* machine_fopen(const char* path, const char* mode);
+int machine_fileno(FILE* stream);
+off_t machine_lseek(int number, off_t offset, int whence);
+}
 
 namespace {
 
@@ -135,12 +142,41 @@ void read_ini(fuzz::input& in, int size) {
   }
 }
 
+/// The lines of a share file as `getline` reads them, byte by byte.
+std::vector<std::string> lines_byte_by_byte(int file, orv::line_buffer kept) {
+  std::vector<std::string> lines;
+  char line[orv::longest_share_line + 1] = "";
+  int got = 0;
+  while ((got = getline(file, line, orv::longest_share_line)) > 0) {
+    EXPECT(got <= orv::longest_share_line + 1 && line[got - 1] == '\0');
+    lines.emplace_back(orv::trimmed_right(line + std::strspn(line, " \t")));
+    if (kept == orv::line_buffer::cleared) std::fill(std::begin(line), std::end(line), '\0');
+  }
+  EXPECT(got == 0);
+  return lines;
+}
+
+/// All readers of share files find the same lines, with the bytes that stood in the buffer before.
+void read_share_file(fuzz::input& in, int /*size*/) {
+  const auto kept = in.below(2) == 0 ? orv::line_buffer::cleared : orv::line_buffer::kept;
+  the_machine.put("/etc/shares", in.rest());
+  const orv::unique_file file(machine_fopen("/etc/shares", "re"));
+  std::vector<std::string> lines;
+  const auto take = [&lines](std::string_view line) {
+    lines.emplace_back(line);
+    return ORV_OK;
+  };
+  EXPECT(orv::read_share_lines(machine_fileno(file.get()), kept, take) == ORV_OK);
+  EXPECT(machine_lseek(machine_fileno(file.get()), 0, SEEK_SET) == 0);
+  EXPECT(lines == lines_byte_by_byte(machine_fileno(file.get()), kept));
+}
+
 }  // namespace
 
 FUZZ_TARGET(text, in) {
-  const unsigned what = in.below(4);
+  const unsigned what = in.below(5);
   const int size = static_cast<int>(in.below(64)) + 1;
   constexpr void (*parts[])(fuzz::input&, int) = {read_lines, split_fields, change_strings,
-                                                  read_ini};
+                                                  read_ini, read_share_file};
   parts[what](in, size);
 }
