@@ -51,6 +51,20 @@ std::vector<rewrite_case> rewrite_test::all_cases() {
        {{smb_recy_path, parked("parked") + parked("x")},
         {exports_recy_path, exported("parked") + exported("y")}},
        [] { return share_recy_del("parked"); }},
+      {"samba_recy_del",
+       {{smb_recy_path, parked("parked") + parked("x")}},
+       [] { return samba_recy_del(smb_recy_path, "parked", "samba"); }},
+      {"nfs_recy_del",
+       {{exports_recy_path, exported("parked") + exported("y")}},
+       [] { return nfs_recy_del(exports_recy_path, "parked", "nfs"); }},
+      {"ftp_set_use",
+       {{shares_path, shares_now + listed("f", "ftp")},
+        {"/etc/mdfstab",
+         "/dev/v/f\t/mnt/f\txfs\tdefaults\t0 0\n/dev/v/q\t/mnt/q\txfs\tdefaults\t0 0\n"}},
+       [] {
+         tag_share_config share = a_share("f", "ftp");
+         return ftp_set_use(&share);
+       }},
       {"add_mdfstab",
        {{"/etc/mdfstab", "/dev/v/p\t/mnt/p\txfs\tdefaults\t0 0\n"}},
        [] { return add_mdfstab("/mnt/q", "v", "q"); }},

@@ -29,7 +29,7 @@ inline int rounds(int usual, int many) { return is_long() ? many : usual; }
 /// A machine with all the tools that a change of its files runs.
 class rewrite_test : public share_test {
  public:
-  static constexpr std::size_t cases = 14;
+  static constexpr std::size_t cases = 17;
 
  protected:
   rewrite_test() {
@@ -40,6 +40,8 @@ class rewrite_test : public share_test {
     for (const char* tool : {"adduser", "userdel"}) machine.tool(tool).succeeds().if_asked();
     machine.tool("/usr/bin/smbpasswd").runs("cat > /dev/null").if_asked();
     machine.tool("smbpasswd").succeeds().if_asked();
+    machine.file("/proc/mounts", "/dev/sda1 / ext4 rw 0 0\n");
+    for (const char* tool : {"umount", "chattr", "rm"}) machine.tool(tool).succeeds().if_asked();
   }
 
   /// A list long enough to be written in more than one page.

@@ -16,6 +16,13 @@
 #define PTRACE_O_EXITKILL (1 << 20)
 #endif
 
+/// Every five seconds AddressSanitizer would give memory back between two calls of the library:
+/// some hundred system calls that are none of its own.
+extern "C" __attribute__((visibility("default"))) const char* __asan_default_options();  // NOLINT
+extern "C" const char* __asan_default_options() {  // NOLINT(bugprone-reserved-identifier)
+  return "allocator_release_to_os_interval_ms=-1";
+}
+
 namespace {
 
 constexpr int stop_of_a_call = SIGTRAP | 0x80;
