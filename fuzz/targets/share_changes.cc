@@ -5,6 +5,8 @@
 /// Values are few, and of the plain kind that each file holds as they are: the same shares meet
 /// again and again. What files make of odd values is left to the target of the share files.
 
+#include <orv/fs.h>
+
 #include <algorithm>
 #include <array>
 #include <vector>
@@ -253,6 +255,15 @@ int set_use(model& m, tag_share_config share) {
   return was_there ? ORV_OK : ORV_E_NO_SHARE;
 }
 
+/// @param in_use  whether something stays mounted at the share's path
+int set_ftp_use(model& m, tag_share_config share, bool in_use) {
+  if (in_use) return ORV_E_COMMAND;
+  orv::set_text(share.service, "");
+  modify_parked_in(m[conf], share);
+  m.write(conf);
+  return ORV_OK;
+}
+
 int modify_parked(model& m, tag_share_config share) {
   const std::string service = share.service;
   orv::set_text(share.service, "");
@@ -395,8 +406,24 @@ void edit(model& m, fuzz::input& in) {
   the_machine.put(files[file].path, changed);
 }
 
+/// Takes an FTP share out of use: its path is unmounted, then and at every start from then on.
+int park_ftp(tag_share_config share, bool in_use) {
+  const std::string path = share.path;
+  the_machine.put("/etc/mdfstab", "");
+  EXPECT(add_mdfstab("/mnt/other", "vg", "other") == ORV_OK);
+  const std::string others = *the_machine.text("/etc/mdfstab");
+  EXPECT(add_mdfstab(path.c_str(), "vg", "pool") == ORV_OK);
+  const std::string all = *the_machine.text("/etc/mdfstab");
+  the_machine.put("/proc/mounts", in_use ? all : "");
+  const int result = ftp_set_use(&share);
+  the_machine.remove("/proc/mounts");  // where it is, a listing tells what is not mounted
+  EXPECT(text(share.service).empty());
+  EXPECT(*the_machine.text("/etc/mdfstab") == (in_use ? all : others));
+  return result;
+}
+
 int change(model& m, fuzz::input& in, int& wanted) {
-  const unsigned operation = in.below(8);
+  const unsigned operation = in.below(9);
   tag_share_config share = request(in);
   const std::string name = share.name;
   const std::string service = share.service;
@@ -422,6 +449,11 @@ int change(model& m, fuzz::input& in, int& wanted) {
     case 6:
       wanted = remove_parked(m, name);
       return share_recy_del(name.c_str());
+    case 7: {
+      const bool in_use = in.below(2) == 1;
+      wanted = set_ftp_use(m, share, in_use);
+      return park_ftp(share, in_use);
+    }
     default:
       edit(m, in);
       wanted = 0;
