@@ -254,4 +254,13 @@ void set_connections(int count) {
   write_file("/proc/net/iet/session", sessions);
 }
 
+void set_services() {
+  for (const char* const daemon : {"smbd", "nmbd", "nfsd", "vsftpd", "ietd", "orv"}) {
+    can(string("busybox pidof ") + daemon, "1234\n");
+  }
+  can("pwstate", "power state: normal\n");
+  can("ps aux", "USER PID %CPU %MEM VSZ RSS TTY STAT START TIME COMMAND\n");
+  write_file("/etc/sys_info", "[product]\ntype = KTA7120E\n");
+}
+
 }  // namespace bench

@@ -21,6 +21,9 @@ void set_mount_table(int entries);
 /// Users in the user file, and in the account files with a group each.
 void set_users(int count);
 
+/// Daemons that run, and the model with a tool for the state of its power supplies.
+void set_services();
+
 /// Clients of FTP, Samba and iSCSI, a third of each.
 void set_connections(int count);
 

@@ -30,12 +30,11 @@ void write_script(const getter& asked, const std::string& path) {
   write_file(path, script);
 }
 
-row compared(const getter& asked, const std::string& size, int rounds, pace tools,
+row compared(const getter& asked, const std::string& machine, int rounds, pace tools,
              std::function<void()> set_up) {
   const std::string script = std::string("/tmp/") + asked.name + ".sh";
   row made;
-  made.name = std::string(asked.name) + ", " + size +
-              (tools == pace::real ? "" : ", tools that take no time");
+  made.name = asked.name + machine + (tools == pace::real ? "" : ", tools that take no time");
   made.other = "shell script of the same command lines";
   made.wanted = 1.05;
   made.limit = asked.limit;
@@ -54,13 +53,18 @@ row compared(const getter& asked, const std::string& size, int rounds, pace tool
 }  // namespace
 
 void add_getters(rows& all) {
+  for (const getter& asked : getters_of_services) {
+    for (const pace tools : {pace::real, pace::none}) {
+      all.push_back(compared(asked, "", 41, tools, set_services));
+    }
+  }
   struct {
     storage sizes;
     const char* text;
     int rounds;
-  } const machines[] = {{{4, 1, 1}, "4 disks, 1 array, 1 pool", 21},
-                        {{40, 20, 50}, "40 disks, 20 arrays, 50 pools", 9},
-                        {{80, 40, 500}, "80 disks, 40 arrays, 500 pools", 7}};
+  } const machines[] = {{{4, 1, 1}, ", 4 disks, 1 array, 1 pool", 21},
+                        {{40, 20, 50}, ", 40 disks, 20 arrays, 50 pools", 9},
+                        {{80, 40, 500}, ", 80 disks, 40 arrays, 500 pools", 7}};
   for (const auto& machine : machines) {
     const auto set_up = [machine] {
       set_storage(machine.sizes);

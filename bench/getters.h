@@ -2,7 +2,10 @@
 #pragma once
 
 #include <orv/scoped.h>
+#include <orv/service.h>
+#include <orv/system.h>
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -27,7 +30,23 @@ inline void call_smart_info_get() {
   smart_info_get(disks.get());
 }
 
-/// Those that run tools.
+inline void must_succeed(int result, const char* what) {
+  if (result != ORV_OK) throw std::runtime_error(what);
+}
+
+template <auto Function>
+void call_status_getter() {
+  must_succeed(Function(), "a daemon does not run");
+}
+
+inline void call_pwstate_get() {
+  char state[32] = "";
+  must_succeed(pwstate_get(state, sizeof state), "pwstate_get");
+}
+
+inline void call_procinfo_get() { must_succeed(procinfo_get("/tmp/processes"), "procinfo_get"); }
+
+/// Those that run tools for what grows with the machine.
 inline constexpr getter getters[] = {
     {"disks_info_get", call_getter<disks_info_get, orv::disk_list>},
     {"smart_info_get", call_smart_info_get},
@@ -39,6 +58,17 @@ inline constexpr getter getters[] = {
     {"share_get", call_getter<share_get, orv::share_list>,
      "starting the tools, and statfs of each share's path"},
     {"share_conn_get", call_getter<share_conn_get, orv::connection_list>},
+};
+
+/// Those that run one or two tools on any machine.
+inline constexpr getter getters_of_services[] = {
+    {"smb_status_get", call_status_getter<smb_status_get>},
+    {"nfs_status_get", call_status_getter<nfs_status_get>},
+    {"ftp_status_get", call_status_getter<ftp_status_get>},
+    {"iscsi_status_get", call_status_getter<iscsi_status_get>},
+    {"orv_status_get", call_status_getter<orv_status_get>},
+    {"pwstate_get", call_pwstate_get},
+    {"procinfo_get", call_procinfo_get},
 };
 
 }  // namespace bench

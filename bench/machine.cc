@@ -27,7 +27,8 @@ constexpr const char* tools[] = {
     "/sbin/mdadm",        "/sbin/vgdisplay",         "/sbin/pvdisplay",
     "/sbin/lvdisplay",    "/usr/local/bin/hotspare", "/usr/local/sbin/smartctl",
     "/usr/bin/smbstatus", "/usr/bin/netstat",        "/usr/bin/adduser",
-    "/usr/bin/smbpasswd"};
+    "/usr/bin/smbpasswd", "/usr/local/bin/pwstate",  "/usr/bin/busybox",
+    "/usr/bin/ps"};
 
 void must(int result, const std::string& what) {
   if (result < 0) throw std::system_error(errno, std::generic_category(), what);

@@ -20,7 +20,8 @@ constexpr struct {
 } times[] = {{"vgdisplay", 20 * millisecond}, {"pvdisplay", 20 * millisecond},
              {"lvdisplay", 20 * millisecond}, {"mdadm", 1 * millisecond},
              {"smartctl", 10 * millisecond},  {"smbstatus", 10 * millisecond},
-             {"netstat", 10 * millisecond}};
+             {"netstat", 10 * millisecond},   {"busybox", 1 * millisecond},
+             {"ps_aux", 6 * millisecond}};
 
 void take_time(std::string_view tool) {
   const char* const pace = std::getenv(bench::pace_variable);
