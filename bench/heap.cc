@@ -3,6 +3,7 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <limits>
 
 #define INTERPOSED __attribute__((visibility("default")))
 
@@ -16,6 +17,11 @@ long highest = 0;
 }  // namespace
 
 namespace bench {
+
+void keep_freed_memory() {
+  mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
+  mallopt(M_MMAP_MAX, 0);
+}
 
 heap_watch::heap_watch() {
   bytes = highest = 0;

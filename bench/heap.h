@@ -5,6 +5,10 @@
 
 namespace bench {
 
+/// From now on this process keeps the memory that it frees, as a daemon does whose heap does not
+/// end with its largest list: the C library gives nothing back to the kernel.
+void keep_freed_memory();
+
 /// Watches the heap from its making to its end. With AddressSanitizer, whose allocator is another
 /// one, it sees nothing.
 class heap_watch {

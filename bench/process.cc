@@ -6,9 +6,67 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <iostream>
+#include <stdexcept>
 #include <system_error>
 
 namespace bench {
+namespace {
+
+/// Writes all of it, or throws.
+void write_all(int file, const void* bytes, std::size_t size) {
+  const char* from = static_cast<const char*>(bytes);
+  while (size > 0) {
+    const ssize_t written = write(file, from, size);
+    if (written < 0) throw std::system_error(errno, std::generic_category(), "pipe");
+    from += written;
+    size -= static_cast<std::size_t>(written);
+  }
+}
+
+/// @return whether all of it came
+bool read_all(int file, void* bytes, std::size_t size) {
+  char* to = static_cast<char*>(bytes);
+  while (size > 0) {
+    const ssize_t got = read(file, to, size);
+    if (got <= 0) return false;
+    to += got;
+    size -= static_cast<std::size_t>(got);
+  }
+  return true;
+}
+
+int wait_for(pid_t child) {
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  return status;
+}
+
+[[noreturn]] void be_child(const std::function<void(const byte_writer&)>& work, int file) {
+  try {
+    work([file](const void* bytes, std::size_t size) { write_all(file, bytes, size); });
+    _exit(0);
+  } catch (const std::exception& failure) {
+    std::cerr << failure.what() << '\n';
+  }
+  _exit(1);
+}
+
+}  // namespace
+
+void read_from_child(const std::function<void(const byte_writer&)>& work, void* bytes,
+                     std::size_t size) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category(), "pipe");
+  const pid_t child = fork();
+  if (child < 0) throw std::system_error(errno, std::generic_category(), "fork");
+  if (child == 0) be_child(work, ends[1]);
+  close(ends[1]);
+  const bool is_whole = read_all(ends[0], bytes, size);
+  close(ends[0]);
+  if (wait_for(child) != 0 || !is_whole) throw std::runtime_error("its process failed");
+}
 
 int run_program(const std::vector<std::string>& words, const std::string& output) {
   std::vector<char*> arguments;
@@ -22,10 +80,7 @@ int run_program(const std::vector<std::string>& words, const std::string& output
   const int error = posix_spawn(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) throw std::system_error(error, std::generic_category(), words[0]);
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
-  return status;
+  return wait_for(child);
 }
 
 }  // namespace bench

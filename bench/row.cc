@@ -6,62 +6,72 @@
 #include <exception>
 
 #include "bench/clock.h"
+#include "bench/heap.h"
+#include "bench/process.h"
 
 namespace bench {
 namespace {
 
 constexpr const char* names_of_units[] = {"seconds", "bytes", "count"};
 
-double median(std::vector<double> values) {
+/// What both sides gave when they were measured once.
+struct turn {
+  double ours;
+  double others;
+  double own_share;
+};
+
+/// The sides take turns, and in beginning too.
+turn measure_turn(const row& measured, bool we_begin) {
+  turn taken{};
+  const auto measure_ours = [&] {
+    const double start = processor_time();
+    taken.ours = measured.ours();
+    taken.own_share = (processor_time() - start) / taken.ours;
+  };
+  if (we_begin) measure_ours();
+  taken.others = measured.others();
+  if (!we_begin) measure_ours();
+  return taken;
+}
+
+/// In a process of its own: what a row does to the heap and the environment is none of the next
+/// one's.
+std::vector<turn> measure_turns(const row& measured, std::size_t count) {
+  return items_of_child<turn>(count, [&](std::size_t number) {
+    if (number == 0) {
+      keep_freed_memory();
+      if (measured.prepare) measured.prepare();
+    }
+    return measure_turn(measured, number % 2 == 0);
+  });
+}
+
+double median(const std::vector<turn>& turns, double turn::*value) {
+  std::vector<double> values;
+  for (const turn& each : turns) values.push_back(each.*value);
   const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
   std::nth_element(values.begin(), middle, values.end());
   return *middle;
 }
 
-/// The two sides take turns, and in beginning too.
-class measurement {
- public:
-  explicit measurement(const row& measured) : row_(measured) {}
-
-  /// @return what ours gave
-  double take() {
-    const bool begins = ours_.size() % 2 == 0;
-    if (begins) measure_ours();
-    others_.push_back(row_.others());
-    if (!begins) measure_ours();
-    return ours_.back();
-  }
-
-  void tell(benchmark::State& state) const {
-    const double ours = median(ours_);
-    const double others = median(others_);
-    state.counters["ours"] = ours;
-    state.counters["other"] = others;
-    state.counters["ratio"] = others == 0 ? ours : ours / others;
-    state.counters["wanted"] = row_.wanted;
-    if (row_.tells_own_share) state.counters["own_share"] = median(own_shares_);
-    state.SetLabel(std::string(names_of_units[static_cast<int>(row_.in)]) + '|' + row_.other + '|' +
-                   row_.limit);
-  }
-
- private:
-  void measure_ours() {
-    const double start = processor_time();
-    ours_.push_back(row_.ours());
-    own_shares_.push_back((processor_time() - start) / ours_.back());
-  }
-
-  const row& row_;
-  std::vector<double> ours_;
-  std::vector<double> others_;
-  std::vector<double> own_shares_;
-};
+void tell(benchmark::State& state, const row& measured, const std::vector<turn>& turns) {
+  const double ours = median(turns, &turn::ours);
+  const double others = median(turns, &turn::others);
+  state.counters["ours"] = ours;
+  state.counters["other"] = others;
+  state.counters["ratio"] = others == 0 ? ours : ours / others;
+  state.counters["wanted"] = measured.wanted;
+  if (measured.tells_own_share) state.counters["own_share"] = median(turns, &turn::own_share);
+  state.SetLabel(std::string(names_of_units[static_cast<int>(measured.in)]) + '|' + measured.other +
+                 '|' + measured.limit);
+}
 
 void measure(benchmark::State& state, const row& measured) {
-  if (measured.prepare) measured.prepare();
-  measurement taken(measured);
-  for ([[maybe_unused]] const auto turn : state) state.SetIterationTime(taken.take());
-  taken.tell(state);
+  const auto turns = measure_turns(measured, static_cast<std::size_t>(state.max_iterations));
+  auto next = turns.begin();
+  for ([[maybe_unused]] const auto iteration : state) state.SetIterationTime((next++)->ours);
+  tell(state, measured, turns);
 }
 
 /// A row that cannot be measured says why; the others go on.
