@@ -31,6 +31,7 @@ bool file_lines::refill() {
   if (block_.size() < 2 * kept || block_.empty()) block_.resize(std::max(usual_size, 4 * kept));
   const std::size_t got = fread_unlocked(block_.data() + kept, 1, block_.size() - kept, stream_);
   unread_ = {block_.data(), kept + got};
+  has_nul_ = unread_.find('\0') != std::string_view::npos;
   return got > 0;
 }
 

@@ -21,6 +21,10 @@ class file_lines {
   bool failed() const { return stream_ != nullptr && std::ferror(stream_) != 0; }
   /// The line that `next` moved to; valid until it is called again.
   std::string_view line() const { return line_; }
+  /// What C sees of a part of the line.
+  std::string_view before_nul(std::string_view part) const {
+    return has_nul_ ? part.substr(0, part.find('\0')) : part;
+  }
 
  private:
   bool refill();
@@ -29,6 +33,7 @@ class file_lines {
   std::vector<char> block_;
   std::string_view unread_;  ///< of the block
   std::string_view line_;
+  bool has_nul_ = false;  ///< somewhere in the block
 };
 
 }  // namespace orv

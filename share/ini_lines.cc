@@ -27,12 +27,4 @@ std::optional<std::string_view> ini_lines::sought_name() const {
   return name.substr(0, end);
 }
 
-std::optional<ini_setting> ini_lines::setting() const {
-  const std::size_t equals = text_.find('=');
-  if (equals == std::string_view::npos) return std::nullopt;
-  const std::string_view value = trimmed_left(text_.substr(equals + 1));
-  // As a buffer of C holds it.
-  return ini_setting{trimmed_right(text_.substr(0, equals)), value.substr(0, value.find('\0'))};
-}
-
 }  // namespace orv

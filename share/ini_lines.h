@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "common/companion.h"
+#include "common/text.h"
 #include "share/file_lines.h"
-#include "share/ini_line.h"
 
 namespace orv {
 
@@ -29,8 +29,13 @@ class ini_lines {
   /// What follows the "[" of such a head; nothing when no "]" ends it.
   std::optional<std::string_view> sought_name() const;
 
-  /// The setting of a line that is no head.
-  std::optional<ini_setting> setting() const;
+  /// The value that a line which is no head gives to a key; nothing when it gives it none.
+  std::optional<std::string_view> value_of(std::string_view key) const {
+    if (!text_.starts_with(key)) return std::nullopt;
+    const std::string_view rest = trimmed_left(text_.substr(key.size()));
+    if (!rest.starts_with('=')) return std::nullopt;
+    return lines_.before_nul(trimmed_left(rest.substr(1)));
+  }
 
  private:
   unique_file file_;

@@ -15,7 +15,7 @@
 namespace orv {
 
 /// Finds the shares of a list by a key, the first one of a key as a search through the list would.
-/// The keys are parts of the records, which must stay as they are meanwhile. It takes some thirty
+/// The keys are parts of the records, which must stay as they are meanwhile. It takes some forty
 /// bytes for each share: there may be thousands.
 class share_index {
  public:
@@ -66,12 +66,19 @@ class share_index {
     bool has(std::string_view sought) const { return std::string_view(key, key_size) == sought; }
   };
 
+  /// With the hash nothing but slots is looked at for other keys, and when there are more of them:
+  /// the keys lie where the records do, each far from the next.
+  struct slot {
+    std::uint32_t hash;
+    std::uint32_t number;  ///< of an entry, from 1 on; 0 when free
+  };
+
   /// The slot of a key: that of its entry, or the free one where it belongs.
-  std::size_t slot_of(std::string_view key) const;
+  std::size_t slot_of(std::string_view key, std::uint32_t hash) const;
   void double_slots();
 
-  std::deque<entry> entries_;         ///< one for each key; a vector would double as it grows
-  std::vector<std::uint32_t> slots_;  ///< the number of an entry, from 1 on; 0 when free
+  std::deque<entry> entries_;  ///< one for each key; a vector would double as it grows
+  std::vector<slot> slots_;
   std::size_t count_ = 0;
 };
 

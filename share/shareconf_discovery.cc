@@ -1,6 +1,7 @@
 #include <orv/share.h>
 
 #include <bitset>
+#include <charconv>
 #include <cstdlib>
 #include <deque>
 #include <string>
@@ -39,7 +40,11 @@ constexpr const char* services[] = {"samba", "nfs", "ftp", "iSCSI"};
 constexpr std::size_t number_of_services = std::size(services);
 
 uint64_t number_in(std::string_view value) {
-  const std::string text(value.substr(0, longest_number));
+  value = value.substr(0, longest_number);
+  uint64_t number = 0;
+  if (std::from_chars(value.begin(), value.end(), number).ec == std::errc()) return number;
+  // A sign, no number, or one that is too large.
+  const std::string text(value);
   return std::strtoul(text.c_str(), nullptr, 10);
 }
 
@@ -48,11 +53,12 @@ class described_share {
  public:
   void begin(tag_share_config* share) { *this = described_share(share); }
 
-  void take(const orv::ini_setting& setting) {
+  void take(const orv::ini_lines& line) {
     for (std::size_t i = 0; i < number_of_keys; ++i) {
       const std::size_t key = (expected_ + i) % number_of_keys;
-      if (setting.key != keys[key]) continue;
-      if (!is_known_[key]) set(key, setting.value);
+      const auto value = line.value_of(keys[key]);
+      if (!value) continue;
+      if (!is_known_[key]) set(key, *value);
       is_known_[key] = true;
       expected_ = key + 1;
       return;
@@ -110,8 +116,7 @@ class reader {
   /// False without memory.
   bool take(const orv::ini_lines& line) {
     if (line.is_head()) return begin_section(line);
-    const auto setting = described_.share() == nullptr ? std::nullopt : line.setting();
-    if (setting) described_.take(*setting);
+    if (described_.share() != nullptr) described_.take(line);
     return true;
   }
 

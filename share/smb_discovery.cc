@@ -21,18 +21,19 @@ struct first_value {
   bool is_there = false;
   std::string value{};
 
-  void take(const orv::ini_setting& setting) {
-    if (is_there || setting.key != key) return;
+  void take(const orv::ini_lines& line) {
+    const auto found = is_there ? std::nullopt : line.value_of(key);
+    if (!found) return;
     is_there = true;
-    value = setting.value;
+    value = *found;
   }
 };
 
 class rights {
  public:
   void clear() { writable_.is_there = writeable_.is_there = users_.is_there = false; }
-  void take(const orv::ini_setting& setting) {
-    for (first_value* const known : {&writable_, &writeable_, &users_}) known->take(setting);
+  void take(const orv::ini_lines& line) {
+    for (first_value* const known : {&writable_, &writeable_, &users_}) known->take(line);
   }
   void give(tag_share_config& share) const {
     const first_value& right = writable_.is_there ? writable_ : writeable_;
@@ -68,7 +69,7 @@ class reader {
       end_section();
       begin_section(line.section());
     } else if (share_ != nullptr) {
-      if (const auto setting = line.setting()) rights_.take(*setting);
+      rights_.take(line);
     }
   }
 

@@ -25,8 +25,7 @@ std::optional<std::string> first_value(std::string_view section, std::string_vie
       if (is_in_section) break;
       is_in_section = lines.section() == section;
     } else if (is_in_section) {
-      const auto setting = lines.setting();
-      if (setting && setting->key == key) return std::string(setting->value);
+      if (const auto value = lines.value_of(key)) return std::string(*value);
     }
   }
   return std::nullopt;
