@@ -49,8 +49,8 @@ void add_memory(rows& all) {
   add<sys_user_get, orv::user_list>(all, "sys_user_get, 10,000 users", [] { set_users(10'000); });
   add<share_conn_get, orv::connection_list>(all, "share_conn_get, 10,000 connections",
                                             [] { set_connections(10'000); });
-  add<fs_get, orv::file_system_list>(all, "fs_get, 1,000 file systems", [] {
-    set_storage({4, 1, 1'000});
+  add<fs_get, orv::file_system_list>(all, "fs_get, 10,000 file systems", [] {
+    set_storage({4, 1, 10'000});
   });
 }
 

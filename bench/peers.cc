@@ -37,11 +37,19 @@ struct question {
 };
 
 constexpr question questions[] = {
-    {"disks", "ours starts a cat for each of the driver's files"},
-    {"arrays", "ours reads mdstat twice and lists the disks for the enclosures"},
-    {"groups", "ours lists arrays and disks, each array once more, for the enclosures"},
-    {"pools", "ours lists groups, arrays and disks for the enclosures"},
-    {"filesystems", "ours lists pools, groups, arrays and disks for states and enclosures"},
+    {"disks", "a cat for each of the driver's files is documented; reading them would change that"},
+    {"arrays",
+     "mdstat is read twice, and the disks for the enclosures; taking a list of disks that is "
+     "there would change that"},
+    {"groups",
+     "arrays and disks are listed, each array once more, for the enclosures; taking lists that "
+     "are there would change that"},
+    {"pools",
+     "groups, arrays and disks are listed for the enclosures; taking lists that are there would "
+     "change that"},
+    {"filesystems",
+     "pools, groups, arrays and disks are listed for states and enclosures; taking lists "
+     "that are there would change that"},
     {"shares", "the library reads each file once"},
 };
 
