@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr const char* path = orv::sharefolder_path;
+constexpr const char* rewritten = orv::sharefolder_path;
 constexpr time_t first_time = 1704067200;
 
 struct moment {
@@ -44,7 +44,7 @@ void put(std::string_view name, std::string_view text, const moment& changed) {
 
 /// What a process reads that does not lock.
 std::string read_only() {
-  const orv::unique_file file = orv::open_whole(path);
+  const orv::unique_file file = orv::open_whole(rewritten);
   EXPECT(file);
   std::string text;
   for (int c = std::getc(file.get()); c != EOF; c = std::getc(file.get())) {
@@ -56,8 +56,8 @@ std::string read_only() {
 /// What a process finds that locks.
 std::string after_lock() {
   orv::locked_files locks;
-  EXPECT(locks.lock(path) >= 0);
-  return *the_machine.text(path);
+  EXPECT(locks.lock(rewritten) >= 0);
+  return *the_machine.text(rewritten);
 }
 
 /// Whether somebody may have seen `text` while the file was cut short and `wanted` was written.
@@ -98,8 +98,8 @@ FUZZ_TARGET(rewrites, in) {
   const std::string wanted(in.part());
   const std::string text(in.rest());
   the_machine.now = {first_time + 1000, 0};
-  put(path, text, changed);
-  const std::string beside = companion_of(*the_machine.find(path));
+  put(rewritten, text, changed);
+  const std::string beside = companion_of(*the_machine.find(rewritten));
   put(beside, wanted, begin);
   if (state != begun) {
     put(beside + ".done", state == finished ? begin.text() + ' ' + finish.text() : mark, begin);
@@ -108,7 +108,7 @@ FUZZ_TARGET(rewrites, in) {
 
   // Readers find what the next one to lock makes of it, and change nothing.
   const std::string read = read_only();
-  EXPECT(*the_machine.text(path) == text && *the_machine.text(beside) == wanted);
+  EXPECT(*the_machine.text(rewritten) == text && *the_machine.text(beside) == wanted);
   EXPECT(after_lock() == read);
   EXPECT(read == text || read == wanted);
 
