@@ -61,14 +61,15 @@ inline constexpr getter getters[] = {
 };
 
 /// Those that run one or two tools on any machine.
+inline constexpr char starting_one[] = "starting the tool, and the file of its output";
 inline constexpr getter getters_of_services[] = {
-    {"smb_status_get", call_status_getter<smb_status_get>},
-    {"nfs_status_get", call_status_getter<nfs_status_get>},
-    {"ftp_status_get", call_status_getter<ftp_status_get>},
-    {"iscsi_status_get", call_status_getter<iscsi_status_get>},
-    {"orv_status_get", call_status_getter<orv_status_get>},
-    {"pwstate_get", call_pwstate_get},
-    {"procinfo_get", call_procinfo_get},
+    {"smb_status_get", call_status_getter<smb_status_get>, starting_one},
+    {"nfs_status_get", call_status_getter<nfs_status_get>, starting_one},
+    {"ftp_status_get", call_status_getter<ftp_status_get>, starting_one},
+    {"iscsi_status_get", call_status_getter<iscsi_status_get>, starting_one},
+    {"orv_status_get", call_status_getter<orv_status_get>, starting_one},
+    {"pwstate_get", call_pwstate_get, starting_one},
+    {"procinfo_get", call_procinfo_get, starting_one},
 };
 
 }  // namespace bench

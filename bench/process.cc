@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 #include <iostream>
 #include <stdexcept>
 #include <system_error>
@@ -60,12 +61,15 @@ void read_from_child(const std::function<void(const byte_writer&)>& work, void* 
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category(), "pipe");
   const pid_t child = fork();
-  if (child < 0) throw std::system_error(errno, std::generic_category(), "fork");
   if (child == 0) be_child(work, ends[1]);
+  const int reason = errno;
   close(ends[1]);
-  const bool is_whole = read_all(ends[0], bytes, size);
+  const bool is_whole = child > 0 && read_all(ends[0], bytes, size);
   close(ends[0]);
-  if (wait_for(child) != 0 || !is_whole) throw std::runtime_error("its process failed");
+  if (child < 0) throw std::system_error(reason, std::generic_category(), "fork");
+  const int status = wait_for(child);
+  if (WIFSIGNALED(status)) throw std::runtime_error(strsignal(WTERMSIG(status)));
+  if (status != 0 || !is_whole) throw std::runtime_error("failed, for the reason told above");
 }
 
 int run_program(const std::vector<std::string>& words, const std::string& output) {

@@ -74,7 +74,7 @@ void measure(benchmark::State& state, const row& measured) {
   tell(state, measured, turns);
 }
 
-/// A row that cannot be measured says why; the others go on.
+/// A row that cannot be measured says why, in its child on standard error; the others go on.
 void run(benchmark::State& state, const row& measured) {
   try {
     measure(state, measured);

@@ -275,7 +275,7 @@ int machine_fallocate(int number, int, off_t, off_t) {
   return handle_of(number) == nullptr ? -1 : 0;
 }
 
-/// There are no links.
+/// There are links where there is room for companions; they are read, not followed.
 int machine_symlink(const char* target, const char* path) {
   if (!has_room_for(path)) return fail_with(EPERM);
   if (the_machine.find(path)) return fail_with(EEXIST);

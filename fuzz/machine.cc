@@ -108,6 +108,7 @@ std::shared_ptr<file> machine::make(std::string_view path) {
   made.content->mode = 0644;
   made.content->number = next_number_++;
   made.content->is_link = false;
+  made.content->changed = {};
   date(*made.content);
   entries_.push_back(std::move(made));
   return entries_.back().content;

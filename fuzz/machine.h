@@ -23,7 +23,7 @@ struct file {
   std::string text;
   mode_t mode = 0644;
   ino_t number = 0;
-  timespec changed{};    ///< text and all else
+  timespec changed{};    ///< the last time
   bool is_link = false;  ///< a symbolic one, and the text is what it leads to
 };
 
@@ -54,8 +54,8 @@ class machine {
   int tool_status = 0;       ///< the wait status of every tool
   std::size_t commands = 0;  ///< commands that were run
   std::string release;       ///< of the kernel
-  /// The time, which passes with every change. At 0 no time passes; there is no room for companions
-  /// then, since they would tell a change by somebody else by its time.
+  /// The time, which passes with every change of a text by the library. At 0 no time passes; there
+  /// is no room for companions then, since they would tell a change by somebody else by its time.
   timespec now{};
   std::string from_peer;      ///< what a socket receives
   std::size_t piece = 1;      ///< bytes that a socket receives at most at a time

@@ -57,9 +57,10 @@ void share_index::double_slots() {
   std::vector<slot> more(std::max(fewest, 2 * slots_.size()));
   const std::size_t mask = more.size() - 1;
   for (const slot& known : slots_) {
+    if (known.number == 0) continue;
     std::size_t at = known.hash & mask;
     while (more[at].number != 0) at = (at + 1) & mask;
-    if (known.number != 0) more[at] = known;
+    more[at] = known;
   }
   slots_ = std::move(more);
 }

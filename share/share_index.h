@@ -66,8 +66,8 @@ class share_index {
     bool has(std::string_view sought) const { return std::string_view(key, key_size) == sought; }
   };
 
-  /// With the hash nothing but slots is looked at for other keys, and when there are more of them:
-  /// the keys lie where the records do, each far from the next.
+  /// The hash tells nearly all other keys apart, and is all that doubling needs: the keys lie in
+  /// the records, each far from the next.
   struct slot {
     std::uint32_t hash;
     std::uint32_t number;  ///< of an entry, from 1 on; 0 when free

@@ -41,7 +41,7 @@ constexpr std::size_t number_of_services = std::size(services);
 
 uint64_t number_in(std::string_view value) {
   value = value.substr(0, longest_number);
-  uint64_t number = 0;
+  unsigned long number = 0;
   if (std::from_chars(value.begin(), value.end(), number).ec == std::errc()) return number;
   // A sign, no number, or one that is too large.
   const std::string text(value);

@@ -111,6 +111,7 @@ FUZZ_TARGET(rewrites, in) {
   EXPECT(*the_machine.text(rewritten) == text && *the_machine.text(beside) == wanted);
   EXPECT(after_lock() == read);
   EXPECT(read == text || read == wanted);
+  EXPECT(read != wanted || the_machine.find(beside + ".done"));
 
   if (state != marked_by_somebody) {
     EXPECT(read == (state == finished ? after_power_cut(wanted, text, changed, finish)

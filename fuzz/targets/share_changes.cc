@@ -406,7 +406,7 @@ void edit(model& m, fuzz::input& in) {
   the_machine.put(files[file].path, changed);
 }
 
-/// Takes an FTP share out of use: its path is unmounted, then and at every start from then on.
+/// Takes an FTP share out of use: its path is unmounted, and mounted at no start from then on.
 int park_ftp(tag_share_config share, bool in_use) {
   const std::string path = share.path;
   the_machine.put("/etc/mdfstab", "");

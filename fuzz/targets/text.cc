@@ -156,7 +156,8 @@ std::vector<std::string> lines_byte_by_byte(int file, orv::line_buffer kept) {
   return lines;
 }
 
-/// All readers of share files find the same lines, with the bytes that stood in the buffer before.
+/// `getline` and `read_share_lines` find the same lines, in a buffer that is cleared or kept
+/// between them.
 void read_share_file(fuzz::input& in, int /*size*/) {
   const auto kept = in.below(2) == 0 ? orv::line_buffer::cleared : orv::line_buffer::kept;
   the_machine.put("/etc/shares", in.rest());

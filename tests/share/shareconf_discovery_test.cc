@@ -72,6 +72,19 @@ TEST_F(declared_shares, have_a_service_only_where_the_value_is_1) {
   EXPECT_EQ(service_of("Samba = 1\nSAMBA = 1\n"), "");
 }
 
+TEST_F(declared_shares, have_what_c_sees_of_a_value_wherever_a_block_ends) {
+  constexpr std::size_t block = 32UL * 1024;
+  const std::string line("samba = 1\0b\n", 12);
+  for (std::size_t before_end = 0; before_end <= line.size(); ++before_end) {
+    const std::string head = "[s]\nx = ";
+    const std::string filler(block - before_end - head.size() - 1, 'x');
+    shares(head + filler + '\n' + line);
+    share_list found;
+    EXPECT_EQ(get_shareinfo_from_shareconf(found.get()), ORV_OK);
+    EXPECT_STREQ(found.only().service, "samba") << before_end;
+  }
+}
+
 TEST_F(declared_shares, have_the_size_that_their_value_begins_with) {
   constexpr uint64_t most = std::numeric_limits<uint64_t>::max();
   EXPECT_EQ(size_of("3000000000"), 3000000000U);
