@@ -13,19 +13,19 @@ constexpr double linear = 11;
 
 void get_users() {
   orv::user_list users;
-  users.read(sys_user_get);
+  orv::check(users.read(sys_user_get));
 }
 
 void add_user() {
   tag_user_info user{};
   liborv_strncpy(user.name, sizeof user.name, "newcomer");
   liborv_strncpy(user.password, sizeof user.password, "secret");
-  sys_user_add(user);
+  orv::check(sys_user_add(user));
 }
 
 void get_connections() {
   orv::connection_list connections;
-  connections.read(share_conn_get);
+  orv::check(connections.read(share_conn_get));
 }
 
 template <class SetUp>

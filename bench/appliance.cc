@@ -44,16 +44,31 @@ void add_disk(int disk) {
   write_file(folder + "/size", "3907029168\n");
   write_file(folder + "/device/state", "running\n");
   write_file(folder + "/device/model", "WDC WD20EARX-00P\n");
-  can("smartctl -d marvell -T permissive -Hi /dev/" + disk_name(disk),
+  const string summary =
       "smartctl 7.3 2022-02-28\n\n=== START OF INFORMATION SECTION ===\n"
       "Device Model:     WDC WD20EARX-00P\nSerial Number:    WD-WCAZA" +
-          to_string(disk) +
-          "\nFirmware Version: 51.0AB51\nUser Capacity:    2,000,398,934,016 bytes [2.00 TB]\n"
-          "ATA Version is:   ATA8-ACS (minor revision not indicated)\n"
-          "SMART support is: Available - device has SMART capability.\nSMART support is: "
-          "Enabled\n\n"
-          "=== START OF READ SMART DATA SECTION ===\n"
-          "SMART overall-health self-assessment test result: PASSED\n");
+      to_string(disk) +
+      "\nFirmware Version: 51.0AB51\nUser Capacity:    2,000,398,934,016 bytes [2.00 TB]\n"
+      "ATA Version is:   ATA8-ACS (minor revision not indicated)\n"
+      "SMART support is: Available - device has SMART capability.\nSMART support is: Enabled\n\n"
+      "=== START OF READ SMART DATA SECTION ===\n"
+      "SMART overall-health self-assessment test result: PASSED\n";
+  can("smartctl -d marvell -T permissive -Hi /dev/" + disk_name(disk), summary);
+  can("smartctl -d marvell -T permissive -Hi --attributes /dev/" + disk_name(disk),
+      summary +
+          "\nSMART Attributes Data Structure revision number: 16\n"
+          "Vendor Specific SMART Attributes with Thresholds:\nID# ATTRIBUTE_NAME          FLAG     "
+          "VALUE WORST THRESH TYPE      UPDATED  WHEN_FAILED RAW_VALUE\n"
+          "  1 Raw_Read_Error_Rate     0x002f   200   200   051    Pre-fail  Always       -       "
+          "0\n"
+          "  3 Spin_Up_Time            0x0027   175   170   021    Pre-fail  Always       -       "
+          "6225\n"
+          "  5 Reallocated_Sector_Ct   0x0033   200   200   140    Pre-fail  Always       -       "
+          "0\n"
+          "  9 Power_On_Hours          0x0032   091   091   000    Old_age   Always       -       "
+          "7003\n"
+          "194 Temperature_Celsius     0x0022   117   103   000    Old_age   Always       -       "
+          "33\n");
 }
 
 void add_disks(int count) {

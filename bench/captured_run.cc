@@ -17,7 +17,7 @@ constexpr char limit[] =
 /// Temporary file, command runner, `cat`, parsing, removal.
 void run_captured() {
   orv::array_list arrays;
-  arrays.read(get_mdinfo_from_proc);
+  orv::check(arrays.read(get_mdinfo_from_proc));
 }
 
 void run_directly() { run_program({"/usr/bin/cat", "/proc/mdstat"}, "/tmp/direct"); }

@@ -3,11 +3,11 @@
 
 #include <orv/scoped.h>
 #include <orv/service.h>
+#include <orv/support.h>
 #include <orv/system.h>
 
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 namespace bench {
 
@@ -21,30 +21,38 @@ struct getter {
 template <auto Function, class List>
 void call_getter() {
   List list;
-  list.read(Function);
+  orv::check(list.read(Function));
 }
 
+/// Of all disks, which are listed first.
 inline void call_smart_info_get() {
   orv::disk_list disks;
-  disks.read(disks_info_get);
-  smart_info_get(disks.get());
+  orv::check(disks.read(disks_info_get));
+  orv::check(smart_info_get(disks.get()));
 }
 
-inline void must_succeed(int result, const char* what) {
-  if (result != ORV_OK) throw std::runtime_error(what);
+inline void call_smart_info_get_of_attributes() {
+  orv::disk_list disks;
+  orv::check(disks.read(disks_info_get));
+  liborv_strncpy(disks.get()->smart.smart_enabled, sizeof disks.get()->smart.smart_enabled,
+                 "detail");
+  orv::check(smart_info_get(disks.get()));
+  for (const tag_disk_info& disk : disks) {
+    if (orv::records(disk.smart_list).empty()) throw std::runtime_error("no attributes");
+  }
 }
 
 template <auto Function>
 void call_status_getter() {
-  must_succeed(Function(), "a daemon does not run");
+  orv::check(Function());
 }
 
 inline void call_pwstate_get() {
   char state[32] = "";
-  must_succeed(pwstate_get(state, sizeof state), "pwstate_get");
+  orv::check(pwstate_get(state, sizeof state));
 }
 
-inline void call_procinfo_get() { must_succeed(procinfo_get("/tmp/processes"), "procinfo_get"); }
+inline void call_procinfo_get() { orv::check(procinfo_get("/tmp/processes")); }
 
 /// Those that run tools for what grows with the machine.
 inline constexpr getter getters[] = {
@@ -58,6 +66,7 @@ inline constexpr getter getters[] = {
     {"share_get", call_getter<share_get, orv::share_list>,
      "starting the tools, and statfs of each share's path"},
     {"share_conn_get", call_getter<share_conn_get, orv::connection_list>},
+    {"smart_info_get of attributes", call_smart_info_get_of_attributes},
 };
 
 /// Those that run one or two tools on any machine.

@@ -2,6 +2,8 @@
 #include "bench/getters.h"
 
 #include <algorithm>
+#include <stdexcept>
+#include <string>
 
 #include "bench/appliance.h"
 #include "bench/clock.h"
@@ -18,10 +20,17 @@ double time_outside(void (*call)()) {
   return processor_time() - start;
 }
 
-double commands_of(void (*call)()) {
+double processes_of(void (*call)()) {
   const watch watching;
   call();
-  return static_cast<double>(watching.seen().commands.size());
+  return watching.seen().processes;
+}
+
+/// Throws for a number that is not the documented one, a smaller one too.
+double expected_processes_of(void (*call)(), double expected) {
+  const double started = processes_of(call);
+  if (started != expected) throw std::runtime_error(std::to_string(started) + " processes");
+  return expected;
 }
 
 struct documented {
@@ -85,10 +94,10 @@ void add(rows& all, const documented& each) {
   const std::string many = std::to_string(number_of(each.many)) + ' ' + records_of(each);
   const std::string few = std::to_string(number_of(each.few)) + ' ' + records_of(each);
   const auto call = each.asked.call;
-  const side commands = [call] { return commands_of(call); };
   const double expected = each.commands(each.many);
+  const side processes = [=] { return expected_processes_of(call, expected); };
   all.push_back({"processes of " + name + ", " + many, "documented number", 1.0,
-                 "nothing: exactly the documented commands", nullptr, on(each.many, commands),
+                 "nothing: exactly the documented commands", nullptr, on(each.many, processes),
                  [expected] { return expected; }, 1, unit::count});
   const side outside = [call] { return time_outside(call); };
   all.push_back({name + " outside its tools, " + many, few, 1.1 * each.growth,

@@ -16,11 +16,14 @@ namespace {
 
 struct options {
   const char* json = nullptr;
+  const char* ours = nullptr;
+  const char* others = nullptr;
   int rounds = 0;
 };
 
 int usage() {
-  std::cerr << "usage: orv_bench [--rounds=N] --json=FILE [--benchmark_...]\n";
+  std::cerr << "usage: orv_bench [--rounds=N] --json=FILE [--benchmark_...]\n"
+               "       orv_bench --ours=ROW | --others=ROW    one side once, for a profiler\n";
   return 2;
 }
 
@@ -34,6 +37,10 @@ bool understood(const char* word, options& wanted) {
     wanted.rounds = std::atoi(rounds);
   } else if (const char* const path = value_of(word, "--json=")) {
     wanted.json = path;
+  } else if (const char* const row = value_of(word, "--ours=")) {
+    wanted.ours = row;
+  } else if (const char* const compared = value_of(word, "--others=")) {
+    wanted.others = compared;
   } else {
     return false;
   }
@@ -63,6 +70,16 @@ class reporter : public benchmark::JSONReporter {
   bool complete_ = true;
 };
 
+int run_once(std::string_view name, bench::side bench::row::*measured) {
+  for (const bench::row& each : all_rows()) {
+    if (each.name != name) continue;
+    if (each.prepare) each.prepare();
+    (each.*measured)();
+    return 0;
+  }
+  return usage();
+}
+
 /// What the library prints is none of the table's.
 void silence_library() {
   const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
@@ -76,6 +93,12 @@ int main(int count, char** words) {
   options wanted;
   for (int i = 1; i < count; ++i) {
     if (!understood(words[i], wanted)) return usage();
+  }
+  if (wanted.ours != nullptr || wanted.others != nullptr) {
+    bench::enter_machine();
+    silence_library();
+    return wanted.ours != nullptr ? run_once(wanted.ours, &bench::row::ours)
+                                  : run_once(wanted.others, &bench::row::others);
   }
   std::ofstream file(wanted.json == nullptr ? "" : wanted.json);
   if (!file) return usage();

@@ -14,14 +14,14 @@ template <auto Getter, class List>
 double heap_of(moment asked) {
   List list;
   const heap_watch heap;
-  list.read(Getter);
+  orv::check(list.read(Getter));
   return static_cast<double>(asked == moment::end ? heap.kept() : heap.peak());
 }
 
 template <auto Getter, class List>
 double sum_of_records() {
   List list;
-  list.read(Getter);
+  orv::check(list.read(Getter));
   return static_cast<double>(list.size() * sizeof(typename List::record));
 }
 

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <stdexcept>
 #include <vector>
 
 #include "bench/appliance.h"
@@ -21,24 +22,27 @@ namespace {
 constexpr int entries = 10'000;
 constexpr char ini_path[] = "/tmp/same_size.ini";
 
+/// @return the number of records
 template <int (*Reader)(int, tag_shareconf_list*)>
-void read_shares(const char* path) {
+std::size_t read_shares(const char* path) {
   const int file = open(path, O_RDONLY | O_CLOEXEC);
   orv::share_list shares;
-  shares.read([file](tag_shareconf_list* list) { return Reader(file, list); });
+  orv::check(shares.read([file](tag_shareconf_list* list) { return Reader(file, list); }));
   close(file);
+  return shares.size();
 }
 
 template <auto Getter, class List>
-void read_list(const char* /*path*/) {
+std::size_t read_list(const char* /*path*/) {
   List list;
-  list.read(Getter);
+  orv::check(list.read(Getter));
+  return list.size();
 }
 
 struct reader {
   const char* name;
   const char* path;
-  void (*read)(const char* path);
+  std::size_t (*read)(const char* path);
   bool is_ini;
   std::size_t record_size;
 };
@@ -66,8 +70,9 @@ std::string ini_of_size(std::size_t size) {
     text += "[share" + number + "]\n    comment = what the people of room " + number +
             " share\n    path = /mnt/pool" + number + "/share\n    writable = yes\n";
   }
-  text.resize(size - 1);
-  return text + '\n';
+  // The rest of the last line that does not fit is a remark.
+  text.resize(text.rfind('\n', size - 2) + 1);
+  return text + std::string(size - text.size() - 1, '#') + '\n';
 }
 
 /// Each entry is one of the file's own service.
@@ -82,9 +87,15 @@ void write_configuration(const reader& measured) {
   write_file(ini_path, measured.is_ini ? read_file(path) : ini_of_size(read_file(path).size()));
 }
 
+void read_every_entry(const reader& measured) {
+  if (measured.read(measured.path) != entries) throw std::runtime_error("not every entry is read");
+}
+
 void read_by_glib() {
   GKeyFile* const file = g_key_file_new();
-  g_key_file_load_from_file(file, ini_path, G_KEY_FILE_NONE, nullptr);
+  if (g_key_file_load_from_file(file, ini_path, G_KEY_FILE_NONE, nullptr) == FALSE) {
+    throw std::runtime_error("GKeyFile");
+  }
   g_key_file_free(file);
 }
 
@@ -95,7 +106,7 @@ int take(void* count, const char* /*section*/, const char* /*name*/, const char*
 
 void read_by_inih() {
   int settings = 0;
-  ini_parse(ini_path, take, &settings);
+  if (ini_parse(ini_path, take, &settings) != 0) throw std::runtime_error("inih");
 }
 
 /// What a program keeps that reads such a file: a record for each section, and the values in it.
@@ -136,7 +147,7 @@ class kept_sections {
 
 void read_by_inih_into_records(std::size_t record_size) {
   kept_sections kept(record_size);
-  ini_parse(ini_path, kept_sections::take, &kept);
+  if (ini_parse(ini_path, kept_sections::take, &kept) != 0) throw std::runtime_error("inih");
 }
 
 }  // namespace
@@ -145,7 +156,7 @@ void add_readers(rows& all) {
   constexpr char limit[] = "filling the records: each is cleared, filled and released";
   for (const reader& measured : readers) {
     const auto prepare = [measured] { write_configuration(measured); };
-    const side ours = time_of([measured] { measured.read(measured.path); });
+    const side ours = time_of([measured] { read_every_entry(measured); });
     const std::string name = std::string(measured.name) + ", 10,000 entries";
     all.push_back(
         {name + ", GKeyFile", "GKeyFile", 0.5, limit, prepare, ours, time_of(read_by_glib), 31});

@@ -1,17 +1,24 @@
 #include "bench/watch.h"
 
+#include <dirent.h>
 #include <dlfcn.h>
+#include <mntent.h>
 #include <orv/support.h>
+#include <spawn.h>
 #include <sys/stat.h>
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <string>
 
 #define INTERPOSED __attribute__((visibility("default")))
 
 namespace {
 
 bench::watched* watched_now = nullptr;
+std::map<int, std::string> paths_of_descriptors;  // as they were opened last
 
 template <class Function>
 Function* next(const char* name) {
@@ -26,6 +33,16 @@ void count_sync(int file) {
   struct stat examined {};
   if (watched_now == nullptr || fstat(file, &examined) != 0) return;
   ++(S_ISDIR(examined.st_mode) ? watched_now->directory_syncs : watched_now->file_syncs);
+}
+
+void count_rewrite(int file) {
+  if (watched_now == nullptr) return;
+  const auto known = paths_of_descriptors.find(file);
+  if (known != paths_of_descriptors.end()) ++watched_now->rewrites[known->second];
+}
+
+void count_process() {
+  if (watched_now != nullptr) ++watched_now->processes;
 }
 
 }  // namespace
@@ -58,7 +75,42 @@ INTERPOSED int open64(const char* path, int flags, ...) {
   const mode_t mode = va_arg(values, mode_t);
   va_end(values);
   count_open(path);
-  return real(path, flags, mode);
+  const int file = real(path, flags, mode);
+  if (watched_now != nullptr && file >= 0) paths_of_descriptors[file] = path;
+  return file;
+}
+
+INTERPOSED DIR* opendir(const char* path) {
+  static auto* const real = next<DIR*(const char*)>("opendir");
+  count_open(path);
+  return real(path);
+}
+
+INTERPOSED FILE* setmntent(const char* path, const char* mode) noexcept {
+  static auto* const real = next<FILE*(const char*, const char*)>("setmntent");
+  count_open(path);
+  return real(path, mode);
+}
+
+INTERPOSED int ftruncate64(int file, off64_t size) noexcept {
+  static auto* const real = next<int(int, off64_t)>("ftruncate64");
+  count_rewrite(file);
+  return real(file, size);
+}
+
+INTERPOSED int posix_spawnp(pid_t* child, const char* program,
+                            const posix_spawn_file_actions_t* actions,
+                            const posix_spawnattr_t* attributes, char* const arguments[],
+                            char* const variables[]) {
+  static auto* const real = next<decltype(posix_spawnp)>("posix_spawnp");
+  count_process();
+  return real(child, program, actions, attributes, arguments, variables);
+}
+
+INTERPOSED int system(const char* command) {
+  static auto* const real = next<int(const char*)>("system");
+  count_process();
+  return real(command);
 }
 
 INTERPOSED int fsync(int file) {

@@ -1,11 +1,9 @@
-#include <chrono>
-
 #include "tests/share/insist.h"
 #include "tests/share/share_machine.h"
 
 using many_shares = share_test;
 
-TEST_F(many_shares, take_one_more_without_delay) {
+TEST_F(many_shares, take_one_more) {
   constexpr int count = 10000;
   std::string all_shares;
   std::string all_offered = global;
@@ -16,10 +14,7 @@ TEST_F(many_shares, take_one_more_without_delay) {
   shares(all_shares);
   smb(all_offered);
   tag_share_config share = a_share("new");
-  const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(share_add(&share), ORV_OK);
-  const auto taken = std::chrono::steady_clock::now() - start;
-  EXPECT_LT(taken, std::chrono::seconds(5));
   EXPECT_EQ(names_in(smb_path, get_share_from_smb).size(), 10001U);
   EXPECT_EQ(names_in(shares_path, get_share_from_conf).back(), "new");
 }

@@ -1,4 +1,3 @@
-#include <chrono>
 
 #include "tests/user/bent_accounts.h"
 #include "tests/user/user_machine.h"
@@ -154,7 +153,7 @@ TEST_F(account_check, needs_no_group_file) {
   EXPECT_EQ(add_bob(), ORV_OK);
 }
 
-TEST_F(account_check, takes_a_time_that_grows_with_the_number_of_accounts_only) {
+TEST_F(account_check, asks_for_one_group_however_many_accounts_there_are) {
   std::string accounts;
   std::string own_groups;
   std::string hashes;
@@ -170,9 +169,7 @@ TEST_F(account_check, takes_a_time_that_grows_with_the_number_of_accounts_only) 
   groups(own_groups);
   machine.file("/etc/shadow", hashes, 0640);
   users(listed);
-  const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(add_bob(), ORV_OK);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
   EXPECT_THAT(bent::take_looked_up_groups(), ElementsAre(10500));
   EXPECT_EQ(users(), listed + "bob||secret\n");
   EXPECT_EQ(machine.read("/etc/shadow").substr(0, hashes.size()), hashes);
