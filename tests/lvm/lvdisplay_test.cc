@@ -46,8 +46,16 @@ TEST_F(lvdisplay, reads_a_pool_with_the_enclosure_of_its_group) {
   EXPECT_EQ(only().used, 0U);
   EXPECT_STREQ(only().vgname, "vg0");
   EXPECT_STREQ(only().enclosure, "1");
-  EXPECT_EQ(machine.commands().at(0), "/sbin/lvdisplay -c > /tmp/lvdisplay.XXXXXX ");
-  EXPECT_EQ(machine.commands().at(1), "/sbin/vgdisplay -c > /tmp/vgdisplay.XXXXXX");
+  EXPECT_THAT(machine.commands(),
+              ElementsAre("/sbin/lvdisplay -c > /tmp/lvdisplay.XXXXXX ",
+                          "/sbin/vgdisplay -c > /tmp/vgdisplay.XXXXXX",
+                          "/sbin/pvdisplay -c > /tmp/pvdisplay.XXXXXX",
+                          "cat /proc/mdstat > /tmp/mdstat.XXXXXX",
+                          "cat /proc/scsi/mvSata/0 > /tmp/disk0.XXXXXX",
+                          "/usr/local/bin/hotspare --list > /tmp/hotspare.XXXXXX",
+                          "cat /proc/mdstat > /tmp/mdstat.XXXXXX",
+                          "cat /proc/scsi/mvSata/0 > /tmp/disk0.XXXXXX",
+                          "/usr/local/bin/hotspare --list > /tmp/hotspare.XXXXXX"));
   EXPECT_THAT(machine.temp_files(), ElementsAre());
   EXPECT_EQ(machine.log(), "");
   EXPECT_EQ(machine.output(), "");
