@@ -72,7 +72,7 @@ void read_from_child(const std::function<void(const byte_writer&)>& work, void* 
   if (status != 0 || !is_whole) throw std::runtime_error("failed, for the reason told above");
 }
 
-int run_program(const std::vector<std::string>& words, const std::string& output) {
+void run_program(const std::vector<std::string>& words, const std::string& output) {
   std::vector<char*> arguments;
   for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
@@ -84,7 +84,7 @@ int run_program(const std::vector<std::string>& words, const std::string& output
   const int error = posix_spawn(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) throw std::system_error(error, std::generic_category(), words[0]);
-  return wait_for(child);
+  if (wait_for(child) != 0) throw std::runtime_error(words.back() + " failed");
 }
 
 }  // namespace bench

@@ -9,8 +9,8 @@
 
 namespace bench {
 
-/// Runs a program with its output in a file. @return its wait status
-int run_program(const std::vector<std::string>& words, const std::string& output = "/dev/null");
+/// Runs a program with its output in a file. Throws when it cannot be started or fails.
+void run_program(const std::vector<std::string>& words, const std::string& output = "/dev/null");
 
 /// Runs `work` in a child, whose writer passes bytes on. Throws when the child fails.
 using byte_writer = std::function<void(const void* bytes, std::size_t size)>;

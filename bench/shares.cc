@@ -112,7 +112,7 @@ void add_share_get(rows& all) {
                           with_shares(few, services::mixed, opens),
                           "nothing: a file is read once"));
   }
-  all.push_back(counted("opens of all files and commands of share_get, 10,000 shares",
+  all.push_back(counted("opens of all files, and commands, of share_get, 10,000 shares",
                         "the same, 1,000 shares", with_shares(many, services::mixed, all_opens),
                         with_shares(few, services::mixed, all_opens),
                         "nothing: a file is read once"));
@@ -134,7 +134,7 @@ void add_share_changes(rows& all) {
       all.push_back(counted(
           "rewrites of " + path + " by " + name, "as many as allowed",
           with_shares(many, services::samba, [=] { return rewrites_of(path, make); }),
-          [] { return 1.0; }, "nothing: a file is written once"));
+          [] { return 1.0; }, "nothing: the file itself is written once, and its text beside it"));
     }
     const side allowed = [] { return 2.0; };
     all.push_back(counted("file syncs of " + name, "as many as allowed", counting(file_syncs_of),

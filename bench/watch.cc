@@ -49,7 +49,10 @@ void count_process() {
 
 namespace bench {
 
-watch::watch() { watched_now = &seen_; }
+watch::watch() {
+  paths_of_descriptors.clear();
+  watched_now = &seen_;
+}
 watch::~watch() { watched_now = nullptr; }
 
 }  // namespace bench

@@ -11,8 +11,8 @@ namespace bench {
 struct watched {
   std::vector<std::string> commands;  ///< what the command runner was given
   std::map<std::string, int> opens;   ///< of each path
-  int processes = 0;                  ///< that were started
-  /// Of each file that was cut short, as a rewrite in place begins.
+  int processes = 0;                  ///< that commands were started in, in vain too
+  /// Of each file that was cut short, as a rewrite in place does once.
   std::map<std::string, int> rewrites;
   int file_syncs = 0;
   int directory_syncs = 0;

@@ -1,4 +1,3 @@
-
 #include "tests/user/bent_accounts.h"
 #include "tests/user/user_machine.h"
 
