@@ -242,6 +242,7 @@ std::vector<subject> list_subjects() {
        .documented = group_list,
        .prepare = with_list<tag_vginfo_list>(vg_get),
        .model = "KTA7120U",
+       .cut_short = {"/tmp/mdstat.XXXXXX"},
        .leaves = {"/tmp/mdstat.XXXXXX"},
        .may_tell_less = true},
       {.name = "get_vginfo_from_vgdisplay(tag_vginfo_list*)",

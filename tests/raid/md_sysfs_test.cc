@@ -166,7 +166,7 @@ void md_sysfs::expect_told(const char* function, int error, int result, int usua
   for (int nth = 1; nth <= usual_calls; ++nth) {
     md_list list;
     tag_md_info& md = list.add("md0");
-    liborv_strncpy(md.level, sizeof md.level, "raid5");
+    liborv_strncpy(md.level, sizeof md.level, "raid0");  // which bears no loss
     liborv_strncpy(md.state, sizeof md.state, "clean");
     machine.fail(function, error, nth);
     const int got = get_mdinfo_from_sysblock(list.get());
@@ -182,6 +182,8 @@ TEST_F(md_sysfs, member_whose_state_cannot_be_read_just_now_is_no_lost_one) {
   put_members("md0", 3, {{"sda"}, {"sdb"}, {"sdc"}});
   expect_told("open", EMFILE, ORV_E_MD_SYSFS, 30);
   expect_told("open", ENODEV, ORV_OK, 30);
+  expect_told("read", EIO, ORV_E_MD_SYSFS, 30);
+  expect_told("read", ENODEV, ORV_OK, 30);
   expect_told("readdir", EIO, ORV_E_MD_SYSFS, 30);
 }
 
