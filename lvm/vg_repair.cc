@@ -1,12 +1,16 @@
+#include <fcntl.h>
 #include <orv/lvm.h>
 #include <orv/raid.h>
 
 #include <string>
+#include <string_view>
 
 #include "common/command.h"
 #include "common/families.h"
+#include "common/handles.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "common/whole_file.h"
 #include "lvm/vg_backup.h"
 
 namespace {
@@ -14,6 +18,35 @@ namespace {
 /// What the repairs return when a lost volume was dealt with, whether or not their tools succeeded;
 /// callers then look again.
 constexpr int handled = ORV_E_FAILED;
+
+/// What the kernel says of an array; empty when it says nothing.
+std::string kernel_word(const tag_md_info& md, const char* attribute) {
+  constexpr std::size_t longest_word = 64;
+  const std::string path = "/sys/block/" + std::string(orv::text_of(md.name)) + "/md/" + attribute;
+  const orv::unique_descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  std::string text;
+  if (!file || !orv::read_up_to(file.get(), text, longest_word)) return "";
+  return std::string(orv::trimmed(text));
+}
+
+uint64_t members_that_may_be_lost(std::string_view level) {
+  if (level == "raid6") return 2;
+  return level == "raid5" || level == "raid1" ? 1 : 0;
+}
+
+/// Whether an array only seems to be inactive, and the kernel says that it runs. "inactive" is also
+/// what stays when mdadm told no state, as when a full disk cut short what it said: to fail the
+/// members of such an array would lose what is on them.
+bool runs_all_the_same(const tag_md_info& md) {
+  const std::string state = kernel_word(md, "array_state");
+  if (state.empty() || state == "inactive" || state == "clear") return false;
+  const std::string level = kernel_word(md, "level");
+  if (!level.empty() && level != orv::text_of(md.level)) return true;  // cut short, too
+  const bool is_complete = orv::text_of(md.disks).find('(') == std::string_view::npos;
+  const std::string lost = kernel_word(md, "degraded");
+  return is_complete ||
+         (!lost.empty() && orv::leading_number(lost) <= members_that_may_be_lost(level));
+}
 
 }  // namespace
 
@@ -56,7 +89,7 @@ int vg_check_rm(const char* vgname) try {
   for (tag_md_info& md : raids) {
     if (orv::text_of(md.state) != "inactive") continue;
     // An array that mdadm could not describe has no level, and "inactive" is only its default.
-    if (md.level[0] == '\0') return ORV_E_COMMAND;
+    if (md.level[0] == '\0' || runs_all_the_same(md)) return ORV_E_COMMAND;
     set_raid_faulty(&md);
     pv_check_rm(backup.get(), md.name);
     vgcfgrestore(vgname);

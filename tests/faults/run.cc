@@ -180,7 +180,8 @@ void check_files(const subject& called, const fault& failing, const outcome& goo
                             is_beginning(original_of(path), text, good);
     const bool may_be_mixed =
         may_differ && holds_any(path, called.mixed) && is_mixture(original_of(path), text, good);
-    if (may_be_cut || may_be_mixed || (is_new && holds_any(path, called.leaves))) continue;
+    const bool may_stay = (is_new || lies(failing)) && holds_any(path, called.leaves);
+    if (may_be_cut || may_be_mixed || may_stay) continue;
     // What the disk lists and the volume lists could not read stays for whoever looks into it.
     if (is_new && (failed || called.may_tell_less) && holds_any(path, unread_output)) continue;
     // What cannot be removed stays.

@@ -139,6 +139,7 @@ std::vector<subject> removal_subjects() {
        .prepare =
            [](world& w) {
              w.machine.file("/sys/block/md0/md/dev-sdb/state", "faulty\n");
+             w.machine.file("/sys/block/md0/md/degraded", "2\n");
              return ready_call{.act = [] { return long{vg_check_rm("vg1")}; }};
            },
        .expected = -1,

@@ -126,6 +126,9 @@ void world::put_arrays() {
         .if_asked();
     const std::string md = "/sys/block/" + name + "/md/";
     machine.file(md + "raid_disks", std::to_string(members.size()) + "\n");
+    machine.file(md + "array_state", "clean\n");
+    machine.file(md + "level", level + "\n");
+    machine.file(md + "degraded", progress.empty() && name != "md0" ? "0\n" : "1\n");
     for (const auto& member : members) {
       const auto blank = member.find(' ');
       machine.file(md + "dev-" + member.substr(0, blank) + "/state",

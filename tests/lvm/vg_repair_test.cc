@@ -135,6 +135,42 @@ TEST_F(vg_repair, changes_nothing_when_an_array_cannot_be_described) {
   EXPECT_THAT(changes(), IsEmpty());
 }
 
+TEST_F(vg_repair, changes_nothing_of_an_array_that_runs_and_whose_description_was_cut_short) {
+  changers({"/sbin/pvcreate", "/sbin/vgcfgrestore"});
+  machine.tool("/sbin/mdadm").on("/dev/md1 -f /dev/sda").succeeds();
+  machine.tool("/sbin/mdadm").on("/dev/md1 -f /dev/sdb").succeeds();
+  backup();
+  array("md1", {"sda in_sync", "sdb in_sync"});
+  const std::string whole = machine.read("/canned/dev/md1");
+  canned("dev/md1", whole.substr(0, whole.find("State :")));
+  for (const char* state : {"clean\n", "active-idle\n", "readonly\n"}) {
+    machine.file("/sys/block/md1/md/array_state", state);
+    EXPECT_EQ(vg_check_rm("vg0"), -11000) << state;
+  }
+  EXPECT_THAT(changes(), IsEmpty());
+  // Neither of one that has lost no more than it may.
+  machine.file("/sys/block/md1/md/dev-sdb/state", "faulty\n");
+  machine.file("/sys/block/md1/md/array_state", "clean\n");
+  machine.file("/sys/block/md1/md/level", "raid1\n");
+  machine.file("/sys/block/md1/md/degraded", "1\n");
+  canned("dev/md1", "Raid Level : raid1\nArray Size : 1048576\n");
+  EXPECT_EQ(vg_check_rm("vg0"), -11000);
+  canned("dev/md1", "Raid Level : rai\nArray Size : 1048576\n");
+  EXPECT_EQ(vg_check_rm("vg0"), -11000);
+  EXPECT_THAT(changes(), IsEmpty());
+  canned("dev/md1", "Raid Level : raid1\nArray Size : 1048576\n");
+  machine.file("/sys/block/md1/md/degraded", "2\n");
+  EXPECT_EQ(vg_check_rm("vg0"), -1);
+  machine.file("/sys/block/md1/md/dev-sdb/state", "in_sync\n");
+  // The kernel has the last word, and without it mdadm.
+  for (const char* state : {"inactive\n", "clear\n", ""}) {
+    machine.file("/sys/block/md1/md/array_state", state);
+    EXPECT_EQ(vg_check_rm("vg0"), -1) << state;
+  }
+  machine.remove("/sys/block/md1/md/array_state");
+  EXPECT_EQ(vg_check_rm("vg0"), -1);
+}
+
 TEST_F(vg_repair, changes_nothing_when_the_arrays_cannot_be_listed) {
   backup();
   lost_array("md1", {"sdc in_sync"});
