@@ -207,8 +207,9 @@ ORV_API int vg_get_pv(const char* vgname, char* dev);
 /// Repairs a group one of whose arrays is inactive: fails the array's members, gives its identifier
 /// to "/dev/ram1" and restores the group's metadata. One array per call.
 /// @return ORV_OK when no array is inactive; ORV_E_FAILED (-1) when one was handled; ORV_E_NO_VG
-///         when there is no backup; ORV_E_COMMAND when mdadm could not describe an array, and then
-///         nothing is run; the code of `raid_get`
+///         when there is no backup; ORV_E_COMMAND when mdadm could not describe an array, or not
+///         whole while the kernel says that it runs, and then nothing is run; the code of
+///         `raid_get`
 ORV_API int vg_check_rm(const char* vgname);
 /// Repairs a group for one lost physical volume.
 /// @return the result of `pv_check_rm`; ORV_E_NO_VG when there is no backup
