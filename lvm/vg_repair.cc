@@ -29,9 +29,10 @@ std::string kernel_word(const tag_md_info& md, const char* attribute) {
   return std::string(orv::trimmed(text));
 }
 
-uint64_t members_that_may_be_lost(std::string_view level) {
-  if (level == "raid6") return 2;
-  return level == "raid5" || level == "raid1" ? 1 : 0;
+/// Other levels count as inactive with any member that is lost or spare, even while they run.
+bool has_enough_members(std::string_view level, uint64_t lost) {
+  if (level == "raid6") return lost <= 2;
+  return (level == "raid5" || level == "raid1") && lost <= 1;
 }
 
 /// Whether an array only seems to be inactive, and the kernel says that it runs. "inactive" is also
@@ -42,10 +43,9 @@ bool runs_all_the_same(const tag_md_info& md) {
   if (state.empty() || state == "inactive" || state == "clear") return false;
   const std::string level = kernel_word(md, "level");
   if (!level.empty() && level != orv::text_of(md.level)) return true;  // cut short, too
-  const bool is_complete = orv::text_of(md.disks).find('(') == std::string_view::npos;
+  if (orv::text_of(md.disks).find('(') == std::string_view::npos) return true;
   const std::string lost = kernel_word(md, "degraded");
-  return is_complete ||
-         (!lost.empty() && orv::leading_number(lost) <= members_that_may_be_lost(level));
+  return !lost.empty() && has_enough_members(orv::text_of(md.level), orv::leading_number(lost));
 }
 
 }  // namespace

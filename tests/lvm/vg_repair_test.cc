@@ -3,6 +3,7 @@
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::UnorderedElementsAre;
 
 class vg_repair : public storage_machine {
  protected:
@@ -169,6 +170,39 @@ TEST_F(vg_repair, changes_nothing_of_an_array_that_runs_and_whose_description_wa
   }
   machine.remove("/sys/block/md1/md/array_state");
   EXPECT_EQ(vg_check_rm("vg0"), -1);
+}
+
+TEST_F(vg_repair, takes_the_level_from_mdadm_when_the_kernel_does_not_tell_it) {
+  changers({"/sbin/pvcreate", "/sbin/vgcfgrestore"});
+  machine.tool("/sbin/mdadm").on("/dev/md1 -f /dev/sda").succeeds();
+  backup();
+  array("md1", {"sda in_sync", "sdb faulty"});
+  canned("dev/md1", "Raid Level : raid1\nArray Size : 1048576\n");
+  machine.file("/sys/block/md1/md/array_state", "clean\n");
+  for (const char* level : {"raid1\n", ""}) {
+    machine.file("/sys/block/md1/md/level", level);
+    machine.file("/sys/block/md1/md/degraded", "1\n");
+    EXPECT_EQ(vg_check_rm("vg0"), -11000) << level;
+    EXPECT_THAT(changes(), IsEmpty()) << level;
+  }
+  machine.file("/sys/block/md1/md/degraded", "2\n");
+  EXPECT_EQ(vg_check_rm("vg0"), -1);
+}
+
+TEST_F(vg_repair, repairs_an_array_that_runs_when_its_level_allows_no_lost_or_spare_member) {
+  changers({"/sbin/pvcreate", "/sbin/vgcfgrestore"});
+  machine.tool("/sbin/mdadm").on("/dev/md1 -f *").succeeds();
+  backup();
+  array("md1", {"sda in_sync", "sdb in_sync", "sdc spare"});
+  canned("dev/md1", "Raid Level : raid10\nArray Size : 1048576\nState : clean\n");
+  machine.file("/sys/block/md1/md/array_state", "clean\n");
+  machine.file("/sys/block/md1/md/level", "raid10\n");
+  machine.file("/sys/block/md1/md/degraded", "0\n");
+  EXPECT_EQ(vg_check_rm("vg0"), -1);
+  EXPECT_THAT(changes(), UnorderedElementsAre(
+                             "/sbin/mdadm /dev/md1 -f /dev/sda", "/sbin/mdadm /dev/md1 -f /dev/sdb",
+                             "/sbin/mdadm /dev/md1 -f /dev/sdc", "/sbin/pvcreate -u a-1 /dev/ram1",
+                             "/sbin/vgcfgrestore vg0"));
 }
 
 TEST_F(vg_repair, changes_nothing_when_the_arrays_cannot_be_listed) {
