@@ -1,8 +1,10 @@
 #include <cerrno>
 
 #include "tests/fs/machine_with_pools.h"
+#include "tests/lvm/list_commands.h"
 
 using testing::ElementsAre;
+using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 namespace {
@@ -34,16 +36,7 @@ TEST_F(fs_get_of, a_mounted_pool_shows_the_figures_of_its_file_system) {
   machine.directory("/mnt/data");
   machine.statfs("/mnt/data", of_10_gib);
   EXPECT_EQ(shown(), "/dev/vg1/data\t/mnt/data\tavailable\t10240M\t9216M\tvg1\t2\n");
-  EXPECT_THAT(machine.commands(),
-              ElementsAre("/sbin/lvdisplay -c > /tmp/lvdisplay.XXXXXX ",
-                          "/sbin/vgdisplay -c > /tmp/vgdisplay.XXXXXX",
-                          "/sbin/pvdisplay -c > /tmp/pvdisplay.XXXXXX",
-                          "cat /proc/mdstat > /tmp/mdstat.XXXXXX",
-                          "cat /proc/scsi/mvSata/0 > /tmp/disk0.XXXXXX",
-                          "/usr/local/bin/hotspare --list > /tmp/hotspare.XXXXXX",
-                          "cat /proc/mdstat > /tmp/mdstat.XXXXXX",
-                          "cat /proc/scsi/mvSata/0 > /tmp/disk0.XXXXXX",
-                          "/usr/local/bin/hotspare --list > /tmp/hotspare.XXXXXX"));
+  EXPECT_THAT(machine.commands(), ElementsAreArray(list_commands::pools()));
 }
 
 TEST_F(fs_get_of, several_pools_keeps_the_order_of_the_mount_table) {

@@ -1,6 +1,8 @@
+#include "tests/lvm/list_commands.h"
 #include "tests/lvm/storage_machine.h"
 
 using testing::ElementsAre;
+using testing::ElementsAreArray;
 
 class lvdisplay : public storage_machine {
  protected:
@@ -46,16 +48,7 @@ TEST_F(lvdisplay, reads_a_pool_with_the_enclosure_of_its_group) {
   EXPECT_EQ(only().used, 0U);
   EXPECT_STREQ(only().vgname, "vg0");
   EXPECT_STREQ(only().enclosure, "1");
-  EXPECT_THAT(machine.commands(),
-              ElementsAre("/sbin/lvdisplay -c > /tmp/lvdisplay.XXXXXX ",
-                          "/sbin/vgdisplay -c > /tmp/vgdisplay.XXXXXX",
-                          "/sbin/pvdisplay -c > /tmp/pvdisplay.XXXXXX",
-                          "cat /proc/mdstat > /tmp/mdstat.XXXXXX",
-                          "cat /proc/scsi/mvSata/0 > /tmp/disk0.XXXXXX",
-                          "/usr/local/bin/hotspare --list > /tmp/hotspare.XXXXXX",
-                          "cat /proc/mdstat > /tmp/mdstat.XXXXXX",
-                          "cat /proc/scsi/mvSata/0 > /tmp/disk0.XXXXXX",
-                          "/usr/local/bin/hotspare --list > /tmp/hotspare.XXXXXX"));
+  EXPECT_THAT(machine.commands(), ElementsAreArray(list_commands::pools()));
   EXPECT_THAT(machine.temp_files(), ElementsAre());
   EXPECT_EQ(machine.log(), "");
   EXPECT_EQ(machine.output(), "");

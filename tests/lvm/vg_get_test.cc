@@ -1,6 +1,8 @@
+#include "tests/lvm/list_commands.h"
 #include "tests/lvm/storage_machine.h"
 
 using testing::ElementsAre;
+using testing::ElementsAreArray;
 
 class getting_groups : public storage_machine {
  protected:
@@ -20,15 +22,7 @@ TEST_F(getting_groups, lists_groups_with_their_volumes) {
             "3\tAllocatable:yes \t0\t10G\t0G\tvg0\n"
             "vg1\tresizable\t\t100G\t0G\n"
             "md1\tAllocatable:yes \t\t10G\t0G\tvg1\n");
-  EXPECT_THAT(machine.commands(),
-              ElementsAre("/sbin/vgdisplay -c > /tmp/vgdisplay.XXXXXX",
-                          "/sbin/pvdisplay -c > /tmp/pvdisplay.XXXXXX",
-                          "cat /proc/mdstat > /tmp/mdstat.XXXXXX",
-                          "cat /proc/scsi/mvSata/0 > /tmp/disk0.XXXXXX",
-                          "/usr/local/bin/hotspare --list > /tmp/hotspare.XXXXXX",
-                          "cat /proc/mdstat > /tmp/mdstat.XXXXXX",
-                          "cat /proc/scsi/mvSata/0 > /tmp/disk0.XXXXXX",
-                          "/usr/local/bin/hotspare --list > /tmp/hotspare.XXXXXX"));
+  EXPECT_THAT(machine.commands(), ElementsAreArray(list_commands::groups()));
   EXPECT_THAT(machine.temp_files(), ElementsAre());
   EXPECT_THAT(machine.open_descriptors(), ElementsAre());
 }
