@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "support/companion_path.h"
+
 namespace fuzz {
 
 namespace {
@@ -86,6 +88,10 @@ void machine::remove(std::string_view path) {
   if (found == entries_.end()) return;
   gone_.push_back(std::move(*found));
   entries_.erase(found);
+}
+
+bool machine::has_room_for(std::string_view path) const {
+  return now.tv_sec != 0 || !path.starts_with(orv::support::companions_directory);
 }
 
 const std::string* machine::text(std::string_view path) const {

@@ -14,7 +14,7 @@
 /// The machine that the library runs on while it is fuzzed: files in memory, and no process at all.
 ///
 /// The library's objects are the ones that are installed. Their calls of the C library that would
-/// reach the machine go to functions of `calls.cc` (calls.txt says which), so that an execution
+/// reach the machine go to functions of `calls/` (calls.txt says which), so that an execution
 /// makes no system call and hundreds of thousands of them fit a second.
 
 namespace fuzz {
@@ -34,6 +34,8 @@ class machine {
 
   void put(std::string_view path, std::string_view text);
   void remove(std::string_view path);
+  /// Whether a file can be made here.
+  bool has_room_for(std::string_view path) const;
   /// The text of a file; NULL when there is none.
   const std::string* text(std::string_view path) const;
   std::shared_ptr<file> find(std::string_view path) const;
