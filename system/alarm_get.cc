@@ -1,5 +1,7 @@
 #include <orv/alarm.h>
 
+#include <cerrno>
+#include <new>
 #include <string>
 
 #include "common/families.h"
@@ -14,15 +16,19 @@
 
 namespace {
 
-/// False without memory.
-bool add_alarm(tag_alarm_list* list, const orv::alarm_unit& unit) {
+/// False without memory; then the list is as it was.
+bool add_alarm(tag_alarm_list* list, const orv::alarm_unit& unit) try {
+  const std::string time = orv::local_time_text(unit.time).value_or("");
   tag_alarm_info* const alarm = orv::append(list);
   if (alarm == nullptr) return false;
   orv::set_text(alarm->id, std::to_string(unit.id));
   orv::set_text(alarm->name, orv::text_of(unit.name));
-  orv::set_text(alarm->time, orv::local_time_text(unit.time).value_or(""));
+  orv::set_text(alarm->time, time);
   orv::set_text(alarm->text, orv::text_of(unit.text));
   return true;
+} catch (const std::bad_alloc&) {
+  errno = ENOMEM;
+  return false;
 }
 
 int ask(tag_alarm_list* list, int socket, const orv::deadline& end) {

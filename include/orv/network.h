@@ -45,16 +45,16 @@ ORV_API void netcard_list_show(const tag_netcard_list* list);
 
 /// Appends the interfaces that are up and have an IPv4 address, but for "lo", in the kernel's
 /// order. An alias gives one more record of its base interface, with the base's addresses. An
-/// interface that the kernel does not tell about is left out. What went wrong is printed, not
-/// logged.
+/// interface that the kernel does not tell about is left out. What went wrong is printed; only want
+/// of memory and a NULL list are logged.
 /// @return ORV_OK; ORV_E_FAILED when the kernel's interface table cannot be read, there is no
 ///         memory, or for a NULL list
 ORV_API int netcard_get(tag_netcard_list* list);
 
 /// Looks up the gateway of an interface: the "gateway" line between the line that ends in the
 /// interface's name ("auto eth0") and the second "iface" line behind it. Words of a line are
-/// separated by one blank. What went wrong is not logged; "open error" is printed when the file
-/// cannot be opened.
+/// separated by one blank. What went wrong is not logged, but for want of memory; "open error" is
+/// printed when the file cannot be opened.
 /// @param gateway  at least 16 bytes; unchanged unless the result is ORV_OK
 /// @return ORV_OK; ORV_E_FAILED when the file cannot be opened or read, or `gateway` is NULL;
 ///         ORV_E_NO_GATEWAY when there is none, or it is no dotted IPv4 address

@@ -45,7 +45,9 @@ class without_memory : public sandbox_test {
       } else {
         has_failed = true;
         EXPECT_THAT(codes, testing::Contains(got.result)) << at;
-        EXPECT_LE(got.found.size(), good.found.size()) << at;
+        ASSERT_LE(got.found.size(), good.found.size()) << at;
+        const auto last = good.found.begin() + static_cast<std::ptrdiff_t>(got.found.size());
+        EXPECT_EQ(got.found, sandbox::lines(good.found.begin(), last)) << at;
       }
       if (allocations_ <= at) break;
     }
@@ -85,14 +87,15 @@ TEST_F(without_memory, alarms_are_not_all_there) {
     tag_alarm_list list;
     alarm_list_init(&list);
     const int result = watched([&] { return alarm_socket_get(&list, ends[0]); });
-    attempt got{result, told<tag_alarm_info>(list, &tag_alarm_info::node,
-                                             [](const auto& alarm) { return alarm.text; })};
+    attempt got{result, told<tag_alarm_info>(list, &tag_alarm_info::node, [](const auto& alarm) {
+                  return std::string(alarm.id) + alarm.time + alarm.text;
+                })};
     alarm_list_fini(&list);
     close(ends[0]);
     close(ends[1]);
     return got;
   };
-  expect_codes(ask, {ORV_E_ALARM_ITEM, ORV_E_FAILED});
+  expect_codes(ask, {ORV_E_ALARM_ITEM});
 }
 
 TEST_F(without_memory, iscsi_sessions_are_not_all_there) {

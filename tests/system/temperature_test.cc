@@ -34,6 +34,14 @@ TEST_F(temperature, that_cannot_be_read_is_reported_and_the_buffer_cleared) {
   EXPECT_EQ(tmp_get(nullptr, 8), ORV_E_TEMPERATURE);
 }
 
+TEST_F(temperature, that_is_not_in_the_state_file_is_reported) {
+  model("ZOR7130L");
+  EXPECT_EQ(ask(tmp_get), (answer_of_getter{-1010, ""}));
+  zor_state("temp=41\n");
+  EXPECT_EQ(ask(tmp_get), (answer_of_getter{-1010, ""}));
+  EXPECT_EQ(machine.log_lines().size(), 2U);
+}
+
 TEST_F(temperature, needs_the_device_model) {
   kta_state("temp(cpu)=49\n");
   EXPECT_EQ(ask(tmp_get), (answer_of_getter{-1001, ""}));

@@ -19,6 +19,10 @@ TEST_F(versions, fall_back_to_the_second_file_when_the_key_is_missing) {
   machine.file("/etc/sys_info", "[version]\nhardware=B3\n");
   machine.file("/etc/nas_base.conf", "[version]\nsoftware=1.0\n");
   EXPECT_EQ(ask(softversion_get), (answer_of_getter{ORV_OK, "1.0"}));
+  machine.file("/etc/sys_info", "[version]\n");
+  machine.file("/etc/nas_base.conf", "[version]\nhardware=B2\n[product]\ntype=KTA7120E\n");
+  EXPECT_EQ(ask(hardversion_get), (answer_of_getter{ORV_OK, "B2"}));
+  EXPECT_EQ(ask(devmodel_get), (answer_of_getter{ORV_OK, "KTA7120E"}));
 }
 
 TEST_F(versions, fall_back_when_the_first_value_is_empty_and_report_the_last_lookup) {
