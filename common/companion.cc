@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -11,6 +12,7 @@
 #include <utility>
 
 #include "common/replacement_file.h"
+#include "common/text.h"
 #include "common/whole_file.h"
 #include "support/companion_path.h"
 
@@ -35,13 +37,38 @@ std::string text_of(const timespec& time, time_t later = 0) {
   return text;
 }
 
-/// Tells a companion from one that somebody wrote to: its kept copy is a link to it.
-std::string identity_of(const struct stat& own) { return text_of(own.st_mtim) + ' '; }
+/// The kernel's name of the time since the machine was started; empty when it does not tell.
+std::string this_run() {
+  constexpr std::size_t longest_name = 64;
+  const unique_descriptor file(open("/proc/sys/kernel/random/boot_id", O_RDONLY | O_CLOEXEC));
+  std::string name;
+  if (!file || !read_up_to(file.get(), name, longest_name)) return "";
+  return std::string(trimmed(name));
+}
 
-std::string target_of(const std::string& link) {
+/// What the link says that stands beside a companion whose rewrite is finished.
+struct mark {
+  std::string companion;  ///< its time, which tells it from one that somebody wrote to: its kept
+                          ///< copy is a link to it
+  std::string change;     ///< when the file changed last
+  std::string run;        ///< of the machine
+
+  std::string text() const { return companion + ' ' + change + ' ' + run; }
+  bool is_of_this_run() const { return !run.empty() && run == this_run(); }
+};
+
+/// Nothing when there is no mark.
+std::optional<mark> mark_at(const std::string& path) {
   char target[128];
-  const ssize_t size = readlink(link.c_str(), target, sizeof target);
-  return size < 0 ? "" : std::string(target, static_cast<std::size_t>(size));
+  const ssize_t size = readlink(path.c_str(), target, sizeof target);
+  if (size <= 0) return std::nullopt;
+  std::string_view rest(target, static_cast<std::size_t>(size));
+  mark found;
+  for (std::string* const word : {&found.companion, &found.change, &found.run}) {
+    *word = before(rest, " ");
+    rest.remove_prefix(std::min(word->size() + 1, rest.size()));
+  }
+  return found;
 }
 
 /// True for what a rewrite leaves when it is cut short: the beginning of the text, or holes where
@@ -92,7 +119,8 @@ int create(const std::string& path) {
 }
 
 /// Removes the companions that are finished for longer than a day: their files have been on the
-/// disk for long, and may be gone, since editors replace files.
+/// disk for long, and may be gone, since editors replace files. Not those of earlier runs of the
+/// machine: one may be all that a power cut left of a file which nobody has changed since.
 void sweep() {
   const unique_directory directory(opendir(companions_directory));
   if (!directory) return;
@@ -103,7 +131,10 @@ void sweep() {
     struct stat found {};
     if (name.find('.') == std::string_view::npos || lstat(path.c_str(), &found) != 0) continue;
     if (name.starts_with('.') || found.st_mtim.tv_sec > now - a_day) continue;
-    if (name.ends_with(mark_suffix)) unlink(path.substr(0, path.rfind('.')).c_str());
+    if (const auto finished = mark_at(path)) {
+      if (!finished->is_of_this_run()) continue;
+      unlink(path.substr(0, path.rfind('.')).c_str());
+    }
     unlink(path.c_str());
   }
 }
@@ -120,7 +151,9 @@ companion::companion(int file) {
 companion::companion(const struct stat& file) : file_(file), path_(support::companion_path(file)) {}
 
 bool companion::exists() const {
-  return S_ISREG(file_.st_mode) && access(path_.c_str(), F_OK) == 0;
+  if (!S_ISREG(file_.st_mode)) return false;
+  return access(path_.c_str(), F_OK) == 0 ||
+         (errno != ENOENT && errno != ENOTDIR && errno != EACCES);
 }
 
 bool companion::begin(std::string_view text) const {
@@ -135,9 +168,7 @@ bool companion::begin(std::string_view text) const {
   return sync_directory();
 }
 
-bool companion::is_finished() const { return !target_of(mark_path()).empty(); }
-
-bool companion::is_overtaken() const {
+bool companion::is_settled() const {
   struct stat own {};
   if (stat(path_.c_str(), &own) != 0) return false;
   const auto change = change_after_finish(own);
@@ -149,7 +180,8 @@ void companion::finish(int file) const {
   struct stat written {};
   if (stat(path_.c_str(), &own) != 0 || fstat(file, &written) != 0) return;
   unlink(mark_path().c_str());
-  (void)!symlink((identity_of(own) + text_of(written.st_ctim)).c_str(), mark_path().c_str());
+  const mark finished{text_of(own.st_mtim), text_of(written.st_ctim), this_run()};
+  (void)!symlink(finished.text().c_str(), mark_path().c_str());
 }
 
 void companion::begin_again() const {
@@ -163,11 +195,12 @@ void companion::remove() const {
 }
 
 std::optional<std::strong_ordering> companion::change_after_finish(const struct stat& own) const {
-  const std::string mark = target_of(mark_path());
-  if (mark.empty()) return std::nullopt;
-  const std::string identity = identity_of(own);
-  if (!mark.starts_with(identity)) return std::strong_ordering::greater;
-  return text_of(file_.st_ctim) <=> mark.substr(identity.size());
+  const auto finished = mark_at(mark_path());
+  if (!finished) return std::nullopt;
+  if (finished->companion != text_of(own.st_mtim) || finished->is_of_this_run()) {
+    return std::strong_ordering::greater;
+  }
+  return text_of(file_.st_ctim) <=> finished->change;
 }
 
 bool companion::is_cut_short(const struct stat& own, std::string_view text,
@@ -191,20 +224,25 @@ companion::relation companion::compare(std::string_view text, secret_text& wante
 
 unique_file open_whole(const char* path) {
   unique_file file(std::fopen(path, "re"));
-  if (!file) return file;
-  const companion beside(fileno(file.get()));
-  if (!beside.exists() || beside.is_overtaken()) return file;
+  struct stat examined {};
+  if (!file || fstat(fileno(file.get()), &examined) != 0) return nullptr;
+  const companion beside(examined);
+  if (!beside.exists() || beside.is_settled()) return file;
   const cleared_stack stack;
   unique_file whole(std::fopen(beside.path().c_str(), "re"));
-  if (!whole || have_same_bytes(fileno(file.get()), fileno(whole.get()))) return file;
+  if (!whole) return errno == ENOENT ? std::move(file) : std::move(whole);
+  if (have_same_bytes(fileno(file.get()), fileno(whole.get()))) return file;
   secret_text text;
   secret_text wanted;
-  if (!read_from_start(fileno(file.get()), text) ||
-      beside.compare(text, wanted) != companion::relation::cut_short) {
-    return file;
+  if (!read_from_start(fileno(file.get()), text)) return nullptr;
+  switch (beside.compare(text, wanted)) {
+    case companion::relation::cut_short:
+      return whole;
+    case companion::relation::unknown:
+      return errno == ENOENT ? std::move(file) : nullptr;
+    default:
+      return file;
   }
-  whole.reset(std::fopen(beside.path().c_str(), "re"));
-  return whole ? std::move(whole) : std::move(file);
 }
 
 }  // namespace orv

@@ -36,8 +36,12 @@ namespace orv {
 /// A file is never changed back after somebody else's change, which is told by the time of the
 /// file's last change of any kind (`st_ctim`, which nobody can set):
 ///
-///     finished, unchanged since       a text that differs was lost in a power cut: it is rewritten
-///     finished, changed since         somebody else's: it stays, and the companion goes
+///     finished since the machine was  whatever it says, it stays: there was no power cut. This is
+///       started                       told by the kernel's name of its run, since the clock may
+///       have
+///                                     gone back
+///     finished before, unchanged      a text that differs was lost in a power cut: it is rewritten
+///     finished before, changed since  somebody else's: it stays, and the companion goes
 ///     begun, not changed since        it is rewritten
 ///     begun, changed within a minute, it is rewritten
 ///       to the beginning of the text,
@@ -52,14 +56,15 @@ class companion {
   /// Of a file that was examined before it was read.
   explicit companion(const struct stat& file);
 
+  /// True, too, when that cannot be told.
   bool exists() const;
   const std::string& path() const { return path_; }
 
   /// Brings the new text of the file to the disk; false when that could not be done.
   bool begin(std::string_view text) const;
-  bool is_finished() const;
-  /// Somebody else has changed the file since its rewrite was finished.
-  bool is_overtaken() const;
+  /// The file's own text counts: its rewrite was finished since the machine was started, or
+  /// somebody else has changed it since.
+  bool is_settled() const;
   /// The file has its new text.
   void finish(int file) const;
   /// The file is to be rewritten from its companion: as begun just now.
@@ -67,7 +72,8 @@ class companion {
   void remove() const;
 
   /// What the file's text is beside the companion's: the same, a part that a kill or a power cut
-  /// left of it, or a change by somebody else; not known where the companion cannot be read.
+  /// left of it, or a change by somebody else; not known, with `errno`, where the companion cannot
+  /// be read.
   enum class relation { same, cut_short, changed, unknown };
   /// @param wanted  the companion's text
   relation compare(std::string_view text, secret_text& wanted) const;
@@ -75,7 +81,8 @@ class companion {
  private:
   std::string mark_path() const;
   /// How the file's last change compares with the end of its rewrite: before it, of the same time,
-  /// or after it, as always when somebody wrote to the companion. Nothing while it is not finished.
+  /// or after it, as always in the run of the machine in which it ended, or when somebody wrote to
+  /// the companion. Nothing while it is not finished.
   std::optional<std::strong_ordering> change_after_finish(const struct stat& own) const;
   bool is_cut_short(const struct stat& own, std::string_view text, std::string_view wanted) const;
 
@@ -84,7 +91,8 @@ class companion {
 };
 
 /// Opens such a file for reading without locking it: its companion while the file's own text is
-/// being rewritten, or was cut short.
+/// being rewritten, or was cut short. NULL with `errno`, as when the file cannot be opened, when it
+/// may have been cut short and that cannot be told; never with ENOENT then.
 unique_file open_whole(const char* path);
 
 }  // namespace orv

@@ -44,11 +44,11 @@ bool is_open_for_writing(int file) {
 }
 
 /// Not known, too, where the file itself cannot be read.
-companion::relation relation_of(int file, const companion& beside, secret_text& wanted) {
-  struct stat examined {};
-  if (!beside.exists() || fstat(file, &examined) != 0) return companion::relation::unknown;
-  const secret_text text = beginning_of(file, examined.st_size);
-  if (text.size() != static_cast<std::size_t>(examined.st_size)) {
+companion::relation relation_of(int file, off_t size, const companion& beside,
+                                secret_text& wanted) {
+  const secret_text text = beginning_of(file, size);
+  if (text.size() != static_cast<std::size_t>(size)) {
+    errno = EIO;
     return companion::relation::unknown;
   }
   return beside.compare(text, wanted);
@@ -94,22 +94,36 @@ bool replace_in_place(int file, std::string_view before, std::string_view text) 
   return is_written;
 }
 
-void complete_rewrite(int file) {
+bool complete_rewrite(int file) {
   const cleared_stack stack;
   const int reason = errno;
-  const companion beside(file);
-  secret_text wanted;
-  const auto found = relation_of(file, beside, wanted);
-  if (found == companion::relation::cut_short) {
-    if (!beside.begin(wanted)) beside.begin_again();
-    if (overwrite(file, 0, wanted)) beside.finish(file);
-    lseek(file, 0, SEEK_SET);
-  } else if (found == companion::relation::changed) {
-    beside.remove();
-  } else if (found == companion::relation::same && !beside.is_finished()) {
-    beside.finish(file);
+  struct stat examined {};
+  if (fstat(file, &examined) != 0) return false;
+  const companion beside(examined);
+  bool is_whole = true;
+  if (beside.exists()) {
+    secret_text wanted;
+    switch (relation_of(file, examined.st_size, beside, wanted)) {
+      case companion::relation::unknown:
+        is_whole = errno == ENOENT;  // there is no companion after all
+        break;
+      case companion::relation::cut_short:
+        if (!beside.begin(wanted)) beside.begin_again();
+        is_whole = overwrite(file, 0, wanted);
+        if (is_whole) beside.finish(file);
+        break;
+      case companion::relation::changed:
+        beside.remove();
+        break;
+      case companion::relation::same:
+        if (!beside.is_settled()) beside.finish(file);
+        break;
+    }
   }
+  if (!is_whole) return false;
+  lseek(file, 0, SEEK_SET);
   errno = reason;
+  return true;
 }
 
 }  // namespace orv

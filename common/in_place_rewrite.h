@@ -19,8 +19,10 @@ bool rewrite_in_place(int file, off_t start, std::string_view text);
 bool replace_in_place(int file, std::string_view before, std::string_view text);
 
 /// Puts into an open file what a killed process or a power cut kept from it. The caller holds the
-/// file's lock. `errno` stays as it is.
-void complete_rewrite(int file);
+/// file's lock.
+/// @return false, with `errno`, when the file is cut short, or may be, and could not be made whole:
+///         who took its text for all there is would lose the rest. Else `errno` stays as it is.
+bool complete_rewrite(int file);
 
 }  // namespace orv
 

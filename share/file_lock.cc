@@ -28,13 +28,18 @@ bool lock_whole(int file) {
          lock_reg(file, F_SETLK, F_WRLCK, from_start, SEEK_SET, to_end) == 0;
 }
 
-/// False when the file was replaced, by an editor or by its kept copy, before it was locked.
+/// False when the file was replaced, by an editor or by its kept copy, or moved away before it was
+/// locked.
 bool is_at(const char* path, int file) {
   const int reason = errno;
   struct stat opened {};
   struct stat found {};
-  const bool is_same = fstat(file, &opened) != 0 || stat(path, &found) != 0 ||
-                       (opened.st_dev == found.st_dev && opened.st_ino == found.st_ino);
+  bool is_same = true;
+  if (stat(path, &found) != 0) {
+    is_same = errno != ENOENT;
+  } else if (fstat(file, &opened) == 0) {
+    is_same = opened.st_dev == found.st_dev && opened.st_ino == found.st_ino;
+  }
   errno = reason;
   return is_same;
 }
@@ -51,7 +56,7 @@ int lock_sharefile(const char* path) try {
     if (!file) return ORV_E_SHARE_OPEN;
     if (!lock_whole(file.get())) return ORV_E_FILE_LOCKED;
     if (!is_at(path, file.get()) && attempts < most_attempts) continue;
-    orv::complete_rewrite(file.get());
+    if (!orv::complete_rewrite(file.get())) return ORV_E_SHARE_OPEN;
     return file.release();
   }
 } catch (const std::bad_alloc&) {

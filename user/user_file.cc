@@ -72,7 +72,11 @@ bool has_room(int file, std::size_t size) {
 bool overwrite(FILE* file, std::string_view text) {
   secret_text before;
   struct stat examined {};
-  if (!has_room(fileno(file), text.size()) || fstat(fileno(file), &examined) != 0) return false;
+  // What a killed process or a power cut left of the old text is not to be kept for it.
+  if (!complete_rewrite(fileno(file)) || !has_room(fileno(file), text.size()) ||
+      fstat(fileno(file), &examined) != 0) {
+    return false;
+  }
   // A device may have no end.
   if (S_ISREG(examined.st_mode) && !read_rest(file, before)) return false;
   return replace_in_place(fileno(file), before, text);

@@ -89,7 +89,7 @@ std::string after_kill(const std::string& wanted, const std::string& text, momen
 }  // namespace
 
 FUZZ_TARGET(rewrites, in) {
-  enum { begun, finished, marked_by_somebody, mark_count };
+  enum { begun, finished, marked_by_somebody, finished_in_this_run, mark_count };
   const unsigned state = in.below(mark_count);
   const moment changed(in);
   const moment begin(in);
@@ -102,9 +102,13 @@ FUZZ_TARGET(rewrites, in) {
   const std::string beside = companion_of(*the_machine.find(rewritten));
   put(beside, wanted, begin);
   if (state != begun) {
-    put(beside + ".done", state == finished ? begin.text() + ' ' + finish.text() : mark, begin);
+    const std::string times = begin.text() + ' ' + finish.text() + ' ';
+    const std::string run = state == finished_in_this_run ? "this" : "that";
+    put(beside + ".done", state == marked_by_somebody ? mark : times + run, begin);
     the_machine.find(beside + ".done")->is_link = true;
   }
+
+  the_machine.put("/proc/sys/kernel/random/boot_id", "this\n");
 
   // Readers find what the next one to lock makes of it, and change nothing.
   const std::string read = read_only();
@@ -113,7 +117,9 @@ FUZZ_TARGET(rewrites, in) {
   EXPECT(read == text || read == wanted);
   EXPECT(read != wanted || the_machine.find(beside + ".done"));
 
-  if (state != marked_by_somebody) {
+  if (state == finished_in_this_run) {
+    EXPECT(read == text);
+  } else if (state != marked_by_somebody) {
     EXPECT(read == (state == finished ? after_power_cut(wanted, text, changed, finish)
                                       : after_kill(wanted, text, changed, begin)));
   }

@@ -180,8 +180,9 @@ ORV_API int find_sub_user(const char* user, tag_shareconf_list* list);
 // --- Locks ---------------------------------------------------------------------------------------
 
 /// Opens a share file, which is created with mode 0700 when missing, and write-locks it without
-/// waiting.
-/// @return the descriptor, the caller's to close; ORV_E_FAILED for a NULL path; ORV_E_SHARE_OPEN;
+/// waiting. What a killed process or a power cut left of it is made whole.
+/// @return the descriptor, the caller's to close; ORV_E_FAILED for a NULL path; ORV_E_SHARE_OPEN,
+///         also when it cannot be made whole, and then it is unchanged or cut short as before;
 ///         ORV_E_FILE_LOCKED when another process holds a lock on it
 ORV_API int lock_sharefile(const char* path);
 /// Locks the file of a service: "Samba", "CIFS", "Ftp", "Nfs" or "Iscsi", in any case.

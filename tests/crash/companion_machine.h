@@ -37,6 +37,10 @@ class companion_ : public rewrite_test {
                   found.st_ctim.tv_nsec);
     mark_as_finished(path, text);
   }
+  /// As if the machine had been started anew, unless it is the run that it was.
+  void run_is(const std::string& name) {
+    machine.file("/proc/sys/kernel/random/boot_id", name + "\n");
+  }
   /// As if the rewrite had not come to its end.
   static void unmark(const std::string& path) { unlink((of(path) + ".done").c_str()); }
   static std::string held(const std::string& path) {
@@ -60,8 +64,9 @@ class companion_ : public rewrite_test {
     const std::string mark = of(path) + ".done";
     char target[128] = "";
     EXPECT_GT(readlink(mark.c_str(), target, sizeof target - 1), 0);
-    const std::string text =
-        std::string(target).substr(0, std::string(target).rfind(' ') + 1) + time;
+    std::string text = target;
+    const std::size_t begin = text.find(' ') + 1;
+    text.replace(begin, text.find(' ', begin) - begin, time);
     unlink(mark.c_str());
     EXPECT_EQ(symlink(text.c_str(), mark.c_str()), 0);
   }

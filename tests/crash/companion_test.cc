@@ -21,6 +21,48 @@ TEST_F(companion_, gives_back_what_a_power_cut_took) {
   }
 }
 
+// The clock may have gone back between the end of the rewrite and the change by hand.
+TEST_F(companion_, never_undoes_a_change_by_hand_in_the_run_of_its_rewrite) {
+  run_is("first");
+  for (const std::string& edited :
+       {listed("mine"), std::string(), listed("old") + "[n", std::string(9, '\0')}) {
+    shares(listed("old"));
+    add("new");
+    write_in_place(shares_path, edited);
+    mark_as_finished_later(shares_path);
+    sandbox::lines names;
+    if (edited == listed("mine")) names = {"mine"};
+    if (edited.starts_with(listed("old"))) names = {"old", ""};
+    EXPECT_THAT(listed_names(), testing::ElementsAreArray(names)) << edited;
+    EXPECT_EQ(held(shares_path), edited);
+    EXPECT_FALSE(machine.exists(of(shares_path)));
+  }
+}
+
+TEST_F(companion_, gives_back_what_a_power_cut_took_in_the_next_run) {
+  run_is("first");
+  shares(listed("old"));
+  add("new");
+  const std::string whole = shares();
+  write_in_place(shares_path, listed("old"));
+  mark_as_finished_later(shares_path);
+  run_is("second");
+  EXPECT_THAT(listed_names(), testing::ElementsAre("old", "new"));
+  EXPECT_EQ(held(shares_path), whole);
+}
+
+TEST_F(companion_, of_an_earlier_run_guards_no_more_when_its_file_was_found_whole) {
+  run_is("first");
+  shares(listed("old"));
+  add("new");
+  const std::string whole = shares();
+  run_is("second");
+  EXPECT_EQ(held(shares_path), whole);
+  write_in_place(shares_path, listed("mine"));
+  mark_as_finished_later(shares_path);
+  EXPECT_EQ(held(shares_path), listed("mine"));
+}
+
 TEST_F(companion_, completes_what_was_cut_short_by_a_kill) {
   shares(listed("old"));
   add("new");
@@ -108,6 +150,7 @@ TEST_F(companion_, of_a_file_that_could_not_be_written_is_gone) {
 }
 
 TEST_F(companion_, of_a_file_that_is_gone_is_swept_after_a_day) {
+  run_is("first");
   shares(listed("old"));
   add("new");
   const std::string stale = of(shares_path);

@@ -25,12 +25,14 @@ class shares : public appliance_with_shares {
   }
   /// The file as it is on the disk when the power fails while it is rewritten.
   void cut_short(const std::string& path, const std::string& text) {
-    struct stat found {};
-    ASSERT_EQ(::stat(path.c_str(), &found), 0);
     std::ofstream(path, std::ios::binary) << text;
-    const std::string companion = "/var/lib/orv/rewrites/" + std::to_string(found.st_dev) + '-' +
-                                  std::to_string(found.st_ino);
-    ASSERT_EQ(::unlink((companion + ".done").c_str()), 0);
+    ASSERT_EQ(::unlink((companion_of(path) + ".done").c_str()), 0);
+  }
+  static std::string companion_of(const std::string& path) {
+    struct stat found {};
+    EXPECT_EQ(::stat(path.c_str(), &found), 0);
+    return "/var/lib/orv/rewrites/" + std::to_string(found.st_dev) + '-' +
+           std::to_string(found.st_ino);
   }
 };
 
@@ -236,6 +238,20 @@ TEST_F(shares, that_a_power_cut_left_half_rewritten_are_put_together_again) {
   expect_said("share recover", std::string("Put together again: ") + samba);
   EXPECT_EQ(machine.read(samba), whole);
   expect_said("share recover", "All share files are whole.");
+}
+
+TEST_F(shares, that_cannot_be_put_together_again_are_named_when_the_others_are) {
+  add_samba_shares();
+  const std::string whole = machine.read(samba);
+  cut_short(listed, "");
+  const std::string text = companion_of(listed);
+  machine.remove(text);
+  machine.directory(text);
+  cut_short(samba, whole.substr(0, whole.find("    valid users")));
+  expect_failure("share recover", 1,
+                 std::string("ORV_E_SHARE_OPEN (-10): a share file cannot be opened: ") + listed);
+  EXPECT_EQ(machine.read(samba), whole);
+  EXPECT_EQ(machine.read(listed), "");
 }
 
 TEST_F(shares, are_put_together_again_as_a_document) {

@@ -291,6 +291,35 @@ TEST_F(user_file_test, has_one_of_both_texts_when_its_disk_fails_halfway) {
   EXPECT_EQ(written("cid", "secret"), "cid||secret");
 }
 
+/// What is left of the file is not taken for all there was, while the whole text stands beside it.
+TEST_F(user_file_test, is_not_lost_when_its_disk_fails_twice) {
+  users("bob||password\n");
+  sandbox::before("ftruncate", [this] { machine.fail("write", EIO); });
+  ask_for_ann();
+  EXPECT_EQ(users(), "");
+  ask_for_ann();
+  sandbox::libc::reset();
+  EXPECT_THAT(read_back(), ElementsAre("0|0|ann|secret|NAS"));
+  machine.fail("fallocate", EOPNOTSUPP, 1);
+  sandbox::before("ftruncate", [this] { machine.fail("write", EIO, 3); });
+  ask_for_ann();
+  sandbox::libc::reset();
+  EXPECT_THAT(read_back(), ElementsAre("0|0|ann|secret|NAS"));
+}
+
+TEST_F(user_file_test, that_was_cut_short_is_not_read_when_the_whole_text_cannot_be) {
+  users("bob||password\n");
+  sandbox::before("ftruncate", [this] { machine.fail("write", EIO); });
+  ask_for_ann();
+  sandbox::libc::reset();
+  machine.forget();
+  machine.fail("fopen", EMFILE, 2);
+  user_list list;
+  EXPECT_EQ(sys_user_get(list.get()), ORV_E_USER_FILE);
+  EXPECT_EQ(machine.log(), "get_users_from_conf:N return -2006 with Too many open files\n");
+  EXPECT_THAT(read_back(), ElementsAre("0|0|ann|secret|NAS"));
+}
+
 TEST_F(user_file_test, is_rewritten_where_nothing_can_stand_beside_it) {
   machine.file("/var/lib/orv/rewrites", "");
   users("bob||password\n");

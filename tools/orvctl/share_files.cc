@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <exception>
 #include <fstream>
 #include <iterator>
 #include <set>
@@ -110,13 +111,20 @@ void read_parked(share_list& shares) {
 
 std::vector<std::string> complete_share_files() {
   std::vector<std::string> completed;
+  std::exception_ptr refused;
   for (const char* path :
        {shares_path, samba_path, samba_recycle_path, nfs_path, nfs_recycle_path, iscsi_path}) {
     if (::access(path, F_OK) != 0) continue;
     const std::string found = text_of(path);
-    const locked_file file([path] { return lock_sharefile(path); });
+    try {
+      const locked_file file([path] { return lock_sharefile(path); });
+    } catch (problem& found_there) {
+      found_there.detail = path;
+      if (!refused) refused = std::current_exception();
+    }
     if (text_of(path) != found) completed.emplace_back(path);
   }
+  if (refused) std::rethrow_exception(refused);
   return completed;
 }
 

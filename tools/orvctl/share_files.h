@@ -31,7 +31,8 @@ void read_parked(share_list& shares);
 const tag_share_config* find_share(const share_list& shares, const std::string& name);
 
 /// Takes and leaves the lock of each share file: who takes it puts a file together again that a
-/// power cut, or the end of a process, left half rewritten.
+/// power cut, or the end of a process, left half rewritten. One that cannot be made whole ends the
+/// command when the others have been tried.
 /// @return the paths of those files
 std::vector<std::string> complete_share_files();
 
