@@ -123,8 +123,10 @@ ORV_API int put_share_to_conf(int fd, tag_shareconf_list* list);
 /// Reads a Samba file; the section "global" is passed over.
 ORV_API int get_share_from_smb(int fd, tag_shareconf_list* list);
 /// Replaces the shares of "/etc/samba/smb.conf": all that stands before the second "[" of the file,
-/// the global settings, is kept byte for byte. A share named "global" (any case) is left out, and
-/// the share operations refuse it for Samba.
+/// the global settings, is kept byte for byte; where it does not end with a line end, a new line is
+/// begun before the first share. A share that Samba takes for the global section, "global" or
+/// "globals" in any case and with any blanks, is left out, and the share operations refuse it for
+/// Samba.
 /// @return also ORV_E_SHARE_READ when the file cannot be read; it is unchanged then
 ORV_API int put_share_to_smb(int fd, tag_shareconf_list* list);
 /// Writes "/etc/samba/smb_recy.conf", which has no global settings.

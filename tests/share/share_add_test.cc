@@ -165,6 +165,14 @@ TEST_F(share_addition, follows_symbolic_links_and_keeps_modes) {
   EXPECT_EQ(machine.mode("/data/exports"), 0640U);
 }
 
+TEST_F(share_addition, refuses_what_samba_takes_for_its_global_section) {
+  for (const char* const name : {"global", "GLOBALS ", "globals", "g lobal", "glob\tal s"}) {
+    EXPECT_EQ(add(a_share(name, "cifs")), ORV_E_FAILED) << name;
+    EXPECT_FALSE(machine.exists(shares_path));
+  }
+  EXPECT_EQ(add(a_share("globals", "nfs")), ORV_OK);
+}
+
 TEST_F(share_addition, needs_a_record_with_a_name) {
   EXPECT_EQ(share_add(nullptr), -1);
   EXPECT_EQ(add(a_share("")), -1);
