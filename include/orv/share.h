@@ -313,7 +313,8 @@ ORV_API int share_set_use(tag_share_config* share);
 ///         cannot be unmounted or something is still mounted there: nothing else is changed then
 ORV_API int ftp_set_use(tag_share_config* share);
 /// Removes a share from "/etc/sharefolder.conf" and from both recycle files, once all three were
-/// read.
+/// read. A name that none of them has may be that of an iSCSI share as it was asked for, with
+/// blanks.
 /// @return ORV_OK; ORV_E_NO_SHARE when one of the files did not have it
 ORV_API int forbid_share_del(const char* name);
 /// Adds a word to a comma-separated list when `value` is exactly "1".

@@ -126,6 +126,12 @@ TEST_F(odd_values, of_names_mean_the_same_share_to_every_operation) {
       expect_two(service);
       EXPECT_EQ(share_del(share.name, service.c_str()), ORV_OK);
       EXPECT_EQ(names_in(shares_path, get_share_from_conf), sandbox::lines{"first"});
+
+      EXPECT_EQ(share_add(&share), ORV_OK);
+      const bool has_recycle_file = service == "samba" || service == "nfs";
+      EXPECT_EQ(share_set_use(&share), has_recycle_file ? ORV_OK : ORV_E_SERVICE_LOCKED);
+      EXPECT_EQ(forbid_share_del(share.name), ORV_E_NO_SHARE);
+      EXPECT_EQ(names_in(shares_path, get_share_from_conf), sandbox::lines{"first"});
     }
   }
 }
