@@ -95,9 +95,10 @@ ORV_API int add_share_to_sharelist(tag_share_config* share, tag_shareconf_list* 
 ORV_API int mod_share_to_sharelist(tag_share_config* share, const char* ignored,
                                    tag_shareconf_list* list);
 /// Removes the first record of this name, compared as by `mod_share_to_sharelist`.
-/// @return ORV_OK; ORV_E_FAILED when there is none
+/// @return ORV_OK; ORV_E_FAILED when there is none, or for a NULL name
 ORV_API int del_share_to_sharelist(const char* name, tag_shareconf_list* list);
-/// @return the first record of exactly this name, or NULL. It stays the list's.
+/// @return the first record of exactly this name; NULL when there is none, and for a NULL name. It
+///         stays the list's.
 ORV_API tag_share_config* fine_share_in_list(tag_shareconf_list* list, const char* name);
 
 // --- Share files ---------------------------------------------------------------------------------
