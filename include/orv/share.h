@@ -146,8 +146,10 @@ ORV_API int put_share_to_nfs_recy(int fd, tag_shareconf_list* list);
 /// counts. A name is cut to 32 characters, which may take a part of the stamp with it.
 ORV_API int get_share_from_ietd(int fd, tag_shareconf_list* list);
 /// Writes "/etc/ietd.conf" with each user's password (its first 12 characters; empty for a user
-/// that is not known). A name without "." gets the current time as a stamp. ORV_E_SHARE_WRITE, with
-/// the file unchanged, also when there is a user file that cannot be read.
+/// that is not known). A name without "." gets the current time as a stamp. Read back, a name of
+/// more than 17 characters is cut within its stamp: the next change of any iSCSI share renames the
+/// target, and that of one of 32 characters, of whose stamp nothing is left, each time.
+/// ORV_E_SHARE_WRITE, with the file unchanged, also when there is a user file that cannot be read.
 ORV_API int put_share_to_ietd(int fd, tag_shareconf_list* list);
 
 /// FTP shares have no file: does nothing. @return ORV_OK
@@ -251,7 +253,7 @@ ORV_API int get_shareinfo_from_mount(tag_shareconf_list* list);
 /// @return ORV_OK; ORV_E_FAILED for NULL
 ORV_API int get_shareinfo_from_df(tag_shareconf_list* list);
 /// Fills the paths of iSCSI volumes from "/proc/net/iet/volume" and appends volumes that are not
-/// listed.
+/// listed. A unit belongs to the target line before it; further units of a target are ignored.
 /// @return ORV_OK, also when no target runs; ORV_E_COMMAND; ORV_E_EXPORTS when the volumes cannot
 ///         be opened; ORV_E_FAILED for NULL
 ORV_API int get_shareinfo_from_iSCSI(tag_shareconf_list* list);
@@ -285,7 +287,9 @@ ORV_API int get_sizeinfo_from_df(uint64_t* total, uint64_t* used, const char* pa
 /// A share that the service's file lists already gets path, users and comment of
 /// "/etc/sharefolder.conf". That file holds no users: the user lists of the service's other shares
 /// come out empty, and whoever needs them gives them back with `share_mod`. In the exports a share
-/// is known by the last part of its path: one of another name is appended there again.
+/// is known by the last part of its path: one of another name is appended there again. So is an
+/// iSCSI share whose own name has a "." each time that an iSCSI share is added: targets are
+/// compared by the part of their names before it.
 /// @param share  all fields; `service` names the service
 /// @return ORV_OK; ORV_E_SHARE_EXISTS, and the service's file is brought in line all the same (for
 ///         FTP the result is ORV_OK)
