@@ -27,8 +27,9 @@ bool is_export(std::string_view line) {
 
 /// What becomes a blank in a list of clients. Parentheses hold options, "#" begins a comment, which
 /// would leave the export without its clients, and a quotation mark begins a word that goes on over
-/// blanks and line ends, through other exports.
-constexpr std::string_view unfit_in_clients = "\t()#\"";
+/// blanks and line ends, through other exports. With "\" any of them could be written as a number:
+/// "\050" is a parenthesis again.
+constexpr std::string_view unfit_in_clients = "\t()#\"\\";
 
 /// A share is writable whatever its options say: nothing tells "ro" from "rw" when exports are read
 /// back.

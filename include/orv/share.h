@@ -12,14 +12,14 @@
 ///
 /// Values. Each file is read in lines of at most 256 bytes. A control character in a value, and a
 /// character that would make the line unreadable ("=" in "/etc/sharefolder.conf" and the Samba
-/// files, "]" in a section's name, a parenthesis, a quotation mark or "#" in a client list), is
-/// written as a blank, and so is a "\" at the end of a name or of a value in a Samba file; a blank
-/// in the name of an iSCSI share as "_". In the exports the path's blanks, control characters and
-/// the characters " # ( \ are written as exports writes them ("\040"), and a client list loses the
-/// blanks at its end. A list of users or clients that does not fit its line ends at an item that
-/// does; where a line is still too long to be read again, the writer fails and changes nothing. The
-/// share operations see every name as it will be stored, so that each of them means the same share
-/// by the same name.
+/// files, "]" in a section's name, a parenthesis, a quotation mark, "#" or "\" in a client list),
+/// is written as a blank, and so is a "\" at the end of a name or of a value in a Samba file; a
+/// blank in the name of an iSCSI share as "_". In the exports the path's blanks, control characters
+/// and the characters " # ( \ are written as exports writes them ("\040"), and a client list loses
+/// the blanks at its end. A list of users or clients that does not fit its line ends at an item
+/// that does; where a line is still too long to be read again, the writer fails and changes
+/// nothing. The share operations see every name as it will be stored, so that each of them means
+/// the same share by the same name.
 ///
 /// Failures. A file that could not be read is never rewritten. Readers, writers, locks and list
 /// operations log nothing but a missing argument; every other operation logs its failure.

@@ -83,7 +83,7 @@ std::optional<std::string> as_export(const std::string& value) {
 }
 
 std::optional<std::string> as_clients(const std::string& value) {
-  const std::string clients = trimmed(blanked(value, "\t()\"#"));
+  const std::string clients = trimmed(blanked(value, "\t()\"#\\"));
   return clients.empty() ? "*" : clients;
 }
 

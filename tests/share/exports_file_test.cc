@@ -91,6 +91,7 @@ TEST_F(exports_file, has_no_comment_and_no_quoted_word_among_its_clients) {
   EXPECT_EQ(line_of("/mnt/a", "\"10.0.0.1"), exported("a", " 10.0.0.1"));
   EXPECT_EQ(line_of("/mnt/a", "10.0.0.1 \"b\""), exported("a", "10.0.0.1  b"));
   EXPECT_EQ(line_of("/mnt/a", "a#b\"c"), exported("a", "a b c"));
+  EXPECT_EQ(line_of("/mnt/a", "a\\050rw"), exported("a", "a 050rw"));
 }
 
 TEST_F(exports_file, has_as_many_clients_as_a_line_holds) {
