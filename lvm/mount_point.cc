@@ -1,8 +1,6 @@
 #include <orv/lvm.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <memory>
 #include <string>
 
 #include "common/command.h"
@@ -19,25 +17,13 @@ bool has_parent_component(std::string_view path) {
   return false;
 }
 
-/// Follows every symbolic link of a path. @return 0, also when there is nothing at the path, or
-/// errno
-int resolve(const std::string& path, std::string& resolved) {
-  struct release {
-    void operator()(char* text) const { std::free(text); }
-  };
-  const std::unique_ptr<char, release> real(realpath(path.c_str(), nullptr));
-  if (!real && errno != ENOENT) return errno;
-  resolved = orv::without_empty_components(real ? real.get() : path);
-  return 0;
-}
-
 /// 0, or the errno that says why the tree at the path must not be removed: it would take more with
 /// it than a mount point, or somebody's data.
 int removal_error(std::string_view path) {
   const std::string named = orv::without_empty_components(path);
   if (!path.starts_with('/') || named.empty() || has_parent_component(path)) return EINVAL;
   std::string resolved;
-  const int error = resolve(std::string(path), resolved);
+  const int error = orv::resolve(std::string(path), resolved);
   if (error != 0) return error;
   return resolved.empty() ? EINVAL : orv::mounted_below(named, resolved);
 }

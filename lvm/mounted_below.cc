@@ -3,6 +3,7 @@
 #include <mntent.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <memory>
 
 #include "common/handles.h"
@@ -19,6 +20,20 @@ bool is_inside(std::string_view path, std::string_view directory) {
          (path.size() == directory.size() || path[directory.size()] == '/');
 }
 
+/// Looks for a mount in the kernel's table. @return 0 when there is none; EBUSY; the errno of a
+/// table that cannot be read
+template <class Condition>
+int find_mount(Condition is_it) {
+  const unique_mount_table table(setmntent("/proc/mounts", "re"));
+  if (!table) return errno;
+  const auto line = std::make_unique_for_overwrite<char[]>(line_capacity);
+  mntent entry{};
+  while (getmntent_r(table.get(), &entry, line.get(), line_capacity) != nullptr) {
+    if (is_it(without_empty_components(entry.mnt_dir))) return EBUSY;
+  }
+  return std::ferror(table.get()) != 0 ? EIO : 0;
+}
+
 }  // namespace
 
 std::string without_empty_components(std::string_view path) {
@@ -31,16 +46,29 @@ std::string without_empty_components(std::string_view path) {
   return result;
 }
 
+int resolve(const std::string& path, std::string& resolved) {
+  struct release {
+    void operator()(char* text) const { std::free(text); }
+  };
+  const std::unique_ptr<char, release> real(realpath(path.c_str(), nullptr));
+  if (!real && errno != ENOENT) return errno;
+  resolved = without_empty_components(real ? real.get() : path);
+  return 0;
+}
+
 int mounted_below(std::string_view named, std::string_view resolved) {
-  const unique_mount_table table(setmntent("/proc/mounts", "re"));
-  if (!table) return errno;
-  const auto line = std::make_unique_for_overwrite<char[]>(line_capacity);
-  mntent entry{};
-  while (getmntent_r(table.get(), &entry, line.get(), line_capacity) != nullptr) {
-    const std::string mounted = without_empty_components(entry.mnt_dir);
-    if (is_inside(mounted, named) || is_inside(mounted, resolved)) return EBUSY;
-  }
-  return std::ferror(table.get()) != 0 ? EIO : 0;
+  return find_mount([&](const std::string& mounted) {
+    return is_inside(mounted, named) || is_inside(mounted, resolved);
+  });
+}
+
+int mounted_at(const std::string& path) {
+  const std::string named = without_empty_components(path);
+  std::string resolved;
+  const int error = resolve(path, resolved);
+  if (error != 0) return error;
+  return find_mount(
+      [&](const std::string& mounted) { return mounted == named || mounted == resolved; });
 }
 
 }  // namespace orv

@@ -25,6 +25,12 @@ bool is_export(std::string_view line) {
   return line.starts_with('/') && line.ends_with(')') && line.find(' ') != std::string_view::npos;
 }
 
+/// What becomes a blank in a list of clients. Parentheses hold options, "#" begins a comment, which
+/// would leave the export without its clients, and a quotation mark begins a word that goes on over
+/// blanks and line ends, through other exports. With "\" any of them could be written as a number:
+/// "\050" is a parenthesis again.
+constexpr std::string_view unfit_in_clients = "\t()#\"\\";
+
 /// A share is writable whatever its options say: nothing tells "ro" from "rw" when exports are read
 /// back.
 bool append_export(tag_shareconf_list* list, std::string_view line) {
@@ -50,7 +56,7 @@ int read_export(tag_shareconf_list* list, std::string_view line) {
 /// everybody what is meant for the last of them; so might the beginning of an address.
 std::string clients_of(const tag_share_config& share, std::size_t room) {
   constexpr std::size_t longest_address = 64;
-  const std::string fit = orv::fit_value(orv::text_of(share.valid_users), "\t()");
+  const std::string fit = orv::fit_value(orv::text_of(share.valid_users), unfit_in_clients);
   std::string_view clients = orv::trimmed_right(fit);
   if (room >= longest_address) clients = orv::trimmed_right(orv::whole_items(clients, room));
   return clients.empty() ? "*" : std::string(clients);

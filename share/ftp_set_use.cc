@@ -1,26 +1,21 @@
-#include <mntent.h>
 #include <orv/fs.h>
 #include <orv/lvm.h>
 
 #include <cerrno>
 #include <string>
 
-#include "common/handles.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "lvm/mounted_below.h"
 #include "share/share_change.h"
 
 namespace {
 
 /// True when the kernel's list of mounts can be read and has nothing at the path; else `errno` says
-/// why not. A pool may be mounted there twice.
+/// why not. A pool may be mounted there twice, and the path may have another text than the list's.
 bool is_free(const std::string& path) {
-  const orv::unique_mount_table mounts(setmntent("/proc/mounts", "re"));
-  if (!mounts) return false;
-  errno = 0;
-  if (mount_check(path.c_str()) != ORV_OK) return errno != ENOMEM;
-  errno = EBUSY;
-  return false;
+  errno = orv::mounted_at(path);
+  return errno == 0;
 }
 
 /// Marks a share as out of use in the share list.

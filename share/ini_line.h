@@ -26,7 +26,7 @@ inline bool has_two_equals(std::string_view line) {
   return after(line, '=').find('=') != std::string_view::npos;
 }
 
-/// The section of a Samba file that is no share.
+/// The section of a Samba file that is read as no share: by exactly this name.
 inline constexpr std::string_view global_section = "global";
 
 struct ini_setting {

@@ -6,7 +6,6 @@
 
 #include "common/log.h"
 #include "common/text.h"
-#include "share/ini_line.h"
 #include "share/share_text.h"
 
 namespace orv {
@@ -50,7 +49,7 @@ bool is_request(const tag_share_config* share) {
   const std::string name = stored_name(text_of(share->name));
   const share_mode* const row = find_mode(share_mode_table, text_of(share->service));
   const bool is_for_samba = row != nullptr && row->read == get_share_from_smb;
-  return !name.empty() && !(is_for_samba && equal_ignoring_case(name, global_section));
+  return !name.empty() && !(is_for_samba && is_global_to_samba(name));
 }
 
 tag_share_config as_stored(const tag_share_config& share) {

@@ -95,8 +95,8 @@ int mod_share_to_sharelist(tag_share_config* share, const char* /*ignored*/,
 }
 
 int del_share_to_sharelist(const char* name, tag_shareconf_list* list) try {
-  if (list == nullptr) return orv::log_missing_argument();
-  tag_share_config* const found = find_by_key(list, orv::text_or_empty(name));
+  if (name == nullptr || list == nullptr) return orv::log_missing_argument();
+  tag_share_config* const found = find_by_key(list, name);
   if (found == nullptr) return ORV_E_FAILED;
   orv::release<tag_shareconf_list>(orv::node_of<tag_shareconf_list>(found));
   return ORV_OK;
@@ -105,7 +105,7 @@ int del_share_to_sharelist(const char* name, tag_shareconf_list* list) try {
 }
 
 tag_share_config* fine_share_in_list(tag_shareconf_list* list, const char* name) {
-  return find_by_name(list, orv::text_or_empty(name));
+  return name == nullptr ? nullptr : find_by_name(list, name);
 }
 
 int mod_recy_list(tag_share_config* share, tag_shareconf_list* list) try {

@@ -47,6 +47,12 @@ std::string stored_name(std::string_view name, std::string_view service) {
   return text;
 }
 
+bool is_global_to_samba(std::string_view name) {
+  std::string word(name);
+  std::erase_if(word, support::is_white);
+  return equal_ignoring_case(word, "global") || equal_ignoring_case(word, "globals");
+}
+
 std::string_view whole_items(std::string_view list, std::size_t room) {
   if (list.size() <= room) return list;
   const bool ends_there = list[room] == ',' || list[room] == ' ';

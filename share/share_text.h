@@ -26,6 +26,10 @@ std::string samba_value(std::string_view value);
 /// @param service  the share's service word, in any case
 std::string stored_name(std::string_view name, std::string_view service = "");
 
+/// True for a name that Samba takes for the section of its global settings. It knows that section
+/// as "global" and as "globals", and compares neither case nor white space.
+bool is_global_to_samba(std::string_view name);
+
 /// A list of users or clients, ended at the last item that fits the room. The first item is cut
 /// where it does not fit alone: an empty list would let everybody in.
 std::string_view whole_items(std::string_view list, std::size_t room);

@@ -62,13 +62,13 @@ class reader {
 };
 
 /// Appends a share; the live and the recycle file spell the key of its right differently. A share
-/// named like the global section would change the settings of all shares: it is left out.
+/// that Samba takes for the global section would change the settings of all shares: it is left out.
 void append_share(orv::secret_text& text, const tag_share_config& share,
                   std::string_view right_key) {
   constexpr std::string_view users_key = "valid users";
   constexpr std::size_t users_room = orv::longest_share_line - 7 - users_key.size();
   const std::string name = orv::stored_name(orv::text_of(share.name));
-  if (orv::equal_ignoring_case(name, orv::global_section)) return;
+  if (orv::is_global_to_samba(name)) return;
   orv::append_section(text, name);
   orv::append_setting(text, "comment", orv::samba_value(orv::text_of(share.comment)));
   orv::append_setting(text, "path", orv::samba_value(orv::text_of(share.path)));

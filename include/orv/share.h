@@ -12,13 +12,14 @@
 ///
 /// Values. Each file is read in lines of at most 256 bytes. A control character in a value, and a
 /// character that would make the line unreadable ("=" in "/etc/sharefolder.conf" and the Samba
-/// files, "]" in a section's name, a parenthesis in a client list), is written as a blank, and so
-/// is a "\" at the end of a name or of a value in a Samba file; a blank in the name of an iSCSI
-/// share as "_". In the exports the path's blanks, control characters and the characters " # (
-/// \ are written as exports writes them ("\040"), and a client list loses the blanks at its end. A
-/// list of users or clients that does not fit its line ends at an item that does; where a line is
-/// still too long to be read again, the writer fails and changes nothing. The share operations see
-/// every name as it will be stored, so that each of them means the same share by the same name.
+/// files, "]" in a section's name, a parenthesis, a quotation mark, "#" or "\" in a client list),
+/// is written as a blank, and so is a "\" at the end of a name or of a value in a Samba file; a
+/// blank in the name of an iSCSI share as "_". In the exports the path's blanks, control characters
+/// and the characters " # ( \ are written as exports writes them ("\040"), and a client list loses
+/// the blanks at its end. A list of users or clients that does not fit its line ends at an item
+/// that does; where a line is still too long to be read again, the writer fails and changes
+/// nothing. The share operations see every name as it will be stored, so that each of them means
+/// the same share by the same name.
 ///
 /// Failures. A file that could not be read is never rewritten. Readers, writers, locks and list
 /// operations log nothing but a missing argument; every other operation logs its failure.
@@ -94,9 +95,10 @@ ORV_API int add_share_to_sharelist(tag_share_config* share, tag_shareconf_list* 
 ORV_API int mod_share_to_sharelist(tag_share_config* share, const char* ignored,
                                    tag_shareconf_list* list);
 /// Removes the first record of this name, compared as by `mod_share_to_sharelist`.
-/// @return ORV_OK; ORV_E_FAILED when there is none
+/// @return ORV_OK; ORV_E_FAILED when there is none, or for a NULL name
 ORV_API int del_share_to_sharelist(const char* name, tag_shareconf_list* list);
-/// @return the first record of exactly this name, or NULL. It stays the list's.
+/// @return the first record of exactly this name; NULL when there is none, and for a NULL name. It
+///         stays the list's.
 ORV_API tag_share_config* fine_share_in_list(tag_shareconf_list* list, const char* name);
 
 // --- Share files ---------------------------------------------------------------------------------
@@ -122,8 +124,10 @@ ORV_API int put_share_to_conf(int fd, tag_shareconf_list* list);
 /// Reads a Samba file; the section "global" is passed over.
 ORV_API int get_share_from_smb(int fd, tag_shareconf_list* list);
 /// Replaces the shares of "/etc/samba/smb.conf": all that stands before the second "[" of the file,
-/// the global settings, is kept byte for byte. A share named "global" (any case) is left out, and
-/// the share operations refuse it for Samba.
+/// the global settings, is kept byte for byte; where it does not end with a line end, a new line is
+/// begun before the first share. A share that Samba takes for the global section, "global" or
+/// "globals" in any case and with any blanks, is left out, and the share operations refuse it for
+/// Samba.
 /// @return also ORV_E_SHARE_READ when the file cannot be read; it is unchanged then
 ORV_API int put_share_to_smb(int fd, tag_shareconf_list* list);
 /// Writes "/etc/samba/smb_recy.conf", which has no global settings.
@@ -142,8 +146,10 @@ ORV_API int put_share_to_nfs_recy(int fd, tag_shareconf_list* list);
 /// counts. A name is cut to 32 characters, which may take a part of the stamp with it.
 ORV_API int get_share_from_ietd(int fd, tag_shareconf_list* list);
 /// Writes "/etc/ietd.conf" with each user's password (its first 12 characters; empty for a user
-/// that is not known). A name without "." gets the current time as a stamp. ORV_E_SHARE_WRITE, with
-/// the file unchanged, also when there is a user file that cannot be read.
+/// that is not known). A name without "." gets the current time as a stamp. Read back, a name of
+/// more than 17 characters is cut within its stamp: the next change of any iSCSI share renames the
+/// target, and that of one of 32 characters, of whose stamp nothing is left, each time.
+/// ORV_E_SHARE_WRITE, with the file unchanged, also when there is a user file that cannot be read.
 ORV_API int put_share_to_ietd(int fd, tag_shareconf_list* list);
 
 /// FTP shares have no file: does nothing. @return ORV_OK
@@ -248,7 +254,7 @@ ORV_API int get_shareinfo_from_mount(tag_shareconf_list* list);
 /// @return ORV_OK; ORV_E_FAILED for NULL
 ORV_API int get_shareinfo_from_df(tag_shareconf_list* list);
 /// Fills the paths of iSCSI volumes from "/proc/net/iet/volume" and appends volumes that are not
-/// listed.
+/// listed. A unit belongs to the target line before it; further units of a target are ignored.
 /// @return ORV_OK, also when no target runs; ORV_E_COMMAND; ORV_E_EXPORTS when the volumes cannot
 ///         be opened; ORV_E_FAILED for NULL
 ORV_API int get_shareinfo_from_iSCSI(tag_shareconf_list* list);
@@ -282,7 +288,9 @@ ORV_API int get_sizeinfo_from_df(uint64_t* total, uint64_t* used, const char* pa
 /// A share that the service's file lists already gets path, users and comment of
 /// "/etc/sharefolder.conf". That file holds no users: the user lists of the service's other shares
 /// come out empty, and whoever needs them gives them back with `share_mod`. In the exports a share
-/// is known by the last part of its path: one of another name is appended there again.
+/// is known by the last part of its path: one of another name is appended there again. So is an
+/// iSCSI share whose own name has a "." each time that an iSCSI share is added: targets are
+/// compared by the part of their names before it.
 /// @param share  all fields; `service` names the service
 /// @return ORV_OK; ORV_E_SHARE_EXISTS, and the service's file is brought in line all the same (for
 ///         FTP the result is ORV_OK)
@@ -311,7 +319,8 @@ ORV_API int share_set_use(tag_share_config* share);
 ///         cannot be unmounted or something is still mounted there: nothing else is changed then
 ORV_API int ftp_set_use(tag_share_config* share);
 /// Removes a share from "/etc/sharefolder.conf" and from both recycle files, once all three were
-/// read.
+/// read. A name that none of them has may be that of an iSCSI share as it was asked for, with
+/// blanks.
 /// @return ORV_OK; ORV_E_NO_SHARE when one of the files did not have it
 ORV_API int forbid_share_del(const char* name);
 /// Adds a word to a comma-separated list when `value` is exactly "1".

@@ -65,9 +65,15 @@ std::optional<std::string> as_name(const std::string& value) {
   return trimmed(without_last_backslashes(blanked(value, "=]")));
 }
 
+/// Samba looks for sections without their white space, and knows this one by two names.
+bool is_global(std::string name) {
+  std::erase_if(name, [](char c) { return std::strchr(white, c) != nullptr; });
+  return strcasecmp(name.c_str(), "global") == 0 || strcasecmp(name.c_str(), "globals") == 0;
+}
+
 std::optional<std::string> as_samba_name(const std::string& value) {
   const std::string name = *as_name(value);
-  if (strcasecmp(name.c_str(), "global") == 0) return std::nullopt;
+  if (is_global(name)) return std::nullopt;
   return name.empty() ? " " : name;
 }
 
@@ -77,7 +83,7 @@ std::optional<std::string> as_export(const std::string& value) {
 }
 
 std::optional<std::string> as_clients(const std::string& value) {
-  const std::string clients = trimmed(blanked(value, "\t()"));
+  const std::string clients = trimmed(blanked(value, "\t()\"#\\"));
   return clients.empty() ? "*" : clients;
 }
 

@@ -233,6 +233,8 @@ texts attack_texts() {
       "[global]",
       "global",
       "GLOBAL",
+      "globals",
+      "g loBals ",
       "homes",
       "x]",
       "x] y",

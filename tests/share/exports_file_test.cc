@@ -83,6 +83,17 @@ TEST_F(exports_file, never_opens_a_share_to_everybody_by_a_blank) {
   EXPECT_EQ(line_of("/mnt/a", "a(rw) b"), exported("a", "a rw  b"));
 }
 
+/// A comment would leave the export without its clients, and a quoted word might take the next
+/// lines in.
+TEST_F(exports_file, has_no_comment_and_no_quoted_word_among_its_clients) {
+  EXPECT_EQ(line_of("/mnt/a", "#10.0.0.1"), exported("a", " 10.0.0.1"));
+  EXPECT_EQ(line_of("/mnt/a", "10.0.0.1 #b"), exported("a", "10.0.0.1  b"));
+  EXPECT_EQ(line_of("/mnt/a", "\"10.0.0.1"), exported("a", " 10.0.0.1"));
+  EXPECT_EQ(line_of("/mnt/a", "10.0.0.1 \"b\""), exported("a", "10.0.0.1  b"));
+  EXPECT_EQ(line_of("/mnt/a", "a#b\"c"), exported("a", "a b c"));
+  EXPECT_EQ(line_of("/mnt/a", "a\\050rw"), exported("a", "a 050rw"));
+}
+
 TEST_F(exports_file, has_as_many_clients_as_a_line_holds) {
   std::string clients = "10.0.0.10";
   while (clients.size() < 240) clients += ",10.0.0.10";

@@ -37,6 +37,46 @@ TEST_F(share_banishment, tells_when_one_file_did_not_have_the_share_and_goes_on)
   EXPECT_EQ(machine.read(exports_recy_path), exported("a"));
 }
 
+TEST_F(share_banishment, knows_an_iscsi_share_by_the_name_that_was_asked_for) {
+  machine.file(ietd_path, "");
+  for (const bool is_in_use : {false, true}) {
+    tag_share_config share = a_share("my vol", "iscsi");
+    EXPECT_EQ(share_add(&share), ORV_OK);
+    if (!is_in_use) {
+      EXPECT_EQ(share_set_use(&share), -2061);
+    }
+    EXPECT_THAT(names_in(shares_path, get_share_from_conf),
+                testing::ElementsAre("a", "b", "my_vol"));
+    EXPECT_EQ(forbid_share_del("my vol"), -2067);
+    EXPECT_EQ(shares(), listed("a", "") + listed("b"));
+  }
+}
+
+TEST_F(share_banishment, takes_the_share_of_exactly_its_name_first) {
+  shares(listed("my_vol", "") + listed("my vol", ""));
+  EXPECT_EQ(forbid_share_del("my vol"), -2067);
+  EXPECT_EQ(shares(), listed("my_vol", ""));
+}
+
+TEST_F(share_banishment, takes_no_share_of_another_service_for_an_iscsi_share) {
+  for (const std::string service : {"samba", "nfs", "ftp"}) {
+    shares(listed("my_vol", service));
+    EXPECT_EQ(forbid_share_del("my vol"), -2067);
+    EXPECT_EQ(shares(), listed("my_vol", service));
+  }
+  shares(listed("my_vol", ""));
+  machine.file(smb_recy_path, parked("my_vol"));
+  EXPECT_EQ(forbid_share_del("my vol"), -2067);
+  EXPECT_EQ(shares(), listed("my_vol", ""));
+  machine.file(smb_recy_path, "");
+  machine.file(exports_recy_path, exported("my_vol"));
+  EXPECT_EQ(forbid_share_del("my vol"), -2067);
+  EXPECT_EQ(shares(), listed("my_vol", ""));
+  machine.file(exports_recy_path, exported("my\\040vol"));
+  EXPECT_EQ(forbid_share_del("my vol"), -2067);
+  EXPECT_EQ(shares(), listed("my_vol", ""));
+}
+
 TEST_F(share_banishment, changes_nothing_when_a_file_cannot_be_locked) {
   const std::pair<const char*, int> codes[] = {
       {shares_path, -2060}, {smb_recy_path, -2061}, {exports_recy_path, -2061}};

@@ -13,8 +13,9 @@ class ftp_parking : public share_test {
     machine.tool("rm").succeeds().if_asked();
     machine.tool("mv").is_real();
   }
-  int park() {
+  int park(const std::string& path = "/mnt/a") {
     tag_share_config share = a_share("a", "ftp");
+    set_field(share.path, path);
     const int result = ftp_set_use(&share);
     EXPECT_STREQ(share.service, "");
     return result;
@@ -59,6 +60,28 @@ TEST_F(ftp_parking, changes_nothing_while_something_is_still_mounted_there) {
   EXPECT_EQ(shares(), listed("a", "ftp"));
   EXPECT_EQ(machine.read("/etc/mdfstab"), table);
   EXPECT_EQ(machine.log(), refusal("ftp_set_use", -11000, "Device or resource busy"));
+}
+
+TEST_F(ftp_parking, finds_what_is_still_mounted_by_any_name_of_the_path) {
+  machine.tool("umount").succeeds();
+  machine.file("/proc/mounts", "/dev/mapper/vg0-a /mnt/a xfs rw 0 0\n");
+  machine.directory("/mnt/a");
+  machine.link("/mnt/link", "/mnt/a");
+  for (const char* const path : {"/mnt/a/", "//mnt//a", "/mnt/./a", "/mnt/link"}) {
+    machine.forget();
+    EXPECT_EQ(park(path), -11000) << path;
+    EXPECT_THAT(machine.commands(), testing::SizeIs(1));
+    EXPECT_EQ(shares(), listed("a", "ftp"));
+    EXPECT_EQ(machine.read("/etc/mdfstab"), table);
+    EXPECT_EQ(machine.log(), refusal("ftp_set_use", -11000, "Device or resource busy"));
+  }
+}
+
+TEST_F(ftp_parking, goes_on_while_only_neighbours_and_parents_of_the_path_are_mounted) {
+  machine.tool("umount").succeeds();
+  machine.file("/proc/mounts", "x / ext4 rw 0 0\nx /mnt ext4 rw 0 0\nx /mnt/ab xfs rw 0 0\n");
+  EXPECT_EQ(park("/mnt/a/"), ORV_OK);
+  EXPECT_EQ(shares(), listed("a", ""));
 }
 
 TEST_F(ftp_parking, changes_nothing_when_the_mounts_are_not_known) {

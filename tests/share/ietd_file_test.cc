@@ -3,6 +3,7 @@
 #include "tests/share/share_machine.h"
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 
@@ -116,6 +117,32 @@ TEST_F(ietd_file, cuts_the_stamp_of_a_long_name_when_it_is_read) {
   const std::string name(20, 'n');
   EXPECT_THAT(read_back("Target iqn.x:" + name + ".20240102030405\n"),
               ElementsAre(name + ".20240102030|||iscsi||rw"));
+}
+
+/// A name of 17 characters and its stamp fill the field of a name.
+TEST_F(ietd_file, renames_targets_whose_names_leave_the_stamp_no_room) {
+  share_list list;
+  for (const std::size_t size : {17, 18, 31, 32}) {
+    list.add(a_share(std::string(size, 'n'), "iscsi"));
+    set_field(list.records().back()->valid_users, "");
+  }
+  const std::string first = written(list);
+  const std::string stamp = first.substr(first.find('.', first.find("nn")), 15);
+  share_list once;
+  const open_file file(ietd_path);
+  EXPECT_EQ(get_share_from_ietd(file.number(), once.get()), ORV_OK);
+  const std::string second = written(once);
+  const auto target = [](std::size_t size, const std::string& end) {
+    return ":" + std::string(size, 'n') + end + "\n";
+  };
+  for (const auto& [size, kept] :
+       {std::pair<std::size_t, std::size_t>{17, 15}, {18, 14}, {31, 1}}) {
+    EXPECT_THAT(first, HasSubstr(target(size, stamp)));
+    EXPECT_THAT(second, HasSubstr(target(size, stamp.substr(0, kept))));
+  }
+  // Nothing is left of this one's stamp: it gets a new one each time.
+  EXPECT_EQ(once.records().at(3)->name, std::string(32, 'n'));
+  EXPECT_THAT(second, HasSubstr("Target iqn.2006-05.org.orv:" + std::string(32, 'n') + ".2"));
 }
 
 TEST_F(ietd_file, takes_key_words_as_prefixes_and_ignores_short_lines) {

@@ -66,6 +66,9 @@ TEST_F(recycle_list, stays_when_it_cannot_be_locked_or_read) {
   samba("[ab\n");
   EXPECT_EQ(samba_recy_del(smb_recy_path, "a", ""), -2063);
   EXPECT_EQ(samba(), "[ab\n");
+  nfs("/mnt/a ((((((\n");
+  EXPECT_EQ(nfs_recy_del(exports_recy_path, "a", ""), -2063);
+  EXPECT_EQ(nfs(), "/mnt/a ((((((\n");
   const foreign_lock lock(exports_recy_path);
   EXPECT_EQ(nfs_recy_del(exports_recy_path, "a", ""), -2061);
   EXPECT_EQ(nfs_recy_del(nullptr, "a", ""), -2061);
@@ -73,8 +76,10 @@ TEST_F(recycle_list, stays_when_it_cannot_be_locked_or_read) {
 
 TEST_F(recycle_list, that_cannot_be_written_counts_more_than_a_missing_share) {
   samba(parked("a"));
+  nfs(exported("a"));
   const file_size_limit full(20);
   EXPECT_EQ(samba_recy_del(smb_recy_path, "x", ""), -2065);
+  EXPECT_EQ(nfs_recy_del(exports_recy_path, "x", ""), -2065);
 }
 
 TEST_F(recycle_list, needs_the_name_of_a_share) {
@@ -124,6 +129,16 @@ TEST_F(recycle_list, of_nfs_stays_when_that_of_samba_fails) {
   EXPECT_EQ(nfs(), exported("a"));
 }
 
+TEST_F(recycle_list, of_nfs_stays_when_that_of_samba_cannot_be_written) {
+  samba(parked("a") + parked("b"));
+  nfs(exported("a"));
+  {
+    const file_size_limit full(20);
+    EXPECT_EQ(share_recy_del("a"), -2065);
+  }
+  EXPECT_EQ(nfs(), exported("a"));
+}
+
 TEST_F(recycle_list, of_an_export_is_known_by_the_name_in_the_share_list) {
   nfs("/mnt/a=b 10.0.0.1(rw)\n");
   share_list list;
@@ -153,6 +168,11 @@ TEST_F(recycle_list, completes_nothing_when_one_file_fails) {
   samba(parked("a", "bob"));
   nfs("((((((((((((\n");
   EXPECT_EQ(get_shareinfo_from_recy(list.get()), -2063);
+  samba("[ab\n");
+  nfs(exported("a"));
+  EXPECT_EQ(get_shareinfo_from_recy(list.get()), -2063);
+  EXPECT_EQ(samba(), "[ab\n");
+  samba(parked("a", "bob"));
   {
     const foreign_lock lock(exports_recy_path);
     EXPECT_EQ(get_shareinfo_from_recy(list.get()), -2061);

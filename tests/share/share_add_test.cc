@@ -75,6 +75,13 @@ TEST_F(share_addition, finds_iscsi_targets_by_their_names_without_stamps) {
   EXPECT_THAT(targets, HasSubstr("Target iqn.2006-05.org.orv:w.2"));
 }
 
+TEST_F(share_addition, never_finds_an_iscsi_share_whose_own_name_has_a_dot) {
+  EXPECT_EQ(add(a_share("v.1", "iscsi")), ORV_OK);
+  EXPECT_EQ(add(a_share("w", "iscsi")), ORV_OK);
+  EXPECT_THAT(names_in(ietd_path, get_share_from_ietd),
+              ElementsAre("v.1", "v.1", testing::StartsWith("w.")));
+}
+
 TEST_F(share_addition, knows_an_export_by_the_last_part_of_its_path) {
   tag_share_config share = a_share("docs", "nfs");
   set_field(share.path, "/mnt/pool");
@@ -163,6 +170,14 @@ TEST_F(share_addition, follows_symbolic_links_and_keeps_modes) {
   EXPECT_EQ(add(a_share("a", "nfs")), ORV_OK);
   EXPECT_EQ(machine.read("/data/exports"), exported("a"));
   EXPECT_EQ(machine.mode("/data/exports"), 0640U);
+}
+
+TEST_F(share_addition, refuses_what_samba_takes_for_its_global_section) {
+  for (const char* const name : {"global", "GLOBALS ", "globals", "g lobal", "glob\tal s"}) {
+    EXPECT_EQ(add(a_share(name, "cifs")), ORV_E_FAILED) << name;
+    EXPECT_FALSE(machine.exists(shares_path));
+  }
+  EXPECT_EQ(add(a_share("globals", "nfs")), ORV_OK);
 }
 
 TEST_F(share_addition, needs_a_record_with_a_name) {

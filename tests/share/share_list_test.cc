@@ -116,6 +116,18 @@ TEST_F(share_list_operation, mod_recy_sets_a_service_and_appends_what_is_missing
   EXPECT_EQ(told(*list.records().at(2)), told(change));
 }
 
+TEST_F(share_list_operation, null_is_the_name_of_no_share) {
+  share_list list;
+  list.add(a_share("")).add(a_share(".1", "iscsi"));
+  EXPECT_EQ(del_share_to_sharelist(nullptr, list.get()), -1);
+  EXPECT_EQ(list.records().size(), 2U);
+  EXPECT_EQ(machine.log(), refusal("del_share_to_sharelist", -1, "Invalid argument"));
+  EXPECT_EQ(fine_share_in_list(list.get(), nullptr), nullptr);
+  EXPECT_EQ(fine_share_in_list(list.get(), ""), list.records()[0]);
+  EXPECT_EQ(del_share_to_sharelist("", list.get()), ORV_OK);
+  EXPECT_EQ(list.records().size(), 1U);
+}
+
 TEST_F(share_list_operation, null_is_logged) {
   tag_share_config share = a_share("a");
   share_list list;
@@ -127,7 +139,7 @@ TEST_F(share_list_operation, null_is_logged) {
   EXPECT_EQ(mod_recy_list(&share, nullptr), -1);
   EXPECT_EQ(del_share_to_sharelist("a", nullptr), -1);
   EXPECT_EQ(del_share_to_sharelist(nullptr, list.get()), -1);
-  EXPECT_EQ(machine.log_lines().size(), 7U);
+  EXPECT_EQ(machine.log_lines().size(), 8U);
   EXPECT_EQ(list.records().size(), 0U);
 }
 

@@ -46,6 +46,40 @@ TEST_F(share_record, shows_what_is_empty) {
   EXPECT_EQ(share.used, 0U);
 }
 
+TEST_F(share_record, list_begins_as_a_new_record_and_empty) {
+  tag_shareconf_list list;
+  std::memset(static_cast<void*>(&list), 0x7f, sizeof list);
+  share_list_init(&list);
+  tag_share_config fresh{};
+  share_conf_init(&fresh);
+  EXPECT_EQ(std::memcmp(&list, &fresh, offsetof(tag_share_config, list)), 0);
+  EXPECT_EQ(list.list.next, &list.list);
+  EXPECT_EQ(list.list.prev, &list.list);
+}
+
+TEST_F(share_record, list_shows_nothing_when_empty) {
+  share_list list;
+  share_list_show(list.get());
+  EXPECT_EQ(machine.output(), "");
+}
+
+TEST_F(share_record, list_may_be_released_twice_and_filled_again) {
+  tag_shareconf_list list;
+  share_list_init(&list);
+  tag_share_config share = a_share("a");
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_EQ(add_share_to_sharelist(&share, &list), ORV_OK);
+    EXPECT_EQ(list.list.next, list.list.prev);
+    EXPECT_NE(list.list.next, &list.list);
+    for (int release = 0; release < 2; ++release) {
+      EXPECT_EQ(share_list_fini(&list), 0);
+      EXPECT_EQ(list.list.next, &list.list);
+      EXPECT_EQ(list.list.prev, &list.list);
+    }
+  }
+  EXPECT_EQ(machine.output() + machine.log(), "");
+}
+
 TEST_F(share_record, list_is_shown_in_order_and_released) {
   tag_shareconf_list list;
   share_list_init(&list);

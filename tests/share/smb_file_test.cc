@@ -123,6 +123,10 @@ TEST_F(smb_file, keeps_no_global_settings_in_the_recycle_file) {
 
 TEST_F(smb_file, never_has_a_share_that_would_change_the_global_settings) {
   share_list list;
-  list.add(a_share("Global")).add(a_share("a"));
-  EXPECT_EQ(written_to(global, list), global + offered("a"));
+  for (const char* const name : {"Global", "globals", "g lobal", "GLO\tBALS ", " global"}) {
+    list.add(a_share(name));
+  }
+  list.add(a_share("a")).add(a_share("globalss")).add(a_share("global_"));
+  EXPECT_EQ(written_to(global, list),
+            global + offered("a") + offered("globalss") + offered("global_"));
 }
