@@ -56,8 +56,9 @@ int read_export(tag_shareconf_list* list, std::string_view line) {
 /// everybody what is meant for the last of them; so might the beginning of an address.
 std::string clients_of(const tag_share_config& share, std::size_t room) {
   constexpr std::size_t longest_address = 64;
-  const std::string fit = orv::fit_value(orv::text_of(share.valid_users), unfit_in_clients);
-  std::string_view clients = orv::trimmed_right(fit);
+  const std::string_view list = orv::text_of(share.valid_users);
+  const std::string fit = orv::fit_value(list, unfit_in_clients);
+  std::string_view clients = orv::trimmed_right(orv::or_nobody(fit, list));
   if (room >= longest_address) clients = orv::trimmed_right(orv::whole_items(clients, room));
   return clients.empty() ? "*" : std::string(clients);
 }

@@ -53,6 +53,11 @@ bool is_global_to_samba(std::string_view name) {
   return equal_ignoring_case(word, "global") || equal_ignoring_case(word, "globals");
 }
 
+std::string_view or_nobody(std::string_view fit, std::string_view list) {
+  const bool names_somebody = !trimmed(fit).empty() || trimmed(fit_value(list)).empty();
+  return names_somebody ? fit : "_";
+}
+
 std::string_view whole_items(std::string_view list, std::size_t room) {
   if (list.size() <= room) return list;
   const bool ends_there = list[room] == ',' || list[room] == ' ';

@@ -30,6 +30,11 @@ std::string stored_name(std::string_view name, std::string_view service = "");
 /// as "global" and as "globals", and compares neither case nor white space.
 bool is_global_to_samba(std::string_view name);
 
+/// A list of users or clients as it is written: one of which no character is left names nobody,
+/// "_", since an empty list would let everybody in.
+/// @param fit  the list with blanks for its unfit characters
+std::string_view or_nobody(std::string_view fit, std::string_view list);
+
 /// A list of users or clients, ended at the last item that fits the room. The first item is cut
 /// where it does not fit alone: an empty list would let everybody in.
 std::string_view whole_items(std::string_view list, std::size_t room);

@@ -77,7 +77,7 @@ void append_share(orv::secret_text& text, const tag_share_config& share,
   orv::append_setting(text, "printable", "no");
   orv::append_setting(text, "create mask", "0777");
   const std::string_view users = orv::whole_items(orv::text_of(share.valid_users), users_room);
-  orv::append_setting(text, users_key, orv::samba_value(users));
+  orv::append_setting(text, users_key, orv::or_nobody(orv::samba_value(users), users));
 }
 
 void append_live_share(orv::secret_text& text, const tag_share_config& share) {

@@ -16,7 +16,8 @@
 /// is written as a blank, and so is a "\" at the end of a name or of a value in a Samba file; a
 /// blank in the name of an iSCSI share as "_". In the exports the path's blanks, control characters
 /// and the characters " # ( \ are written as exports writes them ("\040"), and a client list loses
-/// the blanks at its end. A list of users or clients that does not fit its line ends at an item
+/// the blanks at its end. A list of users or clients of which no character is left is written as
+/// "_", which is nobody: an empty list is everybody. One that does not fit its line ends at an item
 /// that does; where a line is still too long to be read again, the writer fails and changes
 /// nothing. The share operations see every name as it will be stored, so that each of them means
 /// the same share by the same name.

@@ -61,6 +61,15 @@ std::optional<std::string> as_samba_setting(const std::string& value) {
   return trimmed(without_last_backslashes(blanked(value, "=")));
 }
 
+/// Nobody, where no character of the list is left: an empty list would let everybody in.
+std::optional<std::string> or_nobody(const std::string& list, const std::string& value) {
+  return list.empty() && !trimmed(blanked(value, "")).empty() ? "_" : list;
+}
+
+std::optional<std::string> as_samba_users(const std::string& value) {
+  return or_nobody(*as_samba_setting(value), value);
+}
+
 std::optional<std::string> as_name(const std::string& value) {
   return trimmed(without_last_backslashes(blanked(value, "=]")));
 }
@@ -83,7 +92,7 @@ std::optional<std::string> as_export(const std::string& value) {
 }
 
 std::optional<std::string> as_clients(const std::string& value) {
-  const std::string clients = trimmed(blanked(value, "\t()\"#\\"));
+  const std::string clients = *or_nobody(trimmed(blanked(value, "\t()\"#\\")), value);
   return clients.empty() ? "*" : clients;
 }
 
@@ -171,7 +180,7 @@ const share_field share_fields[] = {
                 "a backslash at the end would take in the next line"),
     SHARE_FIELD(smb_path, put_share_to_smb, get_share_from_smb, comment, as_samba_setting,
                 "a backslash at the end would take in the next line"),
-    SHARE_FIELD(smb_path, put_share_to_smb, get_share_from_smb, valid_users, as_samba_setting,
+    SHARE_FIELD(smb_path, put_share_to_smb, get_share_from_smb, valid_users, as_samba_users,
                 "a backslash at the end would take in the next line"),
     SHARE_FIELD(smb_recy_path, put_share_to_smb_recy, get_share_from_smb, name, as_samba_name,
                 "as in the file of shares in use"),
@@ -180,7 +189,7 @@ const share_field share_fields[] = {
     SHARE_FIELD(smb_recy_path, put_share_to_smb_recy, get_share_from_smb, comment, as_samba_setting,
                 "as in the file of shares in use"),
     SHARE_FIELD(smb_recy_path, put_share_to_smb_recy, get_share_from_smb, valid_users,
-                as_samba_setting, "as in the file of shares in use"),
+                as_samba_users, "as in the file of shares in use"),
     SHARE_FIELD(exports_path, put_share_to_nfs, get_share_from_nfs, path, as_export,
                 "an export is an absolute path"),
     SHARE_FIELD(exports_path, put_share_to_nfs, get_share_from_nfs, valid_users, as_clients,

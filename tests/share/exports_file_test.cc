@@ -94,6 +94,15 @@ TEST_F(exports_file, has_no_comment_and_no_quoted_word_among_its_clients) {
   EXPECT_EQ(line_of("/mnt/a", "a\\050rw"), exported("a", "a 050rw"));
 }
 
+TEST_F(exports_file, goes_to_nobody_when_no_character_of_its_clients_is_left) {
+  for (const char* clients : {"#", "()", "\"\\"}) {
+    EXPECT_EQ(line_of("/mnt/a", clients), exported("a", "_")) << clients;
+  }
+  for (const char* clients : {"", " ", "\n"}) {
+    EXPECT_EQ(line_of("/mnt/a", clients), exported("a", "*")) << clients;
+  }
+}
+
 TEST_F(exports_file, has_as_many_clients_as_a_line_holds) {
   std::string clients = "10.0.0.10";
   while (clients.size() < 240) clients += ",10.0.0.10";

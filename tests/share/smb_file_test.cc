@@ -130,3 +130,16 @@ TEST_F(smb_file, never_has_a_share_that_would_change_the_global_settings) {
   EXPECT_EQ(written_to(global, list),
             global + offered("a") + offered("globalss") + offered("global_"));
 }
+
+TEST_F(smb_file, lets_nobody_in_when_no_character_of_its_users_is_left) {
+  for (const auto& [users, written] :
+       {std::pair("=", "_"), std::pair("\\\\", "_"), std::pair("", ""), std::pair("\n", "")}) {
+    tag_share_config share = a_share("a");
+    set_field(share.valid_users, users);
+    share_list list;
+    list.add(share);
+    EXPECT_THAT(read_back(written_to(global, list)),
+                ElementsAre(std::string("a|of a|/mnt/a|samba|") + written + "|rw"))
+        << users;
+  }
+}
