@@ -94,7 +94,8 @@ ORV_API int add_mdfstab(const char* mountpoint, const char* vgname, const char* 
 /// @return ORV_OK whether or not it was there; ORV_E_MOUNT_TABLE when a file cannot be opened or
 ///         written, or another change keeps the lock; ORV_E_COMMAND when the new file cannot be
 ///         moved into place. The file is unchanged on failure, and when the mount point is not
-///         listed.
+///         listed. Where the tool that moves the new file has removed or cut the old one and then
+///         failed, the new one stays in /tmp.
 ORV_API int del_mdfstab(const char* mountpoint);
 /// Appends one record per entry: device path, mount point, type and volume group.
 /// @return ORV_OK; ORV_E_FAILED when the file cannot be opened or the list is NULL
