@@ -178,7 +178,8 @@ ORV_API char* init_raid_disks(const char* names);
 
 // --- Members and destruction ---------------------------------------------------------------------
 
-/// Adds the disk of a channel (at most 7 characters) of the array's enclosure to the array.
+/// Adds the disk of a channel (at most 7 characters) of the array's enclosure to the array. Of a
+/// list of channels exactly one must have a disk there.
 /// @return ORV_OK; ORV_E_NO_RAID; ORV_E_NO_DISK; ORV_E_RAID_LEVEL_FIXED (raid0);
 ///         ORV_E_DISK_USED (this array or a volume group); the code of a list that could not be
 ///         read; ORV_E_COMMAND
