@@ -84,6 +84,15 @@ remaining_table without(std::string_view table, std::string_view mountpoint) {
   return remaining;
 }
 
+/// Whether the table still has this text; false, too, when it cannot be read.
+bool still_holds(const std::string& text) try {
+  std::string table;
+  struct stat examined {};
+  return orv::read_file(orv::mdfstab_path, table, examined) && table == text;
+} catch (const std::bad_alloc&) {
+  return false;
+}
+
 }  // namespace
 
 int add_mdfstab(const char* mountpoint, const char* vgname, const char* poolname) try {
@@ -111,7 +120,12 @@ int del_mdfstab(const char* mountpoint) try {
   if (remaining.lost_an_entry) {
     if (!rewritten.complete(original)) return log_delete_failure();
     const int result = orv::run(orv::command("mv %s /etc/mdfstab > /dev/null", rewritten.path()));
-    if (result != ORV_OK) return result;
+    if (result != ORV_OK) {
+      // From one file system to another `mv` copies: it may have removed or cut the table before it
+      // failed, and then nothing else has the entries.
+      if (!still_holds(table)) rewritten.leave();
+      return result;
+    }
   }
   // When nothing matched, the temporary file stays in /tmp.
   rewritten.leave();

@@ -2,6 +2,8 @@
 #include <orv/lvm.h>
 #include <orv/raid.h>
 
+#include <cerrno>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,13 +21,14 @@ namespace {
 /// callers then look again.
 constexpr int handled = ORV_E_FAILED;
 
-/// What the kernel says of an array; empty when it says nothing.
-std::string kernel_word(const tag_md_info& md, const char* attribute) {
+/// What the kernel says of an array; empty when it says nothing, none when it could not be asked.
+std::optional<std::string> kernel_word(const tag_md_info& md, const char* attribute) {
   constexpr std::size_t longest_word = 64;
   const std::string path = "/sys/block/" + std::string(orv::text_of(md.name)) + "/md/" + attribute;
   const orv::unique_descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file && (errno == ENOENT || errno == ENODEV || errno == ENOTDIR)) return "";
   std::string text;
-  if (!file || !orv::read_up_to(file.get(), text, longest_word)) return "";
+  if (!file || !orv::read_up_to(file.get(), text, longest_word)) return std::nullopt;
   return std::string(orv::trimmed(text));
 }
 
@@ -37,15 +40,19 @@ bool has_enough_members(std::string_view level, uint64_t lost) {
 
 /// Whether an array only seems to be inactive, and the kernel says that it runs. "inactive" is also
 /// what stays when mdadm told no state, as when a full disk cut short what it said: to fail the
-/// members of such an array would lose what is on them.
+/// members of such an array would lose what is on them. So would a member whose state cannot be
+/// read; an array counts as one that runs, too, when the kernel cannot be asked.
 bool runs_all_the_same(const tag_md_info& md) {
-  const std::string state = kernel_word(md, "array_state");
-  if (state.empty() || state == "inactive" || state == "clear") return false;
-  const std::string level = kernel_word(md, "level");
-  if (!level.empty() && level != orv::text_of(md.level)) return true;  // cut short, too
+  const auto state = kernel_word(md, "array_state");
+  if (!state) return true;
+  if (state->empty() || *state == "inactive" || *state == "clear") return false;
+  const auto level = kernel_word(md, "level");
+  if (!level) return true;
+  if (!level->empty() && *level != orv::text_of(md.level)) return true;  // cut short, too
   if (orv::text_of(md.disks).find('(') == std::string_view::npos) return true;
-  const std::string lost = kernel_word(md, "degraded");
-  return !lost.empty() && has_enough_members(orv::text_of(md.level), orv::leading_number(lost));
+  const auto lost = kernel_word(md, "degraded");
+  if (!lost) return true;
+  return !lost->empty() && has_enough_members(orv::text_of(md.level), orv::leading_number(*lost));
 }
 
 }  // namespace

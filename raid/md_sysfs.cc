@@ -44,7 +44,7 @@ constexpr std::size_t largest_kernel_text = 4096;
 
 /// The trimmed text of a kernel file, of which nothing is left after a read error. A file that
 /// cannot be opened is printed, and logged in the name of the caller.
-/// @param error  why it cannot be opened or read; unchanged when it can
+/// @param error  why it cannot be opened; unchanged when it can
 std::optional<std::string> kernel_text(const char* path, int& error,
                                        const char* function = __builtin_FUNCTION(),
                                        int line = __builtin_LINE()) {
@@ -57,10 +57,7 @@ std::optional<std::string> kernel_text(const char* path, int& error,
     return std::nullopt;
   }
   std::string text;
-  if (!orv::read_up_to(file.get(), text, largest_kernel_text)) {
-    error = errno;
-    text.clear();
-  }
+  if (!orv::read_up_to(file.get(), text, largest_kernel_text)) text.clear();
   return std::string(orv::trimmed(text));
 }
 
@@ -73,8 +70,8 @@ int state_in(const std::optional<std::string>& text) {
   return 0;
 }
 
-/// A member that went away meanwhile is a lost one. What else keeps us from its state, as too many
-/// open files, says nothing about the disk: taken for a loss it would make a healthy array
+/// A member that went away meanwhile is a lost one. What else keeps us from opening its state, as
+/// too many open files, says nothing about the disk: taken for a loss it would make a healthy array
 /// inactive.
 bool is_no_loss(int error) {
   return error != 0 && error != ENOENT && error != ENODEV && error != ENOTDIR;

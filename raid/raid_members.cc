@@ -51,10 +51,9 @@ int array_and_disk::find(const char* md_name, const char* ch, const char* caller
     return orv::log_failure(ORV_E_NO_RAID, caller);
   }
   liborv_strncpy(device_, channel_size, ch);
-  // One of several channels is not what was asked for, and the disks of a RAID controller have no
-  // device name to act on.
-  if (count_disks(ch) == 1 && trans_ch_disk(disks_.get(), device_, array_->enclosure, 1) == 1 &&
-      device_[0] != '\0') {
+  // Of several channels exactly one may have a disk. The disks of a RAID controller have no device
+  // name to act on.
+  if (trans_ch_disk(disks_.get(), device_, array_->enclosure, 1) == 1 && device_[0] != '\0') {
     return ORV_OK;
   }
   liborv_log_error("'%s' is not invalid disk", ch == nullptr ? "" : ch);

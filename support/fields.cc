@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <optional>
 #include <string>
 
 #include "support/characters.h"
@@ -36,22 +37,28 @@ std::size_t field_start(std::string_view line, std::string_view separators, int 
   return start;
 }
 
-pthread_key_t key_of_kept_lines() {
+/// None where the program has used up its keys: what stands under a key that is not ours is not
+/// ours to free.
+std::optional<pthread_key_t> key_of_kept_lines() {
   pthread_key_t key{};
-  pthread_key_create(&key, std::free);
+  if (pthread_key_create(&key, std::free) != 0) return std::nullopt;
   return key;
 }
 
-/// Copies a line and keeps it until the thread's next call; NULL without memory. The line may be
-/// the kept one itself. A thread_local object would not do: a thread without memory for its
-/// destructor is ended by the C library.
+/// Copies a line and keeps it until the thread's next call; NULL, with `errno`, without memory or a
+/// key. The line may be the kept one itself. A thread_local object would not do: a thread without
+/// memory for its destructor is ended by the C library.
 char* keep_for_thread(std::string_view line) {
-  static const pthread_key_t key = key_of_kept_lines();
+  static const std::optional<pthread_key_t> key = key_of_kept_lines();
+  if (!key) {
+    errno = ENOMEM;
+    return nullptr;
+  }
   auto* const copy = static_cast<char*>(std::malloc(line.size() + 1));
   if (copy == nullptr) return nullptr;
   copy[line.copy(copy, line.size())] = '\0';
-  char* const last = static_cast<char*>(pthread_getspecific(key));
-  if (pthread_setspecific(key, copy) != 0) {
+  char* const last = static_cast<char*>(pthread_getspecific(*key));
+  if (pthread_setspecific(*key, copy) != 0) {
     std::free(copy);
     return nullptr;
   }

@@ -4,10 +4,12 @@
 
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include "common/families.h"
 #include "common/log.h"
 #include "common/secret_text.h"
+#include "common/text.h"
 #include "common/whole_file.h"
 
 namespace {
@@ -39,10 +41,13 @@ void user_info_fini(tag_user_info* user) { user_info_init(user); }
 int user_info_show(const tag_user_info* user) {
   const orv::cleared_stack stack;
   if (user == nullptr) return orv::log_missing_argument();
-  char line[sizeof *user + 32];
+  char line[sizeof *user + 32];  // both numbers and both whole fields, ended or not
   const orv::cleared_at_end cleared(line);
+  const std::string_view name = orv::text_of(user->name);
+  const std::string_view password = orv::text_of(user->password);
   const int size =
-      std::snprintf(line, sizeof line, "%d\t%s\t%s", user->uid, user->name, user->password);
+      std::snprintf(line, sizeof line, "%d\t%.*s\t%.*s", user->uid, static_cast<int>(name.size()),
+                    name.data(), static_cast<int>(password.size()), password.data());
   const int rest =
       std::snprintf(line + size, sizeof line - static_cast<std::size_t>(size), "\t%d\n", user->gid);
   print_past_buffer(line);

@@ -52,7 +52,8 @@ ORV_API void fs_list_show(tag_fsinfo_list* list);
 
 // --- File systems --------------------------------------------------------------------------------
 
-/// Appends every entry of the mount table, completed with its pool, mount state, size and use.
+/// Appends every entry of the mount table, completed with its pool, mount state, size and use. A
+/// line that begins with "#" gives no record.
 /// @return ORV_OK; ORV_E_FAILED when the mount table cannot be read or the list is NULL;
 ///         ORV_E_LVDISPLAY when the pools cannot be listed
 ORV_API int fs_get(tag_fsinfo_list* list);
@@ -66,8 +67,8 @@ ORV_API int mountfs_get(tag_fsinfo_list* list);
 /// file of its own in the mount point and never touches one that is there.
 /// @return ORV_OK; ORV_E_FAILED for a NULL list
 ORV_API int get_usedsize_from_df(tag_fsinfo_list* list);
-/// @return 1 when the mount table lists a device path that ends in "/" and `poolname`; 0 when not;
-///         ORV_E_FAILED when it cannot be read
+/// @return 1 when the mount table lists a device path that ends in "/" and `poolname`, in a line
+///         that does not begin with "#"; 0 when not; ORV_E_FAILED when it cannot be read
 ORV_API int fs_check(const char* poolname);
 /// @return 0 when exactly `path` is mounted; ORV_E_FAILED when not, or "/proc/mounts" cannot be
 ///         read
@@ -78,12 +79,13 @@ ORV_API int mount_check(const char* path);
 // A change takes the lock "/var/lib/orv/lock/mdfstab", for which it waits up to ten seconds, so
 // that two of them never lose each other's entry. Where the lock file cannot be made, a change goes
 // on without it; programs that do not know this lock are not kept from the table. Readers take
-// none.
+// none. A change keeps lines of any length.
 
-/// Appends an entry to the mount table, which is created when missing, and commits it. Blanks,
-/// control characters and backslashes are written as fstab writes them ("\040") and read back as
-/// themselves. A line longer than 255 characters is cut there; what is left of an entry whose mount
-/// point was cut is not listed.
+/// Appends an entry to the mount table, which is created when missing, and commits it. It begins on
+/// a line of its own, also when the last line has no end. Blanks, control characters and
+/// backslashes are written as fstab writes them ("\040") and read back as themselves. A line longer
+/// than 255 characters is cut there; what is left of an entry whose mount point was cut is not
+/// listed.
 /// @param mountpoint  absolute path
 /// @return ORV_OK; ORV_E_FAILED when the mount point is listed already, which is not logged, or an
 ///         argument is missing or relative; ORV_E_MOUNT_TABLE when the file cannot be opened or
@@ -94,9 +96,11 @@ ORV_API int add_mdfstab(const char* mountpoint, const char* vgname, const char* 
 /// @return ORV_OK whether or not it was there; ORV_E_MOUNT_TABLE when a file cannot be opened or
 ///         written, or another change keeps the lock; ORV_E_COMMAND when the new file cannot be
 ///         moved into place. The file is unchanged on failure, and when the mount point is not
-///         listed.
+///         listed. Where the tool that moves the new file has removed or cut the old one and then
+///         failed, the new one stays in /tmp.
 ORV_API int del_mdfstab(const char* mountpoint);
-/// Appends one record per entry: device path, mount point, type and volume group.
+/// Appends one record per entry: device path, mount point, type and volume group. A line that
+/// begins with "#" gives no record.
 /// @return ORV_OK; ORV_E_FAILED when the file cannot be opened or the list is NULL
 ORV_API int mdfstab_get(tag_fsinfo_list* list);
 

@@ -163,8 +163,9 @@ ORV_API int check_vg(tag_vg_info* vg);
 /// Checks that a channel or an array may become a physical volume; a channel is replaced by its
 /// device name in place.
 /// @param pvname  channel or array name, in a buffer of 32 bytes
-/// @return ORV_OK; ORV_E_PV_NO_RAID; ORV_E_PV_CHANNEL; ORV_E_PV_DISK_USED and ORV_E_PV_USED, also
-///         when the kernel itself uses the disk or array; the code of a list that could not be read
+/// @return ORV_OK; ORV_E_PV_NO_RAID; ORV_E_PV_CHANNEL; ORV_E_PV_DISK_USED, also for a member with a
+///         mark such as "(F)", and ORV_E_PV_USED, both also when the kernel itself uses the disk or
+///         array; the code of a list that could not be read
 ORV_API int check_pvname(tag_diskinfo_list* disks, char* pvname, const char* enclosure);
 
 /// Adds a channel or an array to a volume group of the same enclosure.
@@ -196,7 +197,8 @@ ORV_API int check_pv_used(const char* name);
 ORV_API int check_spare_disk(const char* dev);
 /// @return 1 when an array of this name exists, else 0
 ORV_API int check_md_exist(const char* name);
-/// @return 1 when an item of the list is a member or spare of some array, else 0
+/// @return 1 when an item of the list is a member, also one with a mark such as "(F)", or a spare
+///         of some array, else 0
 ORV_API int check_ch_in_raid(const char* chlist);
 
 /// First "sd" or "md" device of a group, from LVM's backup of its metadata.
@@ -205,11 +207,13 @@ ORV_API int check_ch_in_raid(const char* chlist);
 ///         unchanged
 ORV_API int vg_get_pv(const char* vgname, char* dev);
 /// Repairs a group one of whose arrays is inactive: fails the array's members, gives its identifier
-/// to "/dev/ram1" and restores the group's metadata. One array per call.
+/// to "/dev/ram1" and restores the group's metadata. One array per call. A running array whose
+/// level counts as lost (raid1, raid5, raid6 with more members lost than they bear; any other with
+/// one that is lost or spare) is failed as any other.
 /// @return ORV_OK when no array is inactive; ORV_E_FAILED (-1) when one was handled; ORV_E_NO_VG
 ///         when there is no backup; ORV_E_COMMAND when mdadm could not describe an array, or not
-///         whole while the kernel says that it runs, and then nothing is run; the code of
-///         `raid_get`
+///         whole while the kernel says that it runs, or the states of its members cannot be read
+///         then, or the kernel cannot be asked, and then nothing is run; the code of `raid_get`
 ORV_API int vg_check_rm(const char* vgname);
 /// Repairs a group for one lost physical volume.
 /// @return the result of `pv_check_rm`; ORV_E_NO_VG when there is no backup
@@ -244,7 +248,8 @@ ORV_API int isdashed(const char* s);
 ORV_API int pool_create(const char* poolname, const char* vgname, uint64_t size);
 /// Runs lvcreate without a check. @return ORV_OK or ORV_E_COMMAND
 ORV_API int create_pool(const char* poolname, const char* vgname, uint64_t size);
-/// Extends a pool to a new total size, which must also fit the group's free space.
+/// Extends a pool to a new total size, which must also fit the group's free space. One beyond
+/// INT_MAX is compared with the pool's present size as INT_MAX.
 /// @param size  GiB
 /// @return ORV_OK; a code of `check_pool_vg` or `check_vg`; ORV_E_COMMAND
 ORV_API int pool_extend(const char* poolname, const char* vgname, uint64_t size);
@@ -277,7 +282,8 @@ ORV_API int umount_fs(const char* mountpoint);
 /// of a mount point. @return ORV_OK or ORV_E_COMMAND
 ORV_API int mkdir_path(const char* path);
 /// Makes a directory mutable and removes its tree. Refused, logged, for an empty or relative path,
-/// for "/", for a path with a ".." component, and while anything is mounted at or below the path.
+/// for "/", for a path with a ".." component or one that is there and cannot be resolved, while
+/// anything is mounted at or below the path, and when the mount table cannot be read.
 /// @return ORV_OK or ORV_E_COMMAND
 ORV_API int rmdir_path(const char* path);
 

@@ -178,7 +178,8 @@ ORV_API char* init_raid_disks(const char* names);
 
 // --- Members and destruction ---------------------------------------------------------------------
 
-/// Adds the disk of a channel (at most 7 characters) of the array's enclosure to the array.
+/// Adds the disk of a channel (at most 7 characters) of the array's enclosure to the array. Of a
+/// list of channels exactly one must have a disk there.
 /// @return ORV_OK; ORV_E_NO_RAID; ORV_E_NO_DISK; ORV_E_RAID_LEVEL_FIXED (raid0);
 ///         ORV_E_DISK_USED (this array or a volume group); the code of a list that could not be
 ///         read; ORV_E_COMMAND
@@ -238,7 +239,9 @@ ORV_API int disk_set_hotspare(const char* dev, int flag);
 ORV_API int clear_disk(const char* dev);
 
 /// Applies `hotspare` (1 add, -1 remove, 0 nothing) of each requested disk, named by `ch` and
-/// `enclosure`. A disk is wiped before it becomes a spare; a request without a disk is skipped.
+/// `enclosure`. A disk is wiped before it becomes a spare; a request without a disk is skipped. One
+/// that is not wiped because the kernel itself uses it does not become a spare, which is logged: a
+/// rebuild would overwrite what is on it.
 /// @return ORV_OK whatever the tools returned; the code of the disk list when it could not be read,
 ///         or ORV_E_NO_DISK when a disk to change has no device name (model KTA7120U), and then
 ///         nothing is run; ORV_E_FAILED for NULL

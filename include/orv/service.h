@@ -109,7 +109,8 @@ ORV_API int get_conninfo_from_netstat(tag_shareconn_list* list);
 ORV_API int get_conninfo_from_smbstatus(tag_shareconn_list* list);
 
 /// Appends the sessions of the iSCSI target, each with the address of its first connection; none
-/// when the target is not loaded.
+/// when the target is not loaded. A line that is cut short before its name opens none: a session
+/// without an initiator is not listed, one below a target without a name has an empty `share`.
 /// @return ORV_OK; ORV_E_COMMAND when the sessions cannot be copied; ORV_E_EXPORTS when the copy
 ///         cannot be opened; ORV_E_FAILED for a NULL list
 ORV_API int get_conninfo_from_session(tag_shareconn_list* list);
@@ -123,6 +124,7 @@ ORV_API int check_ip(const char* text);
 // The limits stand in "/etc/vsftpd.conf". A change takes the lock "/var/lib/orv/lock/vsftpd.conf",
 // for which it waits up to ten seconds. Where the lock file cannot be made, the change goes on
 // without it; programs that do not know this lock are not kept from the file. Readers take none.
+// Lines may have any length.
 
 /// Reads the limits. A limit that is not in the file leaves its output as it was; of several lines
 /// the last counts; a text that begins with no number is 0, a number above 4294967295 is that.

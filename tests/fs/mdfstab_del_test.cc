@@ -200,4 +200,25 @@ TEST_F(mdfstab_del_move, is_logged_when_it_fails_and_changes_nothing) {
                                               "\") return normal with exit(1) for '")));
 }
 
+TEST_F(mdfstab_del_move, leaves_the_new_table_in_tmp_when_it_fails_and_has_spoilt_the_old_one) {
+  machine.tool("cat").is_real();
+  machine.tool("rm").is_real();
+  const std::string spoils[] = {"rm /etc/mdfstab", "echo -n /dev > /etc/mdfstab"};
+  for (const std::string& spoil : spoils) {
+    machine.tool("mv").on("/tmp/mdfstab.XXXXXX /etc/mdfstab").runs(spoil).fails(1);
+    table(three_entries);
+    machine.forget();
+    EXPECT_EQ(del_mdfstab("/mnt/b"), ORV_E_COMMAND) << spoil;
+    EXPECT_FALSE(is_committed());
+    EXPECT_THAT(machine.log_lines(),
+                ElementsAre(testing::StartsWith(std::string("system(\"") + move_command)));
+    EXPECT_THAT(machine.temp_files(), ElementsAre("mdfstab.XXXXXX"));
+    EXPECT_EQ(std::system("cat /tmp/mdfstab.*; rm /tmp/mdfstab.*"), 0);
+    EXPECT_EQ(machine.output(),
+              "/dev/vg1/a\t/mnt/a\txfs\tdefaults\t0 0\n"
+              "/dev/vg1/c\t/mnt/c\txfs\tdefaults\t0 0\n");
+  }
+  EXPECT_THAT(machine.open_descriptors(), IsEmpty());
+}
+
 }  // namespace

@@ -205,6 +205,67 @@ TEST_F(vg_repair, repairs_an_array_that_runs_when_its_level_allows_no_lost_or_sp
                              "/sbin/vgcfgrestore vg0"));
 }
 
+/// A running array of three members, of which no state can be read.
+class unreadable_array : public vg_repair {
+ protected:
+  void unreadable(const std::string& level, const std::string& degraded = "0") {
+    backup();
+    arrays_are("");
+    machine.remove("/sys/block/md1");
+    array("md1", {"sda in_sync", "sdb in_sync", "sdc in_sync"});
+    canned("dev/md1", "Raid Level : " + level + "\nArray Size : 1048576\nState : clean\n");
+    machine.file(md + "array_state", "clean\n");
+    machine.file(md + "level", level + "\n");
+    machine.file(md + "degraded", degraded + "\n");
+    for (const char* const disk : {"sda", "sdb", "sdc"})
+      cannot_be_read("dev-" + std::string(disk) + "/state");
+  }
+  void cannot_be_read(const std::string& attribute) {
+    machine.remove(md + attribute);
+    machine.directory(md + attribute);
+  }
+  const std::string md = "/sys/block/md1/md/";
+};
+
+TEST_F(unreadable_array, is_left_alone_at_every_level) {
+  for (const char* const level : {"raid1", "raid5", "raid6"}) {
+    unreadable(level);
+    EXPECT_EQ(vg_check_rm("vg0"), -11000) << level;
+  }
+  for (const char* const level : {"raid0", "raid10", "linear"}) {
+    unreadable(level);
+    EXPECT_EQ(vg_check_rm("vg0"), 0) << level;
+  }
+  EXPECT_THAT(changes(), IsEmpty());
+  EXPECT_EQ(machine.log(), "");
+}
+
+TEST_F(unreadable_array, is_left_alone_when_it_bears_its_lost_member) {
+  unreadable("raid5", "1");
+  machine.remove(md + "dev-sdc/state");
+  machine.file(md + "dev-sdc/state", "faulty\n");
+  EXPECT_EQ(vg_check_rm("vg0"), -11000);
+  EXPECT_THAT(changes(), IsEmpty());
+}
+
+TEST_F(unreadable_array, is_left_alone_when_the_kernel_cannot_be_asked_about_it_either) {
+  for (const char* const attribute : {"degraded", "level", "array_state"}) {
+    unreadable("raid5", "1");
+    machine.remove(md + "dev-sdc/state");
+    machine.file(md + "dev-sdc/state", "faulty\n");
+    cannot_be_read(attribute);
+    EXPECT_EQ(vg_check_rm("vg0"), -11000) << attribute;
+    machine.remove(md + attribute);
+  }
+  unreadable("raid5");
+  for (int nth = 1; nth <= 30; ++nth) {
+    machine.fail("read", EIO, nth);
+    const int result = vg_check_rm("vg0");
+    EXPECT_TRUE(result == -11000 || result == 0) << nth << ' ' << result;
+  }
+  EXPECT_THAT(changes(), IsEmpty());
+}
+
 TEST_F(vg_repair, changes_nothing_when_the_arrays_cannot_be_listed) {
   backup();
   lost_array("md1", {"sdc in_sync"});

@@ -36,6 +36,13 @@ TEST_F(faulty, walk_over_the_members_stops_at_the_first_missing_one) {
   EXPECT_THAT(machine.commands(), ElementsAre("/sbin/mdadm /dev/md1 -f /dev/sda"));
 }
 
+TEST_F(faulty, failed_member_is_passed_over_and_the_ones_behind_it_are_marked) {
+  machine.tool("/sbin/mdadm").on("/dev/md1 -f ...");
+  EXPECT_EQ(mark_all("sda,sdb(F),sdc"), 0);
+  EXPECT_THAT(machine.commands(),
+              ElementsAre("/sbin/mdadm /dev/md1 -f /dev/sda", "/sbin/mdadm /dev/md1 -f /dev/sdc"));
+}
+
 TEST_F(faulty, failed_members_are_passed_over_and_spares_are_marked) {
   machine.tool("/sbin/mdadm").on("/dev/md1 -f ...");
   EXPECT_EQ(mark_all("sda,sdb(F),sdc(S)"), 0);

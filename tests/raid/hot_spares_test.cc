@@ -110,6 +110,22 @@ TEST_F(hot_spares, disk_is_wiped_before_it_becomes_a_spare) {
                                      "/usr/local/bin/hotspare -r /dev/sdc"));
 }
 
+TEST_F(hot_spares, disk_that_the_kernel_uses_becomes_no_spare) {
+  tools_succeed();
+  machine.in_use("/dev/sdb");
+  machine.in_use("/dev/sdc");
+  request.add(2, "1", 1);
+  request.add(3, "1", -1);
+  request.add(4, "1", 1);
+  EXPECT_EQ(disks_hotspare_set(request.get()), 0);
+  EXPECT_THAT(changes(), ElementsAre("/usr/local/bin/hotspare -r /dev/sdc",
+                                     "/usr/local/bin/diskformat /dev/sdd",
+                                     "/usr/local/bin/hotspare -a /dev/sdd"));
+  EXPECT_THAT(machine.log_lines(),
+              ElementsAre(failed_command("/usr/local/bin/diskformat /dev/sdb", 127) +
+                          "Device or resource busy'"));
+}
+
 TEST_F(hot_spares, channel_of_another_enclosure_is_skipped) {
   put_in_main_chassis(3, "sdm");
   request.add(1, "0", 1);
@@ -168,6 +184,18 @@ TEST_F(hot_spares, clearing_prints_every_request_and_wipes_what_is_there) {
   EXPECT_THAT(changes(), ElementsAre("/usr/local/bin/diskformat /dev/sda",
                                      "/usr/local/bin/diskformat /dev/sdf"));
   EXPECT_THAT(machine.temp_files(), IsEmpty());
+}
+
+TEST_F(hot_spares, clearing_passes_over_a_disk_that_the_kernel_uses) {
+  machine.tool("/usr/local/bin/diskformat").on("/dev/sdf");
+  machine.in_use("/dev/sda");
+  request.add(1, "1");
+  request.add(6, "1");
+  EXPECT_EQ(disks_clear(request.get()), 0);
+  EXPECT_THAT(changes(), ElementsAre("/usr/local/bin/diskformat /dev/sdf"));
+  EXPECT_THAT(machine.log_lines(),
+              ElementsAre(failed_command("/usr/local/bin/diskformat /dev/sda", 127) +
+                          "Device or resource busy'"));
 }
 
 TEST_F(hot_spares_of_a_controller, are_refused_since_its_disks_have_no_device) {

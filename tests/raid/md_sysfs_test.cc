@@ -166,7 +166,7 @@ void md_sysfs::expect_told(const char* function, int error, int result, int usua
   for (int nth = 1; nth <= usual_calls; ++nth) {
     md_list list;
     tag_md_info& md = list.add("md0");
-    liborv_strncpy(md.level, sizeof md.level, "raid0");  // which bears no loss
+    liborv_strncpy(md.level, sizeof md.level, "raid5");
     liborv_strncpy(md.state, sizeof md.state, "clean");
     machine.fail(function, error, nth);
     const int got = get_mdinfo_from_sysblock(list.get());
@@ -178,13 +178,46 @@ void md_sysfs::expect_told(const char* function, int error, int result, int usua
   EXPECT_EQ(told > 0, result != ORV_OK) << function;
 }
 
-TEST_F(md_sysfs, member_whose_state_cannot_be_read_just_now_is_no_lost_one) {
+TEST_F(md_sysfs, member_whose_state_cannot_be_opened_just_now_is_no_lost_one) {
   put_members("md0", 3, {{"sda"}, {"sdb"}, {"sdc"}});
   expect_told("open", EMFILE, ORV_E_MD_SYSFS, 30);
   expect_told("open", ENODEV, ORV_OK, 30);
-  expect_told("read", EIO, ORV_E_MD_SYSFS, 30);
-  expect_told("read", ENODEV, ORV_OK, 30);
   expect_told("readdir", EIO, ORV_E_MD_SYSFS, 30);
+}
+
+TEST_F(md_sysfs, state_that_cannot_be_read_counts_as_empty) {
+  put_members("md0", 3, {{"sda"}, {"sdb"}, {"sdc", "faulty"}});
+  md_list list;
+  tag_md_info& md = list.add("md0");
+  liborv_strncpy(md.level, sizeof md.level, "raid5");
+  const auto read_again = [&] {
+    liborv_strncpy(md.state, sizeof md.state, "clean");
+    EXPECT_EQ(get_mdinfo_from_sysblock(list.get()), ORV_OK);
+    return items(md.disks);
+  };
+  const std::string states = "/sys/block/md0/md/dev-";
+  machine.remove(states + "sdc/state");
+  machine.directory(states + "sdc/state");
+  EXPECT_THAT(read_again(), UnorderedElementsAre("sda", "sdb", "sdc"));
+  EXPECT_STREQ(md.state, "clean");
+  machine.remove(states + "sdb/state");
+  machine.directory(states + "sdb/state");
+  EXPECT_THAT(read_again(), UnorderedElementsAre("sda", "sdb", "sdc"));
+  EXPECT_STREQ(md.state, "inactive");
+  EXPECT_EQ(get_disk_state((states + "sdb/state").c_str()), 0);
+  EXPECT_EQ(machine.log(), "");
+}
+
+TEST_F(md_sysfs, every_read_is_tried_again_when_a_signal_came_in_between) {
+  put_members("md0", 2, {{"sda"}, {"sdb"}});
+  for (int nth = 1; nth <= 30; ++nth) {
+    md_list list;
+    tag_md_info& md = list.add("md0");
+    liborv_strncpy(md.level, sizeof md.level, "raid0");
+    machine.fail("read", EINTR, nth);
+    EXPECT_EQ(get_mdinfo_from_sysblock(list.get()), ORV_OK);
+    EXPECT_THAT(items(md.disks), UnorderedElementsAre("sda", "sdb")) << nth;
+  }
 }
 
 TEST_F(md_sysfs, state_words_have_numbers) {

@@ -116,12 +116,29 @@ TEST_F(raid_members, channel_must_name_one_disk_of_the_enclosure) {
   put_array("md0", "raid5", {{"sda", "faulty"}});
   for (operation* change : operations) {
     for (const std::string channel :
-         {"9", "8", "", ",,", "1,,2", "1,9", "99999999999", "a;b", "sda", "-1"}) {
+         {"9", "8", "", ",,", "1,,2", "8,9", "99999999999", "a;b", "sda", "-1"}) {
       EXPECT_THAT(refused(change, "md0", channel.c_str(), -2033),
                   ElementsAre("'" + channel + "' is not invalid disk"));
     }
     EXPECT_THAT(refused(change, "md0", nullptr, -2033), ElementsAre("'' is not invalid disk"));
   }
+}
+
+TEST_F(raid_members, list_of_channels_of_which_one_has_a_disk_names_that_disk) {
+  put_array("md0", "raid5", {{"sda", "faulty"}, {"sdb"}, {"sdc"}});
+  machine.tool("/sbin/mdadm").on("--manage /dev/md0 -r /dev/sda");
+  machine.tool("/sbin/mdadm").on("--manage /dev/md0 --add /dev/sdd");
+  for (const char* const channels : {"1,9", "9,1", "1,1", ",1,", "1,99999999"}) {
+    machine.forget();
+    EXPECT_EQ(raid_rm("md0", channels), ORV_OK) << channels;
+    EXPECT_EQ(raid_check_rm("md0", channels), ORV_OK) << channels;
+    const std::string removal = "/sbin/mdadm --manage /dev/md0 -r /dev/sda > /dev/null";
+    EXPECT_THAT(changes(), ElementsAre(removal, removal));
+  }
+  machine.forget();
+  EXPECT_EQ(raid_add("md0", "9,4"), ORV_OK);
+  EXPECT_THAT(changes(), ElementsAre("/sbin/mdadm --manage /dev/md0 --add /dev/sdd > /dev/null"));
+  EXPECT_EQ(machine.log(), "");
 }
 
 TEST_F(raid_members, channel_is_looked_up_in_the_enclosure_of_the_array) {
@@ -136,7 +153,8 @@ TEST_F(raid_members, failure_of_mdadm_is_returned) {
   machine.tool("/sbin/mdadm").on("--manage ...").fails(1);
   EXPECT_EQ(raid_add("md0", "4"), -11000);
   EXPECT_EQ(raid_rm("md0", "1"), -11000);
-  EXPECT_EQ(machine.log_lines().size(), 2u);
+  EXPECT_EQ(raid_check_rm("md0", "1"), -11000);
+  EXPECT_EQ(machine.log_lines().size(), 3u);
 }
 
 TEST_F(raid_members, nothing_is_run_when_a_list_cannot_be_read) {

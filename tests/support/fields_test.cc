@@ -1,5 +1,9 @@
 #include <orv/support.h>
+#include <pthread.h>
 
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
 #include <string>
 #include <thread>
 
@@ -80,6 +84,32 @@ TEST(get_substr_from_line, keeps_one_copy_per_thread) {
     EXPECT_STREQ(other, "other");
   }).join();
   EXPECT_STREQ(mine, "mine");
+}
+
+namespace {
+
+/// What a process finds that has used up its keys before its first line, the first key with a text
+/// of its own.
+int result_without_a_key() {
+  char own[] = "own";
+  pthread_key_t key{};
+  while (pthread_key_create(&key, nullptr) == 0) pthread_setspecific(key, own);
+  char* field = nullptr;
+  errno = 0;
+  if (get_substr_from_line("a b", 3, " ", 1, &field) != 0 || field != nullptr) return 1;
+  if (errno != ENOMEM) return 2;
+  for (pthread_key_t any = 0; any < PTHREAD_KEYS_MAX; ++any) {
+    if (pthread_getspecific(any) == own) return 0;
+  }
+  return 3;
+}
+
+}  // namespace
+
+TEST(get_substr_from_line, finds_nothing_in_a_program_without_a_free_key) {
+  // In a process of its own, which has read no line before.
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(std::_Exit(result_without_a_key()), testing::ExitedWithCode(0), "");
 }
 
 TEST(get_substr_from_line, refuses_what_has_no_field) {

@@ -23,6 +23,17 @@ TEST_F(user_record, is_shown_as_one_line) {
   EXPECT_EQ(machine.output(), "600\tbob\tsecret\t601\n");
 }
 
+TEST_F(user_record, is_shown_within_its_fields_when_no_text_ends) {
+  tag_user_info user;
+  std::memset(&user, 'x', sizeof user);
+  user.uid = -2000000000;
+  user.gid = -2000000000;
+  EXPECT_EQ(user_info_show(&user), 13);
+  const std::string name(sizeof user.name, 'x');
+  const std::string password(sizeof user.password, 'x');
+  EXPECT_EQ(machine.output(), "-2000000000\t" + name + '\t' + password + "\t-2000000000\n");
+}
+
 TEST_F(user_record, is_cleared_but_for_its_type_and_link) {
   for (const auto clear : {user_info_init, user_info_fini}) {
     tag_user_info user = bob();
