@@ -247,7 +247,8 @@ void world::put_accounts() {
 }
 
 void world::put_state() {
-  machine.file("/var/run/sys_state", "[status]\ntemp(cpu)=41\nfan1=3200\nfan2=3150\npower=normal\n");
+  machine.file("/var/run/sys_state",
+               "[status]\ntemp(cpu)=41\nfan1=3200\nfan2=3150\npower=normal\n");
   machine.file("/tmp/nas_state.conf", "[misc]\ntemp(cpu)=41\nfan1=3200\nfan2=3150\npower=normal\n");
   machine.tool("/usr/local/bin/pwstate").prints("power state: normal\n").if_asked();
   machine.file("/etc/hostname", "nas1\n");
