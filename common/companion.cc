@@ -132,8 +132,12 @@ void sweep() {
     if (name.find('.') == std::string_view::npos || lstat(path.c_str(), &found) != 0) continue;
     if (name.starts_with('.') || found.st_mtim.tv_sec > now - a_day) continue;
     if (const auto finished = mark_at(path)) {
-      if (!finished->is_of_this_run()) continue;
-      unlink(path.substr(0, path.rfind('.')).c_str());
+      const std::string companion = path.substr(0, path.rfind('.'));
+      struct stat own {};
+      const bool is_its_mark =
+          stat(companion.c_str(), &own) != 0 || finished->companion == text_of(own.st_mtim);
+      if (!is_its_mark || !finished->is_of_this_run()) continue;
+      unlink(companion.c_str());
     }
     unlink(path.c_str());
   }
@@ -151,9 +155,9 @@ companion::companion(int file) {
 companion::companion(const struct stat& file) : file_(file), path_(support::companion_path(file)) {}
 
 bool companion::exists() const {
+  struct stat own {};
   if (!S_ISREG(file_.st_mode)) return false;
-  return access(path_.c_str(), F_OK) == 0 ||
-         (errno != ENOENT && errno != ENOTDIR && errno != EACCES);
+  return lstat(path_.c_str(), &own) == 0 || (errno != ENOENT && errno != ENOTDIR && errno != EACCES);
 }
 
 bool companion::begin(std::string_view text) const {
@@ -165,10 +169,17 @@ bool companion::begin(std::string_view text) const {
   if (std::rename(path.c_str(), path_.c_str()) != 0) return false;
   text_file.leave();
   unlink(mark_path().c_str());  // which said that an earlier rewrite was finished
-  return sync_directory();
+  if (!sync_directory()) return false;
+  utimensat(AT_FDCWD, path_.c_str(), nullptr, 0);  // the rewrite begins now: a sync takes its time
+  return true;
 }
 
-bool companion::is_settled() const {
+bool companion::is_finished() const {
+  const auto finished = mark_at(mark_path());
+  return finished && finished->is_of_this_run();
+}
+
+bool companion::is_overtaken() const {
   struct stat own {};
   if (stat(path_.c_str(), &own) != 0) return false;
   const auto change = change_after_finish(own);
@@ -184,9 +195,9 @@ void companion::finish(int file) const {
   (void)!symlink(finished.text().c_str(), mark_path().c_str());
 }
 
-void companion::begin_again() const {
-  unlink(mark_path().c_str());
-  utimensat(AT_FDCWD, path_.c_str(), nullptr, 0);
+bool companion::begin_again() const {
+  return (unlink(mark_path().c_str()) == 0 || errno == ENOENT) &&
+         utimensat(AT_FDCWD, path_.c_str(), nullptr, 0) == 0;
 }
 
 void companion::remove() const {
@@ -197,10 +208,9 @@ void companion::remove() const {
 std::optional<std::strong_ordering> companion::change_after_finish(const struct stat& own) const {
   const auto finished = mark_at(mark_path());
   if (!finished) return std::nullopt;
-  if (finished->companion != text_of(own.st_mtim) || finished->is_of_this_run()) {
-    return std::strong_ordering::greater;
-  }
-  return text_of(file_.st_ctim) <=> finished->change;
+  if (finished->companion != text_of(own.st_mtim)) return std::strong_ordering::greater;
+  const auto order = text_of(file_.st_ctim) <=> finished->change;
+  return order < 0 && finished->is_of_this_run() ? std::strong_ordering::greater : order;
 }
 
 bool companion::is_cut_short(const struct stat& own, std::string_view text,
@@ -227,10 +237,15 @@ unique_file open_whole(const char* path) {
   struct stat examined {};
   if (!file || fstat(fileno(file.get()), &examined) != 0) return nullptr;
   const companion beside(examined);
-  if (!beside.exists() || beside.is_settled()) return file;
+  if (!beside.exists() || beside.is_overtaken()) return file;
   const cleared_stack stack;
   unique_file whole(std::fopen(beside.path().c_str(), "re"));
-  if (!whole) return errno == ENOENT ? std::move(file) : std::move(whole);
+  const auto unless_cut_short = [&](int reason) {
+    const bool is_whole = reason == ENOENT || beside.is_finished();
+    errno = reason;
+    return is_whole ? std::move(file) : nullptr;
+  };
+  if (!whole) return unless_cut_short(errno);
   if (have_same_bytes(fileno(file.get()), fileno(whole.get()))) return file;
   secret_text text;
   secret_text wanted;
@@ -239,7 +254,7 @@ unique_file open_whole(const char* path) {
     case companion::relation::cut_short:
       return whole;
     case companion::relation::unknown:
-      return errno == ENOENT ? std::move(file) : nullptr;
+      return unless_cut_short(errno);
     default:
       return file;
   }

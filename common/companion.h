@@ -24,9 +24,8 @@ namespace orv {
 ///     ...     the share file is rewritten in place, without a sync
 ///     finish  a symbolic link beside the companion says so, and when the share file changed last
 ///     ...     `conf_save` finds the same text in file and companion: the file is on the disk as
-///     its
-///             companion and needs no sync, and the kept copy is another link to the companion,
-///             put in the place of the older one in one step
+///             its companion and needs no sync, and the kept copy is another link to the
+///             companion, put in the place of the older one in one step
 ///
 /// Who locks the file next puts the companion's text into it when the rewrite was cut short; who
 /// only reads it, and does not lock, reads the companion's text instead. The companion stays until
@@ -36,17 +35,15 @@ namespace orv {
 /// A file is never changed back after somebody else's change, which is told by the time of the
 /// file's last change of any kind (`st_ctim`, which nobody can set):
 ///
-///     finished since the machine was  whatever it says, it stays: there was no power cut. This is
-///       started                       told by the kernel's name of its run, since the clock may
-///       have
-///                                     gone back
-///     finished before, unchanged      a text that differs was lost in a power cut: it is rewritten
-///     finished before, changed since  somebody else's: it stays, and the companion goes
-///     begun, not changed since        it is rewritten
-///     begun, changed within a minute, it is rewritten
-///       to the beginning of the text,
-///       or with holes in it
-///     begun, changed otherwise        somebody else's: it stays, and the companion goes
+///     finished, not changed since      a text that differs was lost in a power cut: it is
+///                                      rewritten
+///     finished, changed since          somebody else's: it stays, and the companion goes
+///     finished, changed before that    lost likewise; but somebody else's when the machine has not
+///                                      been started anew: the clock went back
+///     begun, not changed since         it is rewritten
+///     begun, cut short or with holes,  it is rewritten
+///       changed within a minute
+///     begun, changed otherwise         somebody else's: it stays, and the companion goes
 ///
 /// Without room for a companion a file is rewritten without one, and committed as any other file.
 class companion {
@@ -56,19 +53,21 @@ class companion {
   /// Of a file that was examined before it was read.
   explicit companion(const struct stat& file);
 
-  /// True, too, when that cannot be told.
+  /// True, too, when that cannot be told to who may read it.
   bool exists() const;
   const std::string& path() const { return path_; }
 
   /// Brings the new text of the file to the disk; false when that could not be done.
   bool begin(std::string_view text) const;
-  /// The file's own text counts: its rewrite was finished since the machine was started, or
-  /// somebody else has changed it since.
-  bool is_settled() const;
+  /// Its rewrite was finished since the machine was started.
+  bool is_finished() const;
+  /// Somebody else has changed the file since its rewrite was finished.
+  bool is_overtaken() const;
   /// The file has its new text.
   void finish(int file) const;
-  /// The file is to be rewritten from its companion: as begun just now.
-  void begin_again() const;
+  /// The file is to be rewritten from its companion: as begun just now. False, with `errno`, when
+  /// that cannot be noted.
+  bool begin_again() const;
   void remove() const;
 
   /// What the file's text is beside the companion's: the same, a part that a kill or a power cut
@@ -81,8 +80,8 @@ class companion {
  private:
   std::string mark_path() const;
   /// How the file's last change compares with the end of its rewrite: before it, of the same time,
-  /// or after it, as always in the run of the machine in which it ended, or when somebody wrote to
-  /// the companion. Nothing while it is not finished.
+  /// or after it, as always when somebody wrote to the companion, and when the clock went back in
+  /// the same run of the machine. Nothing while it is not finished.
   std::optional<std::strong_ordering> change_after_finish(const struct stat& own) const;
   bool is_cut_short(const struct stat& own, std::string_view text, std::string_view wanted) const;
 
@@ -90,9 +89,10 @@ class companion {
   std::string path_;
 };
 
-/// Opens such a file for reading without locking it: its companion while the file's own text is
-/// being rewritten, or was cut short. NULL with `errno`, as when the file cannot be opened, when it
-/// may have been cut short and that cannot be told; never with ENOENT then.
+/// Opens such a file for reading without locking it: its companion when the file's own text is just
+/// being rewritten, or was cut short. Who reads the file while another rewrite begins may see it
+/// cut short. NULL with `errno`, as when the file cannot be opened, when it may have been cut short
+/// and that cannot be told; never with ENOENT then.
 unique_file open_whole(const char* path);
 
 }  // namespace orv

@@ -105,10 +105,14 @@ bool complete_rewrite(int file) {
     secret_text wanted;
     switch (relation_of(file, examined.st_size, beside, wanted)) {
       case companion::relation::unknown:
-        is_whole = errno == ENOENT;  // there is no companion after all
+        // There is none after all, or none that is needed.
+        is_whole = errno == ENOENT || beside.is_finished() || beside.is_overtaken();
         break;
       case companion::relation::cut_short:
-        if (!beside.begin(wanted)) beside.begin_again();
+        // Whatever stops this now, the file is found begun, and completed by the next.
+        is_whole = beside.begin_again();
+        if (!is_whole) break;
+        beside.begin(wanted);
         is_whole = overwrite(file, 0, wanted);
         if (is_whole) beside.finish(file);
         break;
@@ -116,7 +120,7 @@ bool complete_rewrite(int file) {
         beside.remove();
         break;
       case companion::relation::same:
-        if (!beside.is_settled()) beside.finish(file);
+        if (!beside.is_finished()) beside.finish(file);
         break;
     }
   }

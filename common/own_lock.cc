@@ -34,11 +34,9 @@ own_lock::own_lock(std::string_view name) : file_(open_lock(name)) {
     if (is_refused_) return;
     std::this_thread::sleep_for(pause_between);
   }
-  is_held_ = true;
 }
 
 own_lock::~own_lock() {
-  if (!is_held_) return;
   const int error = errno;
   // Closing is not enough: a child shares the lock until it runs something else or ends.
   flock(file_.get(), LOCK_UN);

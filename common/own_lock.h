@@ -29,7 +29,6 @@ class own_lock {
 
  private:
   unique_descriptor file_;
-  bool is_held_ = false;
   bool is_refused_ = false;
 };
 

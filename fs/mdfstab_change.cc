@@ -122,7 +122,7 @@ int del_mdfstab(const char* mountpoint) try {
     const int result = orv::run(orv::command("mv %s /etc/mdfstab > /dev/null", rewritten.path()));
     if (result != ORV_OK) {
       // From one file system to another `mv` copies: it may have removed or cut the table before it
-      // failed, and then nothing else has the entries.
+      // failed, and then the entries are here, and in the kept copy, only.
       if (!still_holds(table)) rewritten.leave();
       return result;
     }

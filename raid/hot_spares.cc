@@ -48,21 +48,13 @@ bool changes_spares(const tag_disk_info& request) {
   return request.hotspare == 1 || request.hotspare == -1;
 }
 
-/// Wipes a disk, unless the kernel itself uses it.
-/// @param is_in_use  receives whether it does
-int wipe_unused(const char* dev, bool& is_in_use) {
-  const orv::command wipe("/usr/local/bin/diskformat /dev/%s", dev);
-  is_in_use = wipe.error() == 0 && orv::kernel_uses(orv::text_or_empty(dev));
-  return is_in_use ? orv::log_not_run(wipe) : orv::execute(wipe);
-}
-
 void change_spare(const tag_disk_info& request, const tag_disk_info* disk) {
   if (disk == nullptr) return;
-  bool is_in_use = false;
-  // A disk is wiped before it becomes a spare. Of one that the kernel uses a rebuild would
-  // overwrite what is not to be wiped.
-  if (request.hotspare == 1) wipe_unused(disk->name, is_in_use);
-  if (!is_in_use) disk_set_hotspare(disk->name, request.hotspare);
+  const bool is_added = request.hotspare == 1;
+  // A disk is wiped before it becomes a spare.
+  if (is_added) clear_disk(disk->name);
+  // Of one that the kernel uses a rebuild would overwrite what is not to be wiped.
+  if (!is_added || !orv::kernel_uses(disk->name)) disk_set_hotspare(disk->name, request.hotspare);
 }
 
 void clear_requested(const tag_disk_info& request, const tag_disk_info* disk) {
@@ -82,8 +74,9 @@ int disk_set_hotspare(const char* dev, int flag) try {
 }
 
 int clear_disk(const char* dev) try {
-  bool is_in_use = false;
-  return wipe_unused(dev, is_in_use);
+  const orv::command wipe("/usr/local/bin/diskformat /dev/%s", dev);
+  if (wipe.error() != 0 || !orv::kernel_uses(orv::text_or_empty(dev))) return orv::execute(wipe);
+  return orv::log_not_run(wipe);
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }

@@ -31,6 +31,15 @@ bool is_export(std::string_view line) {
 /// "\050" is a parenthesis again.
 constexpr std::string_view unfit_in_clients = "\t()#\"\\";
 
+/// The clients without what is none: a word that begins with "-" is default options.
+std::string fit_clients(std::string_view list) {
+  std::string fit = orv::fit_value(list, unfit_in_clients);
+  for (std::size_t i = 0; i < fit.size(); ++i) {
+    if (fit[i] == '-' && (i == 0 || fit[i - 1] == ' ')) fit[i] = ' ';
+  }
+  return fit;
+}
+
 /// A share is writable whatever its options say: nothing tells "ro" from "rw" when exports are read
 /// back.
 bool append_export(tag_shareconf_list* list, std::string_view line) {
@@ -57,7 +66,7 @@ int read_export(tag_shareconf_list* list, std::string_view line) {
 std::string clients_of(const tag_share_config& share, std::size_t room) {
   constexpr std::size_t longest_address = 64;
   const std::string_view list = orv::text_of(share.valid_users);
-  const std::string fit = orv::fit_value(list, unfit_in_clients);
+  const std::string fit = fit_clients(list);
   std::string_view clients = orv::trimmed_right(orv::or_nobody(fit, list));
   if (room >= longest_address) clients = orv::trimmed_right(orv::whole_items(clients, room));
   return clients.empty() ? "*" : std::string(clients);

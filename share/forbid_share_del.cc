@@ -28,10 +28,12 @@ void remove_iscsi(const std::string& name, orv::share_file& shares, orv::share_f
   for (orv::share_file* const file : {&samba, &nfs}) {
     if (fine_share_in_list(file->list(), stored.c_str()) != nullptr) return;
   }
-  const tag_share_config* const share = fine_share_in_list(shares.list(), stored.c_str());
+  tag_share_config* const share = fine_share_in_list(shares.list(), stored.c_str());
   if (share == nullptr) return;
   const bool is_out_of_use = orv::text_of(share->service).empty();
-  if (is_out_of_use || orv::is_iscsi(*share)) del_share_to_sharelist(stored.c_str(), shares.list());
+  if (is_out_of_use || orv::is_iscsi(*share)) {
+    orv::release<tag_shareconf_list>(orv::node_of<tag_shareconf_list>(share));
+  }
 }
 
 int remove_everywhere(const std::string& name) {

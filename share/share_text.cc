@@ -54,7 +54,7 @@ bool is_global_to_samba(std::string_view name) {
 }
 
 std::string_view or_nobody(std::string_view fit, std::string_view list) {
-  const bool names_somebody = !trimmed(fit).empty() || trimmed(fit_value(list)).empty();
+  const bool names_somebody = !trimmed(fit).empty() || trimmed(list).empty();
   return names_somebody ? fit : "_";
 }
 

@@ -12,15 +12,15 @@
 ///
 /// Values. Each file is read in lines of at most 256 bytes. A control character in a value, and a
 /// character that would make the line unreadable ("=" in "/etc/sharefolder.conf" and the Samba
-/// files, "]" in a section's name, a parenthesis, a quotation mark, "#" or "\" in a client list),
-/// is written as a blank, and so is a "\" at the end of a name or of a value in a Samba file; a
-/// blank in the name of an iSCSI share as "_". In the exports the path's blanks, control characters
-/// and the characters " # ( \ are written as exports writes them ("\040"), and a client list loses
-/// the blanks at its end. A list of users or clients of which no character is left is written as
-/// "_", which is nobody: an empty list is everybody. One that does not fit its line ends at an item
-/// that does; where a line is still too long to be read again, the writer fails and changes
-/// nothing. The share operations see every name as it will be stored, so that each of them means
-/// the same share by the same name.
+/// files, "]" in a section's name, a parenthesis, a quotation mark, "#", "\" or a "-" before a word
+/// in a client list), is written as a blank, and so is a "\" at the end of a name or of a value in a
+/// Samba file; a blank in the name of an iSCSI share as "_". In the exports the path's blanks,
+/// control characters and the characters " # ( \ are written as exports writes them ("\040"), and
+/// a client list loses the blanks at its end. A list of users or clients of which no character is
+/// left is written as "_", which is nobody: an empty list is everybody. One that does not fit its
+/// line ends at an item that does; where a line is still too long to be read again, the writer
+/// fails and changes nothing. The share operations see every name as it will be stored, so that
+/// each of them means the same share by the same name.
 ///
 /// Failures. A file that could not be read is never rewritten. Readers, writers, locks and list
 /// operations log nothing but a missing argument; every other operation logs its failure.
@@ -189,7 +189,7 @@ ORV_API int find_sub_user(const char* user, tag_shareconf_list* list);
 /// Opens a share file, which is created with mode 0700 when missing, and write-locks it without
 /// waiting. What a killed process or a power cut left of it is made whole.
 /// @return the descriptor, the caller's to close; ORV_E_FAILED for a NULL path; ORV_E_SHARE_OPEN,
-///         also when it cannot be made whole, and then it is unchanged or cut short as before;
+///         also when it cannot be made whole, and then it stays cut short, perhaps further;
 ///         ORV_E_FILE_LOCKED when another process holds a lock on it
 ORV_API int lock_sharefile(const char* path);
 /// Locks the file of a service: "Samba", "CIFS", "Ftp", "Nfs" or "Iscsi", in any case.

@@ -92,9 +92,9 @@ ORV_API int systime_set(const tag_datetime* time);
 /// in it becomes a blank. Takes the lock "/var/lib/orv/lock/hostname" meanwhile, for which it waits
 /// up to ten seconds; where the lock file cannot be made, it goes on without it.
 /// @return ORV_OK; ORV_E_HOSTNAME_OPEN when the file cannot be opened, or another change keeps the
-///         lock, and nothing is changed; ORV_E_HOSTNAME_WRITE, and the file is as before, empty or cut;
-///         ORV_E_HOSTNAME_SET when the system does not take the name, which is in the file already:
-///         a name longer than 64 bytes, for one
+///         lock, and nothing is changed; ORV_E_HOSTNAME_WRITE, and the file is as before, empty or
+///         cut; ORV_E_HOSTNAME_SET when the system does not take the name, which is in the file
+///         already: a name longer than 64 bytes, for one
 ORV_API int hostname_set(const char* name);
 
 #endif

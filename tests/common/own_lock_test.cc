@@ -45,13 +45,6 @@ TEST_F(own_lock, is_not_kept_by_a_child_that_was_forked_meanwhile) {
   EXPECT_EQ(::waitpid(child, nullptr, 0), child);
 }
 
-TEST_F(own_lock, of_another_is_not_given_back_when_it_was_refused) {
-  sandbox::hasten(std::chrono::seconds(11));
-  const orv::own_lock lock("name");
-  EXPECT_FALSE(is_free());
-  EXPECT_FALSE(is_free());
-}
-
 TEST_F(own_lock, leaves_errno_as_it_is) {
   machine.fail("flock", EIO, 2);
   {

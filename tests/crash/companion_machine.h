@@ -32,10 +32,17 @@ class companion_ : public rewrite_test {
   static void mark_as_finished_now(const std::string& path) {
     struct stat found {};
     EXPECT_EQ(::stat(path.c_str(), &found), 0);
-    char text[48];
-    std::snprintf(text, sizeof text, "%020lld.%09ld", static_cast<long long>(found.st_ctim.tv_sec),
-                  found.st_ctim.tv_nsec);
-    mark_as_finished(path, text);
+    mark_as_finished(path, text_of(found.st_ctim));
+  }
+  /// A companion of another file, whose rewrite ended long ago.
+  void finished_long_ago(const std::string& path, const std::string& run) {
+    machine.file(path, "of another file");
+    struct stat found {};
+    EXPECT_EQ(::stat(path.c_str(), &found), 0);
+    const std::string mark = path + ".done";
+    machine.link(mark, text_of(found.st_mtim) + " 2.0 " + run);
+    const timespec long_ago[] = {{1000000, 0}, {1000000, 0}};
+    EXPECT_EQ(utimensat(AT_FDCWD, mark.c_str(), long_ago, AT_SYMLINK_NOFOLLOW), 0);
   }
   /// As if the machine had been started anew, unless it is the run that it was.
   void run_is(const std::string& name) {
@@ -60,6 +67,12 @@ class companion_ : public rewrite_test {
   }
 
  private:
+  static std::string text_of(const timespec& time) {
+    char text[48];
+    std::snprintf(text, sizeof text, "%020lld.%09ld", static_cast<long long>(time.tv_sec),
+                  time.tv_nsec);
+    return text;
+  }
   static void mark_as_finished(const std::string& path, const std::string& time) {
     const std::string mark = of(path) + ".done";
     char target[128] = "";

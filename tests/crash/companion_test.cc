@@ -51,6 +51,32 @@ TEST_F(companion_, gives_back_what_a_power_cut_took_in_the_next_run) {
   EXPECT_EQ(held(shares_path), whole);
 }
 
+TEST_F(companion_, survives_the_end_of_who_completes_its_file) {
+  std::string whole;
+  const auto tear = [&] {
+    run_is("first");
+    shares(listed("old"));
+    add("new");
+    whole = shares();
+    write_in_place(shares_path, whole.substr(0, 60));
+    mark_as_finished_later(shares_path);
+    run_is("second");
+  };
+  const auto complete = [] {
+    const int file = lock_sharefile(shares_path);
+    return file < 0 ? file : close(file);
+  };
+  tear();
+  const int calls = run_traced(complete).calls;
+  EXPECT_GT(calls, 20);
+  for (int call = 1; call <= calls && !HasFailure(); ++call) {
+    tear();
+    run_traced(complete, call);
+    EXPECT_THAT(listed_names(), testing::ElementsAre("old", "new")) << call;
+    EXPECT_EQ(held(shares_path), whole) << call;
+  }
+}
+
 TEST_F(companion_, of_an_earlier_run_guards_no_more_when_its_file_was_found_whole) {
   run_is("first");
   shares(listed("old"));

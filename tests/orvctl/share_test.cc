@@ -249,7 +249,8 @@ TEST_F(shares, that_cannot_be_put_together_again_are_named_when_the_others_are) 
   machine.directory(text);
   cut_short(samba, whole.substr(0, whole.find("    valid users")));
   expect_failure("share recover", 1,
-                 std::string("ORV_E_SHARE_OPEN (-10): a share file cannot be opened: ") + listed);
+                 std::string("ORV_E_SHARE_OPEN (-10): a share file cannot be opened: ") + listed +
+                     "; put together again: " + samba);
   EXPECT_EQ(machine.read(samba), whole);
   EXPECT_EQ(machine.read(listed), "");
 }

@@ -63,7 +63,7 @@ std::optional<std::string> as_samba_setting(const std::string& value) {
 
 /// Nobody, where no character of the list is left: an empty list would let everybody in.
 std::optional<std::string> or_nobody(const std::string& list, const std::string& value) {
-  return list.empty() && !trimmed(blanked(value, "")).empty() ? "_" : list;
+  return list.empty() && !trimmed(value).empty() ? "_" : list;
 }
 
 std::optional<std::string> as_samba_users(const std::string& value) {
@@ -92,7 +92,11 @@ std::optional<std::string> as_export(const std::string& value) {
 }
 
 std::optional<std::string> as_clients(const std::string& value) {
-  const std::string clients = *or_nobody(trimmed(blanked(value, "\t()\"#\\")), value);
+  std::string list = blanked(value, "\t()\"#\\");
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    if (list[i] == '-' && (i == 0 || list[i - 1] == ' ')) list[i] = ' ';
+  }
+  const std::string clients = *or_nobody(trimmed(list), value);
   return clients.empty() ? "*" : clients;
 }
 

@@ -92,6 +92,7 @@ TEST_F(exports_file, has_no_comment_and_no_quoted_word_among_its_clients) {
   EXPECT_EQ(line_of("/mnt/a", "10.0.0.1 \"b\""), exported("a", "10.0.0.1  b"));
   EXPECT_EQ(line_of("/mnt/a", "a#b\"c"), exported("a", "a b c"));
   EXPECT_EQ(line_of("/mnt/a", "a\\050rw"), exported("a", "a 050rw"));
+  EXPECT_EQ(line_of("/mnt/a", "-rw,a-b --c"), exported("a", " rw,a-b   c"));
 }
 
 TEST_F(exports_file, goes_to_nobody_when_no_character_of_its_clients_is_left) {

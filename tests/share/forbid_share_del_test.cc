@@ -58,6 +58,12 @@ TEST_F(share_banishment, takes_the_share_of_exactly_its_name_first) {
   EXPECT_EQ(shares(), listed("my_vol", ""));
 }
 
+TEST_F(share_banishment, takes_no_longer_name_for_that_of_an_iscsi_share) {
+  shares(listed("a_b.1", "iscsi") + listed("a_b", ""));
+  EXPECT_EQ(forbid_share_del("a b"), -2067);
+  EXPECT_EQ(shares(), listed("a_b.1", "iscsi"));
+}
+
 TEST_F(share_banishment, takes_no_share_of_another_service_for_an_iscsi_share) {
   for (const std::string service : {"samba", "nfs", "ftp"}) {
     shares(listed("my_vol", service));

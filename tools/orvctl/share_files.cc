@@ -3,9 +3,9 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <exception>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <set>
 #include <thread>
 #include <vector>
@@ -111,21 +111,23 @@ void read_parked(share_list& shares) {
 
 std::vector<std::string> complete_share_files() {
   std::vector<std::string> completed;
-  std::exception_ptr refused;
+  std::optional<problem> refused;
   for (const char* path :
        {shares_path, samba_path, samba_recycle_path, nfs_path, nfs_recycle_path, iscsi_path}) {
     if (::access(path, F_OK) != 0) continue;
     const std::string found = text_of(path);
     try {
       const locked_file file([path] { return lock_sharefile(path); });
-    } catch (problem& found_there) {
-      found_there.detail = path;
-      if (!refused) refused = std::current_exception();
+      if (text_of(path) != found) completed.emplace_back(path);
+    } catch (problem& of_this_file) {
+      if (!refused) refused = of_this_file;
+      refused->detail += (refused->detail.empty() ? "" : ", ") + std::string(path);
     }
-    if (text_of(path) != found) completed.emplace_back(path);
   }
-  if (refused) std::rethrow_exception(refused);
-  return completed;
+  if (!refused) return completed;
+  if (!completed.empty()) refused->detail += "; put together again:";
+  for (const std::string& path : completed) refused->detail += ' ' + path;
+  throw problem(*refused);
 }
 
 const tag_share_config* find_share(const share_list& shares, const std::string& name) {
