@@ -157,7 +157,8 @@ companion::companion(const struct stat& file) : file_(file), path_(support::comp
 bool companion::exists() const {
   struct stat own {};
   if (!S_ISREG(file_.st_mode)) return false;
-  return lstat(path_.c_str(), &own) == 0 || (errno != ENOENT && errno != ENOTDIR && errno != EACCES);
+  return lstat(path_.c_str(), &own) == 0 ||
+         (errno != ENOENT && errno != ENOTDIR && errno != EACCES);
 }
 
 bool companion::begin(std::string_view text) const {

@@ -13,8 +13,8 @@
 /// Values. Each file is read in lines of at most 256 bytes. A control character in a value, and a
 /// character that would make the line unreadable ("=" in "/etc/sharefolder.conf" and the Samba
 /// files, "]" in a section's name, a parenthesis, a quotation mark, "#", "\" or a "-" before a word
-/// in a client list), is written as a blank, and so is a "\" at the end of a name or of a value in a
-/// Samba file; a blank in the name of an iSCSI share as "_". In the exports the path's blanks,
+/// in a client list), is written as a blank, and so is a "\" at the end of a name or of a value in
+/// a Samba file; a blank in the name of an iSCSI share as "_". In the exports the path's blanks,
 /// control characters and the characters " # ( \ are written as exports writes them ("\040"), and
 /// a client list loses the blanks at its end. A list of users or clients of which no character is
 /// left is written as "_", which is nobody: an empty list is everybody. One that does not fit its
