@@ -196,9 +196,13 @@ void companion::finish(int file) const {
   (void)!symlink(finished.text().c_str(), mark_path().c_str());
 }
 
+// The mark goes first: beside a companion of another time it would say that somebody changed the
+// file.
 bool companion::begin_again() const {
-  return (unlink(mark_path().c_str()) == 0 || errno == ENOENT) &&
-         utimensat(AT_FDCWD, path_.c_str(), nullptr, 0) == 0;
+  const unique_descriptor own(open(path_.c_str(), O_RDONLY | O_CLOEXEC));
+  return own && (unlink(mark_path().c_str()) == 0 || errno == ENOENT) &&
+         utimensat(AT_FDCWD, path_.c_str(), nullptr, 0) == 0 && fsync(own.get()) == 0 &&
+         sync_directory();
 }
 
 void companion::remove() const {

@@ -65,8 +65,8 @@ class companion {
   bool is_overtaken() const;
   /// The file has its new text.
   void finish(int file) const;
-  /// The file is to be rewritten from its companion: as begun just now. False, with `errno`, when
-  /// that cannot be noted.
+  /// The file is to be rewritten from its companion: as begun just now, on the disk too. False,
+  /// with `errno`, when that cannot be noted.
   bool begin_again() const;
   void remove() const;
 

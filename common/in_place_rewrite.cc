@@ -110,10 +110,7 @@ bool complete_rewrite(int file) {
         break;
       case companion::relation::cut_short:
         // Whatever stops this now, the file is found begun, and completed by the next.
-        is_whole = beside.begin_again();
-        if (!is_whole) break;
-        beside.begin(wanted);
-        is_whole = overwrite(file, 0, wanted);
+        is_whole = beside.begin_again() && overwrite(file, 0, wanted);
         if (is_whole) beside.finish(file);
         break;
       case companion::relation::changed:

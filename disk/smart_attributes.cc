@@ -17,9 +17,14 @@ bool append_lines(tag_disksmart_list* attributes, FILE* output, const smart_form
   std::size_t found = 0;
   for (int line = 0; found < most_attributes && reader.next(); ++line) {
     if (line < format.first_line || !format.is_reported(reader.line())) continue;
+    // Filled first: without memory for that, the list has no half attribute.
+    tag_disksmart_info filled{};
+    format.fill(filled, reader.line(), line);
     tag_disksmart_info* const attribute = append(attributes);
     if (attribute == nullptr) return false;
-    format.fill(*attribute, reader.line(), line);
+    const list_node link = attribute->list;
+    *attribute = filled;
+    attribute->list = link;
     ++found;
   }
   return true;

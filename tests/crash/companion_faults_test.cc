@@ -160,10 +160,20 @@ TEST_F(companion_faults, change_of_a_file_that_cannot_be_made_whole_is_refused) 
   }
 }
 
-TEST_F(companion_faults, completion_without_room_for_another_companion_uses_the_old_one) {
+TEST_F(companion_faults, completion_needs_no_other_companion) {
   cut(torn());
   machine.fail("rename", ENOSPC, 1);
   EXPECT_EQ(held(shares_path), whole);
+}
+
+TEST_F(companion_faults, completion_is_not_begun_when_it_could_be_lost) {
+  for (const int nth : {1, 2}) {
+    cut(torn());
+    machine.fail("fsync", EIO, nth);
+    expect_refused();
+    EXPECT_EQ(shares(), torn());
+    EXPECT_EQ(held(shares_path), whole) << nth;
+  }
 }
 
 TEST_F(companion_faults, beginning_is_read_in_as_many_pieces_as_it_takes) {

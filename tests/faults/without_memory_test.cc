@@ -156,7 +156,8 @@ class smart_without_memory : public without_memory {
     attempt got{result, told<tag_disksmart_info>(
                             disk.smart_list, &tag_disksmart_info::list,
                             [](const auto& attribute) { return attribute.attr_name; })};
-    got.found.emplace_back(disk.smart.smart_enabled);
+    const std::string enabled = disk.smart.smart_enabled;
+    if (enabled != "NaN") got.found.push_back(enabled);
     disk_conf_fini(&disk);
     return got;
   }
