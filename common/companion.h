@@ -53,7 +53,7 @@ class companion {
   /// Of a file that was examined before it was read.
   explicit companion(const struct stat& file);
 
-  /// True, too, when that cannot be told to who may read it.
+  /// True, too, when that cannot be told; false for who may not look.
   bool exists() const;
   const std::string& path() const { return path_; }
 

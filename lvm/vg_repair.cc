@@ -14,6 +14,7 @@
 #include "common/text.h"
 #include "common/whole_file.h"
 #include "lvm/vg_backup.h"
+#include "raid/md_kernel.h"
 
 namespace {
 
@@ -26,16 +27,10 @@ std::optional<std::string> kernel_word(const tag_md_info& md, const char* attrib
   constexpr std::size_t longest_word = 64;
   const std::string path = "/sys/block/" + std::string(orv::text_of(md.name)) + "/md/" + attribute;
   const orv::unique_descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file && (errno == ENOENT || errno == ENODEV || errno == ENOTDIR)) return "";
+  if (!file && orv::is_gone(errno)) return "";
   std::string text;
   if (!file || !orv::read_up_to(file.get(), text, longest_word)) return std::nullopt;
   return std::string(orv::trimmed(text));
-}
-
-/// Other levels count as inactive with any member that is lost or spare, even while they run.
-bool has_enough_members(std::string_view level, uint64_t lost) {
-  if (level == "raid6") return lost <= 2;
-  return (level == "raid5" || level == "raid1") && lost <= 1;
 }
 
 /// Whether an array only seems to be inactive, and the kernel says that it runs. "inactive" is also
@@ -52,7 +47,10 @@ bool runs_all_the_same(const tag_md_info& md) {
   if (orv::text_of(md.disks).find('(') == std::string_view::npos) return true;
   const auto lost = kernel_word(md, "degraded");
   if (!lost) return true;
-  return !lost->empty() && has_enough_members(orv::text_of(md.level), orv::leading_number(*lost));
+  // Other levels count as inactive with any member that is lost or spare, even while they run.
+  const int losable = orv::losable_members(orv::text_of(md.level));
+  return losable > 0 && !lost->empty() &&
+         orv::leading_number(*lost) <= static_cast<uint64_t>(losable);
 }
 
 }  // namespace

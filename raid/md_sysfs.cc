@@ -18,6 +18,7 @@
 #include "common/record_index.h"
 #include "common/text.h"
 #include "common/whole_file.h"
+#include "raid/md_kernel.h"
 
 namespace {
 
@@ -73,9 +74,7 @@ int state_in(const std::optional<std::string>& text) {
 /// A member that went away meanwhile is a lost one. What else keeps us from opening its state, as
 /// too many open files, says nothing about the disk: taken for a loss it would make a healthy array
 /// inactive.
-bool is_no_loss(int error) {
-  return error != 0 && error != ENOENT && error != ENODEV && error != ENOTDIR;
-}
+bool is_no_loss(int error) { return error != 0 && !orv::is_gone(error); }
 
 void append_text(tag_md_info& md, const std::string& text) {
   liborv_strncat(md.disks, static_cast<int>(sizeof md.disks), text.c_str());
@@ -125,19 +124,9 @@ void add_missing(int missing, tag_md_info& md) {
   for (; missing > 0 && std::strlen(md.disks) < room; --missing) append_text(md, ",*(M)");
 }
 
-/// Members that an array may lose. A mirror counts as one of two disks: a three-way mirror with one
-/// good member is reported as inactive.
-constexpr struct {
-  std::string_view level;
-  int members;
-} redundancies[] = {{"raid6", 2}, {"raid5", 1}, {"raid1", 1}};
-
 bool has_lost_data(const tag_md_info& md, int expected, int missing, const member_counts& counts) {
-  for (const auto& redundancy : redundancies) {
-    if (orv::text_of(md.level) == redundancy.level) {
-      return expected - counts.in_sync > redundancy.members;
-    }
-  }
+  const int losable = orv::losable_members(orv::text_of(md.level));
+  if (losable > 0) return expected - counts.in_sync > losable;
   return counts.faulty >= 1 || missing >= 1 || counts.spare >= 1;
 }
 

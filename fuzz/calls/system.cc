@@ -30,6 +30,15 @@ static int find_entry(const char* path, Next next, Condition is_wanted, Entry** 
   return result == ENOENT ? 0 : result;
 }
 
+template <class Condition>
+static int find_group(Condition is_wanted, group* entry, char* texts, std::size_t size,
+                      group** found) {
+  return find_entry(
+      "/etc/group",
+      [&](FILE* file, group** next) { return fgetgrent_r(file, entry, texts, size, next); },
+      is_wanted, found);
+}
+
 extern "C" {
 
 int machine_getpwnam_r(const char* name, passwd* entry, char* texts, std::size_t size,
@@ -42,17 +51,13 @@ int machine_getpwnam_r(const char* name, passwd* entry, char* texts, std::size_t
 
 int machine_getgrnam_r(const char* name, group* entry, char* texts, std::size_t size,
                        group** found) {
-  return find_entry(
-      "/etc/group",
-      [&](FILE* file, group** next) { return fgetgrent_r(file, entry, texts, size, next); },
-      [name](const group& next) { return std::strcmp(next.gr_name, name) == 0; }, found);
+  const auto has_name = [name](const group& next) { return std::strcmp(next.gr_name, name) == 0; };
+  return find_group(has_name, entry, texts, size, found);
 }
 
 int machine_getgrgid_r(gid_t number, group* entry, char* texts, std::size_t size, group** found) {
-  return find_entry(
-      "/etc/group",
-      [&](FILE* file, group** next) { return fgetgrent_r(file, entry, texts, size, next); },
-      [number](const group& next) { return next.gr_gid == number; }, found);
+  const auto has_number = [number](const group& next) { return next.gr_gid == number; };
+  return find_group(has_number, entry, texts, size, found);
 }
 
 /// As cheap as a hash can be: that of a password is its setting.

@@ -160,10 +160,14 @@ TEST_F(companion_faults, change_of_a_file_that_cannot_be_made_whole_is_refused) 
   }
 }
 
-TEST_F(companion_faults, completion_needs_no_other_companion) {
+TEST_F(companion_faults, completion_makes_no_other_companion) {
   cut(torn());
-  machine.fail("rename", ENOSPC, 1);
+  struct stat before {};
+  struct stat after {};
+  EXPECT_EQ(::stat(of(shares_path).c_str(), &before), 0);
   EXPECT_EQ(held(shares_path), whole);
+  EXPECT_EQ(::stat(of(shares_path).c_str(), &after), 0);
+  EXPECT_EQ(after.st_ino, before.st_ino);
 }
 
 TEST_F(companion_faults, completion_is_not_begun_when_it_could_be_lost) {
