@@ -23,7 +23,7 @@ using support::companions_directory;
 
 /// No rewrite takes longer: its text is at hand and goes to the kernel's memory.
 constexpr time_t longest_rewrite = 60;
-constexpr time_t a_day = 24 * 60 * 60;
+constexpr time_t a_day = 24L * 60 * 60;
 
 /// Of the link that says that a rewrite is finished, and of what is not yet under its name.
 constexpr char mark_suffix[] = ".done";
@@ -32,7 +32,7 @@ constexpr char new_suffix[] = ".new";
 /// A time as a text that is greater for a later one.
 std::string text_of(const timespec& time, time_t later = 0) {
   char text[48];
-  std::snprintf(text, sizeof text, "%020lld.%09ld", static_cast<long long>(time.tv_sec + later),
+  std::snprintf(text, sizeof text, "%020lld.%09ld", static_cast<long long>(time.tv_sec) + later,
                 time.tv_nsec);
   return text;
 }
@@ -184,7 +184,7 @@ bool companion::is_overtaken() const {
   struct stat own {};
   if (stat(path_.c_str(), &own) != 0) return false;
   const auto change = change_after_finish(own);
-  return change && *change > 0;
+  return change && std::is_gt(*change);
 }
 
 void companion::finish(int file) const {
@@ -215,13 +215,13 @@ std::optional<std::strong_ordering> companion::change_after_finish(const struct 
   if (!finished) return std::nullopt;
   if (finished->companion != text_of(own.st_mtim)) return std::strong_ordering::greater;
   const auto order = text_of(file_.st_ctim) <=> finished->change;
-  return order < 0 && finished->is_of_this_run() ? std::strong_ordering::greater : order;
+  return std::is_lt(order) && finished->is_of_this_run() ? std::strong_ordering::greater : order;
 }
 
 bool companion::is_cut_short(const struct stat& own, std::string_view text,
                              std::string_view wanted) const {
   if (const auto change = change_after_finish(own)) {
-    return *change < 0 || (*change == 0 && is_part_of(wanted, text));
+    return std::is_lt(*change) || (std::is_eq(*change) && is_part_of(wanted, text));
   }
   // Some file systems know whole seconds only: the change may have been later in that second.
   const time_t may_be_later = file_.st_ctim.tv_nsec == 0 ? 1 : 0;

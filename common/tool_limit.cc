@@ -3,7 +3,7 @@
 #include <orv/support.h>
 
 // Weak: missing in a support library that stands in for ours.
-unsigned orv_tool_timeout() __attribute__((weak));
+#pragma weak orv_tool_timeout
 
 namespace orv {
 

@@ -180,7 +180,7 @@ void sweep_copies(const commit& work) {
   if (directory == nullptr) return;
   while (const dirent* const entry = readdir(directory)) {
     if (std::strncmp(entry->d_name, prefix.c_str(), prefix.size()) != 0) continue;
-    const int thread = std::atoi(entry->d_name + prefix.size());
+    const auto thread = static_cast<pid_t>(std::strtol(entry->d_name + prefix.size(), nullptr, 10));
     const bool is_gone = thread > 0 && kill(thread, 0) != 0 && errno == ESRCH;
     if (is_gone) unlinkat(dirfd(directory), entry->d_name, 0);
   }
