@@ -5,8 +5,8 @@
 
 #include "common/command.h"
 #include "common/log.h"
+#include "common/mounted_below.h"
 #include "common/text.h"
-#include "lvm/mounted_below.h"
 
 namespace {
 

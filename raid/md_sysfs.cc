@@ -15,10 +15,10 @@
 #include "common/families.h"
 #include "common/handles.h"
 #include "common/log.h"
+#include "common/md_kernel.h"
 #include "common/record_index.h"
 #include "common/text.h"
 #include "common/whole_file.h"
-#include "raid/md_kernel.h"
 
 namespace {
 

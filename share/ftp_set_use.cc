@@ -5,8 +5,8 @@
 #include <string>
 
 #include "common/log.h"
+#include "common/mounted_below.h"
 #include "common/text.h"
-#include "lvm/mounted_below.h"
 #include "share/share_change.h"
 
 namespace {

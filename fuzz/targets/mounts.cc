@@ -4,8 +4,8 @@
 #include <orv/lvm.h>
 #include <orv/share.h>
 
+#include "common/mounted_below.h"
 #include "fuzz.h"
-#include "lvm/mounted_below.h"
 
 namespace {
 

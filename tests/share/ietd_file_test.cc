@@ -122,7 +122,7 @@ TEST_F(ietd_file, cuts_the_stamp_of_a_long_name_when_it_is_read) {
 /// A name of 17 characters and its stamp fill the field of a name.
 TEST_F(ietd_file, renames_targets_whose_names_leave_the_stamp_no_room) {
   share_list list;
-  for (const std::size_t size : {17, 18, 31, 32}) {
+  for (const std::size_t size : {17U, 18U, 31U, 32U}) {
     list.add(a_share(std::string(size, 'n'), "iscsi"));
     set_field(list.records().back()->valid_users, "");
   }

@@ -1,4 +1,4 @@
-#include "lvm/mounted_below.h"
+#include "common/mounted_below.h"
 
 #include <mntent.h>
 

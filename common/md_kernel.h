@@ -1,5 +1,5 @@
-#ifndef ORV_RAID_MD_KERNEL_H
-#define ORV_RAID_MD_KERNEL_H
+#ifndef ORV_COMMON_MD_KERNEL_H
+#define ORV_COMMON_MD_KERNEL_H
 
 #include <cerrno>
 #include <string_view>

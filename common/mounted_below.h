@@ -1,5 +1,5 @@
-#ifndef ORV_LVM_MOUNTED_BELOW_H
-#define ORV_LVM_MOUNTED_BELOW_H
+#ifndef ORV_COMMON_MOUNTED_BELOW_H
+#define ORV_COMMON_MOUNTED_BELOW_H
 
 #include <string>
 #include <string_view>
