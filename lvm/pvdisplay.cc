@@ -147,12 +147,20 @@ bool add_volume(tag_vg_info& vg, const char* line, Devices& known) {
   return true;
 }
 
+/// False for a volume of no group: its second column is empty, and would be passed over for the
+/// next one, as empty columns are. Some group may have that number for its name.
+bool is_in_a_group(std::string_view line) {
+  const std::size_t end_of_path = line.find(':');
+  return end_of_path != line.npos && !line.substr(end_of_path + 1).starts_with(':');
+}
+
 /// Attaches the volume of every line to the listed group that it names; false without memory.
 template <class Devices>
 bool add_volumes(tag_vginfo_list* list, FILE* file, Devices& known) {
   const group_index groups(list);
   orv::line_reader reader(file);
   while (reader.next()) {
+    if (!is_in_a_group(reader.line())) continue;
     const std::optional<std::string> group = orv::text_column(reader.line(), 1);
     if (!group) continue;
     for (tag_vg_info* const vg : groups.called(*group)) {

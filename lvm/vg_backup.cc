@@ -3,6 +3,8 @@
 #include <orv/lvm.h>
 #include <sys/stat.h>
 
+#include <utility>
+
 #include "common/line_reader.h"
 #include "common/log.h"
 #include "common/text.h"
@@ -44,16 +46,19 @@ unique_file open_backup(const char* vgname) {
   return file;
 }
 
-std::string identifier_of(FILE* backup, std::string_view device) {
-  if (!support::to_beginning(backup)) return {};
+bool find_identifier(FILE* backup, std::string_view device,
+                     std::optional<std::string>& identifier) {
+  if (!support::to_beginning(backup)) return false;
   line_reader reader(backup);
   while (!device.empty() && reader.next()) {
     if (!trimmed(reader.line()).starts_with("id =")) continue;
-    std::string identifier(identifier_in(reader.line()));
+    std::string above(identifier_in(reader.line()));
     if (!reader.next()) break;
-    if (device_in(reader.line()) == device) return identifier;
+    if (device_in(reader.line()) != device) continue;
+    identifier = std::move(above);
+    return true;
   }
-  return {};
+  return !reader.failed();
 }
 
 }  // namespace orv
@@ -69,7 +74,7 @@ int vg_get_pv(const char* vgname, char* dev) try {
     orv::copy_text(dev, orv::line_reader::capacity, device);
     return ORV_OK;
   }
-  return ORV_E_NO_VG;
+  return reader.failed() ? orv::log_failure(ORV_E_NO_VG) : ORV_E_NO_VG;
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }

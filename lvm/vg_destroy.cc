@@ -1,24 +1,26 @@
 #include <orv/disk.h>
 #include <orv/lvm.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "common/command.h"
 #include "common/families.h"
 #include "common/log.h"
 #include "common/text.h"
+#include "lvm/group_use.h"
 #include "lvm/pv_device.h"
 #include "lvm/vg_lookup.h"
 
 int vg_destroy(const char* vgname) try {
   orv::scoped_list<tag_vginfo_list> groups;
-  const int result = vg_get(groups.get());
+  orv::groups_in_use in_use;
+  const int result = orv::list_groups(groups.get(), in_use);
   if (result != ORV_OK) return result;
   tag_vg_info* const vg = orv::find_group(groups.get(), orv::text_or_empty(vgname));
   if (vg == nullptr) return ORV_E_VG_NOT_FOUND;
-  // Volumes of less than 1 GiB, which are no pools of ours, are left to vgremove: it asks before it
-  // removes any, and nobody answers.
-  return vg->used != 0 ? ORV_E_VG_IN_USE : del_vg(vg);
+  // A volume of less than 1 GiB, which is no pool of ours, holds somebody's data as well.
+  return std::ranges::find(in_use, vg) != in_use.end() ? ORV_E_VG_IN_USE : del_vg(vg);
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }

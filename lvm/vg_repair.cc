@@ -53,6 +53,19 @@ bool runs_all_the_same(const tag_md_info& md) {
          orv::leading_number(*lost) <= static_cast<uint64_t>(losable);
 }
 
+/// An array that mdadm could not describe has no level, and "inactive" is only its default: then
+/// the kernel's word is needed.
+bool is_lost(const tag_md_info& md) {
+  if (md.level[0] != '\0') return !runs_all_the_same(md);
+  const std::string state = kernel_word(md, "array_state").value_or("");
+  return state == "inactive" || state == "clear";
+}
+
+/// Gives the identifier of a lost volume to the RAM disk.
+void recreate_volume(const std::string& identifier) {
+  orv::execute(orv::command("/sbin/pvcreate -u %s /dev/ram1", identifier));
+}
+
 }  // namespace
 
 int vgcfgrestore(const char* vgname) try {
@@ -67,9 +80,12 @@ int pv_check_rm(FILE* backup, const char* pvname) try {
     orv::log_missing_argument();
     return ORV_OK;
   }
-  const std::string identifier = orv::identifier_of(backup, orv::text_or_empty(pvname));
-  if (identifier.empty()) return ORV_OK;
-  orv::execute(orv::command("/sbin/pvcreate -u %s /dev/ram1", identifier));
+  std::optional<std::string> identifier;
+  if (!orv::find_identifier(backup, orv::text_or_empty(pvname), identifier)) {
+    return orv::log_failure(ORV_E_COMMAND);
+  }
+  if (!identifier) return ORV_OK;
+  recreate_volume(*identifier);
   return handled;
 } catch (const std::bad_alloc&) {
   return orv::without_memory(ORV_E_COMMAND);
@@ -91,16 +107,26 @@ int vg_check_rm(const char* vgname) try {
   orv::scoped_list<tag_mdinfo_list> raids;
   const int result = raid_get(raids.get());
   if (result != ORV_OK) return result;
+  bool is_doubtful = false;
   for (tag_md_info& md : raids) {
     if (orv::text_of(md.state) != "inactive") continue;
-    // An array that mdadm could not describe has no level, and "inactive" is only its default.
-    if (md.level[0] == '\0' || runs_all_the_same(md)) return ORV_E_COMMAND;
+    if (!is_lost(md)) {
+      is_doubtful = true;
+      continue;
+    }
+    // Read before anything is changed that the rest of the repair is to make good.
+    std::optional<std::string> identifier;
+    if (!orv::find_identifier(backup.get(), orv::text_of(md.name), identifier)) {
+      return orv::log_failure(ORV_E_COMMAND);
+    }
     set_raid_faulty(&md);
-    pv_check_rm(backup.get(), md.name);
+    if (identifier) recreate_volume(*identifier);
     vgcfgrestore(vgname);
     return handled;
   }
-  return ORV_OK;
+  if (!is_doubtful) return ORV_OK;
+  errno = EBUSY;
+  return orv::log_failure(ORV_E_COMMAND);
 } catch (const std::bad_alloc&) {
   return orv::without_memory(ORV_E_COMMAND);
 }

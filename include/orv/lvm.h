@@ -176,8 +176,7 @@ ORV_API int vg_extend(const char* vgname, const char* pvname, const char* enclos
 /// ORV_E_COMMAND
 ORV_API int extend_vg(const char* vgname, char* pvname);
 
-/// Removes a volume group that holds no pools, and its physical volumes. It holds none while less
-/// than 1 GiB is allocated; the tool itself refuses to remove smaller volumes.
+/// Removes a volume group of which no extent is allocated, and its physical volumes.
 /// @return ORV_OK; ORV_E_VG_NOT_FOUND; ORV_E_VG_IN_USE; the code of a list that could not be read;
 ///         ORV_E_COMMAND
 ORV_API int vg_destroy(const char* vgname);
@@ -203,25 +202,27 @@ ORV_API int check_ch_in_raid(const char* chlist);
 
 /// First "sd" or "md" device of a group, from LVM's backup of its metadata.
 /// @param dev  receives the device name; 256 bytes hold any
-/// @return ORV_OK; ORV_E_NO_VG when there is no backup or no such device, and then `dev` is
-///         unchanged
+/// @return ORV_OK; ORV_E_NO_VG when there is no backup or no such device, or the backup cannot be
+///         read, which is logged; then `dev` is unchanged
 ORV_API int vg_get_pv(const char* vgname, char* dev);
 /// Repairs a group one of whose arrays is inactive: fails the array's members, gives its identifier
 /// to "/dev/ram1" and restores the group's metadata. One array per call. A running array whose
 /// level counts as lost (raid1, raid5, raid6 with more members lost than they bear; any other with
-/// one that is lost or spare) is failed as any other.
+/// one that is lost or spare) is failed as any other. An array is passed over when mdadm described
+/// it not, or not whole, while the kernel says that it runs, or the states of its members cannot be
+/// read, or the kernel cannot be asked or says nothing of one that mdadm could not describe.
 /// @return ORV_OK when no array is inactive; ORV_E_FAILED (-1) when one was handled; ORV_E_NO_VG
-///         when there is no backup; ORV_E_COMMAND when mdadm could not describe an array, or not
-///         whole while the kernel says that it runs, or the states of its members cannot be read
-///         then, or the kernel cannot be asked, and then nothing is run; the code of `raid_get`
+///         when there is no backup; ORV_E_COMMAND, logged, when none was handled and one was passed
+///         over, or the backup cannot be read, and then nothing is run; the code of `raid_get`
 ORV_API int vg_check_rm(const char* vgname);
 /// Repairs a group for one lost physical volume.
 /// @return the result of `pv_check_rm`; ORV_E_NO_VG when there is no backup
 ORV_API int md_vg_resume(const char* vgname, const char* pvname);
 /// Gives the identifier of a lost physical volume, found in an open metadata backup, to
 /// "/dev/ram1".
-/// @return -1 when the volume was found, whether or not the tool succeeded; 0 when it was not, also
-///         for a NULL file
+/// @return -1 when the volume was found, whether or not its identifier could be used and the tool
+///         succeeded; 0 when it was not, also for a NULL file; ORV_E_COMMAND, logged, when the file
+///         cannot be read, or without memory
 ORV_API int pv_check_rm(FILE* backup, const char* pvname);
 /// Restores a group's metadata from its backup.
 /// @return ORV_OK; on failure the result of the log call

@@ -134,6 +134,24 @@ TEST_F(pvdisplay, drops_volumes_of_no_group_and_of_groups_that_are_not_listed) {
   EXPECT_THAT(names_in(vg0()), ElementsAre());
 }
 
+TEST_F(pvdisplay, drops_a_volume_of_no_group_whose_size_is_the_name_of_one) {
+  const tag_vg_info& number = listed("41943040");
+  canned("pvdisplay",
+         "  /dev/sdg::41943040:-1:0:0:-1:0:0:0:0:uuid\n"
+         "  /dev/md1:41943040:2097152:-1:8:8:-1:4096:9:9:0:uuid\n");
+  EXPECT_EQ(get(), ORV_OK);
+  EXPECT_THAT(names_in(number), ElementsAre("md1"));
+}
+
+TEST_F(pvdisplay, of_a_controller_drops_such_a_volume_too) {
+  const tag_vg_info& number = listed("41943040");
+  model("KTA7120U");
+  machine.tool("/usr/local/bin/arcadm").on("--display --scan").prints("");
+  canned("pvdisplay", "  /dev/sdg::41943040:-1:0:0:-1:0:0:0:0:uuid\n");
+  EXPECT_EQ(get_vginfo_from_arcadm(groups.get()), ORV_OK);
+  EXPECT_THAT(names_in(number), ElementsAre());
+}
+
 TEST_F(pvdisplay, drops_volumes_without_a_path) {
   canned("pvdisplay", "  [unknown]:vg0:2097152:\nmd1:vg0:2/3:\n");
   EXPECT_EQ(get(), ORV_OK);

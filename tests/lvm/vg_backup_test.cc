@@ -36,8 +36,20 @@ TEST_F(vg_backup, sees_255_characters_of_a_line) {
   backup(std::string(300, ' ') + "device = \"/dev/sda\"\n" + "device = \"/dev/sd" +
          std::string(100000, 'x') + "\"\ndevice = \"/dev/sdb\"\n");
   EXPECT_EQ(first_device(), "sdb");
-  backup("device = \"/dev/sd" + std::string(230, 'x') + "\"\n");
-  EXPECT_EQ(first_device(), "sd" + std::string(230, 'x'));
+  // The closing quote is the 255th character, and then the 256th.
+  const std::string start = "device = \"/dev/";
+  const std::string longest = "sd" + std::string(254 - start.size() - 2, 'x');
+  backup(start + longest + "\"\n");
+  EXPECT_EQ(first_device(), longest);
+  backup(start + longest + "x\"\n");
+  EXPECT_EQ(first_device(), "-2040 unchanged");
+}
+
+TEST_F(vg_backup, that_cannot_be_read_on_is_told) {
+  backup(fixture("lvm_backup/md_and_disk.txt"));
+  machine.fail("fread", EIO, 1);
+  EXPECT_EQ(first_device(), "-2040 unchanged");
+  EXPECT_EQ(machine.log(), "vg_get_pv:N return -2040 with Input/output error\n");
 }
 
 TEST_F(vg_backup, may_be_missing_empty_or_noise) {

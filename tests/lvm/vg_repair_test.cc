@@ -7,6 +7,7 @@ using testing::UnorderedElementsAre;
 
 class vg_repair : public storage_machine {
  protected:
+  static constexpr char passed_over[] = "vg_check_rm:N return -11000 with Device or resource busy";
   void backup() {
     machine.file("/etc/lvm/backup/vg0",
                  "id = \"g\"\nseqno = 1\n\tid = \"a-1\"\n\tdevice = \"/dev/md1\"\n"
@@ -27,10 +28,8 @@ TEST_F(vg_repair, restores_metadata_without_redirection) {
 
 TEST_F(vg_repair, logs_metadata_that_cannot_be_restored) {
   machine.tool("/sbin/vgcfgrestore").fails(5);
-  EXPECT_NE(vgcfgrestore("vg0"), ORV_OK);
-  EXPECT_NE(vgcfgrestore(""), ORV_OK);
-  EXPECT_NE(vgcfgrestore(nullptr), ORV_OK);
-  EXPECT_NE(vgcfgrestore("--force"), ORV_OK);
+  for (const char* const name : {"vg0", "", static_cast<const char*>(nullptr), "--force"})
+    EXPECT_EQ(vgcfgrestore(name), -1);
   EXPECT_THAT(machine.log_lines().front(), failed_command("/sbin/vgcfgrestore vg0", 5));
   EXPECT_EQ(machine.log_lines().size(), 4U);
   EXPECT_THAT(machine.commands(), ElementsAre("/sbin/vgcfgrestore vg0"));
@@ -52,6 +51,29 @@ TEST_F(vg_repair, resumes_a_group_that_lost_a_volume) {
   EXPECT_THAT(machine.commands(),
               ElementsAre("/sbin/pvcreate -u a-2 /dev/ram1", "/sbin/vgcfgrestore vg0"));
   EXPECT_THAT(machine.open_descriptors(), IsEmpty());
+}
+
+TEST_F(vg_repair, resumes_a_group_although_a_tool_fails) {
+  backup();
+  machine.tool("/sbin/pvcreate").fails(5);
+  changer("/sbin/vgcfgrestore");
+  EXPECT_EQ(md_vg_resume("vg0", "md2"), -1);
+  machine.tool("/sbin/pvcreate").succeeds();
+  machine.tool("/sbin/vgcfgrestore").fails(3);
+  EXPECT_EQ(md_vg_resume("vg0", "md1"), -1);
+  EXPECT_THAT(machine.commands(),
+              ElementsAre("/sbin/pvcreate -u a-2 /dev/ram1", "/sbin/vgcfgrestore vg0",
+                          "/sbin/pvcreate -u a-1 /dev/ram1", "/sbin/vgcfgrestore vg0"));
+  EXPECT_THAT(machine.log_lines(), ElementsAre(failed_command("/sbin/pvcreate -u a-2 /dev/ram1", 5),
+                                               failed_command("/sbin/vgcfgrestore vg0", 3)));
+}
+
+TEST_F(vg_repair, resumes_nothing_from_a_backup_that_cannot_be_read) {
+  backup();
+  machine.fail("fread", EIO, 1);
+  EXPECT_EQ(md_vg_resume("vg0", "md2"), -11000);
+  EXPECT_EQ(machine.log(), "pv_check_rm:N return -11000 with Input/output error\n");
+  EXPECT_THAT(machine.commands(), IsEmpty());
 }
 
 TEST_F(vg_repair, resumes_nothing_for_a_volume_that_is_not_in_the_backup) {
@@ -86,8 +108,11 @@ TEST_F(vg_repair, goes_on_when_its_tools_fail) {
   backup();
   lost_array("md1", {"sdc in_sync"});
   EXPECT_EQ(vg_check_rm("vg0"), -1);
-  EXPECT_EQ(changes().size(), 3U);
-  EXPECT_EQ(machine.log_lines().size(), 3U);
+  EXPECT_THAT(changes(), ElementsAre("/sbin/mdadm /dev/md1 -f /dev/sdc",
+                                     "/sbin/pvcreate -u a-1 /dev/ram1", "/sbin/vgcfgrestore vg0"));
+  EXPECT_THAT(machine.log_lines(), ElementsAre(failed_command("/sbin/mdadm /dev/md1 -f /dev/sdc"),
+                                               failed_command("/sbin/pvcreate -u a-1 /dev/ram1", 5),
+                                               failed_command("/sbin/vgcfgrestore vg0", 5)));
 }
 
 TEST_F(vg_repair, restores_the_group_of_an_array_that_is_not_in_the_backup) {
@@ -126,13 +151,65 @@ TEST_F(vg_repair, changes_nothing_without_a_backup) {
   EXPECT_EQ(vg_check_rm(nullptr), -2040);
   EXPECT_EQ(vg_check_rm("."), -2040);
   EXPECT_THAT(machine.commands(), IsEmpty());
+  EXPECT_EQ(machine.log(), "");
 }
 
 TEST_F(vg_repair, changes_nothing_when_an_array_cannot_be_described) {
   backup();
   array("md1", {"sda in_sync", "sdb in_sync"});
   machine.remove("/canned/dev/md1");
-  EXPECT_EQ(vg_check_rm("vg0"), -11000);
+  for (const char* const state : {"", "clean\n"}) {
+    machine.file("/sys/block/md1/md/array_state", state);
+    machine.forget();
+    EXPECT_EQ(vg_check_rm("vg0"), -11000) << state;
+    EXPECT_THAT(machine.log_lines(),
+                ElementsAre(testing::HasSubstr("/sbin/mdadm --detail"), passed_over))
+        << state;
+  }
+  EXPECT_THAT(changes(), IsEmpty());
+}
+
+TEST_F(vg_repair, repairs_an_array_that_mdadm_cannot_describe_when_the_kernel_says_it_is_inactive) {
+  changers({"/sbin/pvcreate", "/sbin/vgcfgrestore"});
+  machine.tool("/sbin/mdadm").on("/dev/md1 -f *").succeeds();
+  backup();
+  array("md1", {"sda in_sync"});
+  machine.remove("/canned/dev/md1");
+  for (const char* const state : {"inactive\n", "clear\n"}) {
+    machine.file("/sys/block/md1/md/array_state", state);
+    machine.forget();
+    EXPECT_EQ(vg_check_rm("vg0"), -1) << state;
+    EXPECT_THAT(changes(),
+                ElementsAre("/sbin/mdadm /dev/md1 -f /dev/sda", "/sbin/pvcreate -u a-1 /dev/ram1",
+                            "/sbin/vgcfgrestore vg0"));
+  }
+}
+
+TEST_F(vg_repair, passes_over_a_doubtful_array_for_one_that_is_inactive) {
+  changers({"/sbin/pvcreate", "/sbin/vgcfgrestore"});
+  machine.tool("/sbin/mdadm").on("/dev/md2 -f *").succeeds();
+  backup();
+  array("md1", {"sda in_sync", "sdb in_sync"});
+  machine.remove("/canned/dev/md1");
+  lost_array("md2", {"sdc in_sync"});
+  EXPECT_EQ(vg_check_rm("vg0"), -1);
+  EXPECT_THAT(changes(), ElementsAre("/sbin/mdadm /dev/md2 -f /dev/sdc",
+                                     "/sbin/pvcreate -u a-2 /dev/ram1", "/sbin/vgcfgrestore vg0"));
+}
+
+TEST_F(vg_repair, fails_no_member_when_the_backup_cannot_be_read) {
+  changers({"/sbin/pvcreate", "/sbin/vgcfgrestore"});
+  machine.tool("/sbin/mdadm").on("/dev/md1 -f *").succeeds();
+  backup();
+  lost_array("md1", {"sdc in_sync"});
+  // What is read before belongs to the arrays.
+  const std::string told = "vg_check_rm:N return -11000 with Input/output error\n";
+  for (int nth = 1; nth < 50 && machine.log() != told; ++nth) {
+    machine.forget();
+    machine.fail("fread", EIO, nth);
+    vg_check_rm("vg0");
+  }
+  EXPECT_EQ(machine.log(), told);
   EXPECT_THAT(changes(), IsEmpty());
 }
 
@@ -230,8 +307,11 @@ class unreadable_array : public vg_repair {
 TEST_F(unreadable_array, is_left_alone_at_every_level) {
   for (const char* const level : {"raid1", "raid5", "raid6"}) {
     unreadable(level);
+    machine.forget();
     EXPECT_EQ(vg_check_rm("vg0"), -11000) << level;
+    EXPECT_THAT(machine.log_lines(), ElementsAre(passed_over)) << level;
   }
+  machine.forget();
   for (const char* const level : {"raid0", "raid10", "linear"}) {
     unreadable(level);
     EXPECT_EQ(vg_check_rm("vg0"), 0) << level;
@@ -315,13 +395,26 @@ TEST_F(lost_volume, runs_nothing_when_the_backup_does_not_hold_it) {
   EXPECT_THAT(machine.commands(), IsEmpty());
 }
 
-TEST_F(lost_volume, has_its_device_directly_behind_a_whole_identifier) {
-  backup(
-      "id = \"a\"\nseqno = 1\ndevice = \"/dev/md1\"\n"
-      "id = \"\ndevice = \"/dev/md1\"\nid = b\ndevice = \"/dev/md1\"\n"
-      "id = \"\"\ndevice = \"/dev/md1\"\nid=\"c\"\ndevice = \"/dev/md1\"\n"
-      "id = \"d\"\ndevice = \"/dev/md1\nid = \"e\"");
-  EXPECT_EQ(recreate("md1"), 0);
+TEST_F(lost_volume, has_its_device_directly_behind_its_identifier) {
+  for (const char* const text :
+       {"id = \"a\"\nseqno = 1\ndevice = \"/dev/md1\"\n", "id=\"c\"\ndevice = \"/dev/md1\"\n",
+        "id = \"d\"\ndevice = \"/dev/md1\n", "id = \"e\"",
+        "id = \"f\"\nid = \"g\"\ndevice = \"/dev/md1\"\n", "id = \"h\"\ndevice = \"md1\"\n"}) {
+    backup(text);
+    EXPECT_EQ(recreate("md1"), 0) << text;
+  }
+  EXPECT_THAT(machine.commands(), IsEmpty());
+  EXPECT_EQ(machine.log(), "");
+}
+
+TEST_F(lost_volume, is_told_although_its_identifier_cannot_be_used) {
+  for (const char* const identifier : {"\"", "b", "\"\""}) {
+    machine.forget();
+    backup(std::string("id = ") + identifier + "\ndevice = \"/dev/md1\"\n");
+    EXPECT_EQ(recreate("md1"), -1) << identifier;
+    EXPECT_THAT(machine.log_lines(),
+                ElementsAre(command_not_run("/sbin/pvcreate -u  /dev/ram1", "Invalid argument")));
+  }
   EXPECT_THAT(machine.commands(), IsEmpty());
 }
 
