@@ -107,6 +107,20 @@ TEST_F(companion_faults, reader_tells_all_or_nothing) {
   EXPECT_THAT(listed_names(), ElementsAre("old", "new"));
 }
 
+TEST_F(companion_faults, reader_tells_nothing_when_neither_text_can_be_read) {
+  cut(listed("old"));
+  machine.fail("pread", EIO);
+  EXPECT_THAT(listed_names(), IsEmpty());
+}
+
+// Only root can read companions; others read shares as they find them.
+TEST_F(companion_faults, reader_who_may_not_look_takes_the_file_as_it_is) {
+  cut(listed("old"));
+  machine.fail("lstat", EACCES, 1);
+  EXPECT_THAT(listed_names(), ElementsAre("old"));
+  EXPECT_THAT(listed_names(), ElementsAre("old", "new"));
+}
+
 // Its text would be taken for all there is.
 TEST_F(companion_faults, file_that_cannot_be_made_whole_is_refused) {
   for (const char* function : {"fopen", "ftruncate", "pread"}) {
@@ -141,6 +155,15 @@ TEST_F(companion_faults, companion_that_is_not_needed_need_not_be_read) {
   EXPECT_EQ(listed_names().size(), 3U);
   machine.fail("fopen", EIO, 1);
   EXPECT_EQ(held(shares_path), whole);
+}
+
+TEST_F(companion_faults, companion_of_an_earlier_run_is_not_needed_for_what_was_changed_since) {
+  run_is("that");
+  add("more");
+  run_is("this");
+  write_in_place(shares_path, edited());
+  machine.fail("fopen", EIO, 1);
+  EXPECT_EQ(held(shares_path), edited());
 }
 
 TEST_F(companion_faults, change_of_a_file_that_cannot_be_made_whole_is_refused) {
@@ -234,6 +257,22 @@ TEST_F(companion_faults,
   EXPECT_FALSE(machine.exists(other + ".done"));
   EXPECT_TRUE(machine.exists(earlier));
   EXPECT_TRUE(machine.exists(earlier + ".done"));
+}
+
+// Its file was rewritten once more since, or the companion went before its mark.
+TEST_F(companion_faults, mark_that_is_no_companions_goes_alone_or_stays_with_another) {
+  run_is("this");
+  const std::string rewritten = "/var/lib/orv/rewrites/7-7";
+  const std::string gone = "/var/lib/orv/rewrites/8-8";
+  finished_long_ago(rewritten, "this");
+  machine.file(rewritten, "of a later rewrite");
+  finished_long_ago(gone, "this");
+  machine.remove(gone);
+  machine.remove(of(shares_path));
+  add("more");
+  EXPECT_EQ(machine.read(rewritten), "of a later rewrite");
+  EXPECT_EQ(unlink((rewritten + ".done").c_str()), 0);
+  EXPECT_EQ(unlink((gone + ".done").c_str()), -1);
 }
 
 TEST_F(companion_faults, what_a_killed_process_left_is_swept_after_a_day) {
