@@ -103,6 +103,31 @@ TEST_F(share_banishment, changes_nothing_when_a_file_cannot_be_read) {
   }
 }
 
+TEST_F(share_banishment, takes_the_samba_file_before_the_exports) {
+  const std::string good_samba = machine.read(smb_recy_path);
+  const std::string good_exports = machine.read(exports_recy_path);
+  {
+    const foreign_lock lock(smb_recy_path);
+    machine.file(exports_recy_path, "/mnt/a ((((((\n");
+    EXPECT_EQ(forbid_share_del("a"), -2061);
+    machine.file(exports_recy_path, good_exports);
+  }
+  const foreign_lock lock(exports_recy_path);
+  machine.file(smb_recy_path, "[ab\n");
+  EXPECT_EQ(forbid_share_del("a"), -2063);
+  machine.file(smb_recy_path, good_samba);
+  expect_unchanged();
+}
+
+TEST_F(share_banishment, releases_its_files_in_the_order_in_which_it_took_them) {
+  const lock_watch watch(machine);
+  EXPECT_EQ(forbid_share_del("a"), ORV_OK);
+  const std::string exports = exports_recy_path;
+  const std::string both = std::string(smb_recy_path) + ' ' + exports;
+  EXPECT_THAT(watch.last(3),
+              testing::ElementsAre(std::string(shares_path) + ' ' + both, both, exports));
+}
+
 TEST_F(share_banishment, writes_the_share_list_last) {
   {
     const file_size_limit full(30);

@@ -228,7 +228,9 @@ TEST_F(password_lookup, needs_its_arguments_and_the_file) {
   EXPECT_EQ(get_pwd_from_conf(nullptr, password, 8), -1);
   EXPECT_EQ(get_pwd_from_conf("ann", nullptr, 8), -1);
   machine.forget();
+  set_field(password, "kept");
   EXPECT_EQ(get_pwd_from_conf("ann", password, 8), -2069);
+  EXPECT_STREQ(password, "kept");
   EXPECT_THAT(machine.log(),
               testing::EndsWith(refusal("get_pwd_from_conf", -2069, "No such file or directory")));
 }

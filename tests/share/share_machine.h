@@ -11,6 +11,7 @@
 #include <functional>
 #include <string>
 
+#include "tests/sandbox/bend.h"
 #include "tests/sandbox/sandbox.h"
 #include "tests/share/share_files.h"
 
@@ -132,6 +133,40 @@ class foreign_lock : public other_process {
       : other_process([&] {
           lock_reg(open(path.c_str(), O_RDWR | O_CREAT, 0644), F_SETLK, type, 0, SEEK_SET, 0);
         }) {}
+};
+
+/// While it exists, it sees each call for a record lock: a probe, a lock or its release.
+class lock_watch {
+ public:
+  explicit lock_watch(const sandbox::machine& machine) : machine_(machine) { see_next(); }
+  ~lock_watch() {
+    sandbox::before("fcntl", [] {});
+  }
+  lock_watch(const lock_watch&) = delete;
+  lock_watch& operator=(const lock_watch&) = delete;
+
+  /// What was open at each call, in the order in which it was opened: "/etc/a /etc/b".
+  const sandbox::lines& seen() const { return seen_; }
+  /// The last of them.
+  sandbox::lines last(std::ptrdiff_t count) const { return {seen_.end() - count, seen_.end()}; }
+
+ private:
+  void see_next() {
+    sandbox::before("fcntl", [this] {
+      seen_.push_back(open_files());
+      see_next();
+    });
+  }
+  std::string open_files() const {
+    std::string paths;
+    for (const std::string& descriptor : machine_.open_descriptors()) {
+      paths += (paths.empty() ? "" : " ") + descriptor.substr(descriptor.find(' ') + 1);
+    }
+    return paths;
+  }
+
+  const sandbox::machine& machine_;
+  sandbox::lines seen_;
 };
 
 /// While it exists, no file grows beyond so many bytes, as on a full disk.

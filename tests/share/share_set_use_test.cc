@@ -95,6 +95,17 @@ TEST_F(share_parking, locks_the_live_file_before_the_recycle_file) {
   EXPECT_EQ(machine.read(smb_recy_path), "[ab\n");
 }
 
+TEST_F(share_parking, releases_its_files_in_the_order_in_which_it_took_them) {
+  shares(listed("a"));
+  smb(global + offered("a"));
+  const lock_watch watch(machine);
+  EXPECT_EQ(park("a"), ORV_OK);
+  const std::string parked = smb_recy_path;
+  const std::string live_and_parked = std::string(smb_path) + ' ' + parked;
+  EXPECT_THAT(watch.last(3), testing::ElementsAre(std::string(shares_path) + ' ' + live_and_parked,
+                                                  live_and_parked, parked));
+}
+
 TEST_F(share_parking, stops_where_a_file_cannot_be_written) {
   shares(listed("a"));
   {
