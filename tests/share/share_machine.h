@@ -7,9 +7,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <functional>
+#include <iterator>
 #include <string>
+#include <vector>
 
 #include "tests/sandbox/bend.h"
 #include "tests/sandbox/sandbox.h"
@@ -145,28 +148,24 @@ class lock_watch {
   lock_watch(const lock_watch&) = delete;
   lock_watch& operator=(const lock_watch&) = delete;
 
-  /// What was open at each call, in the order in which it was opened: "/etc/a /etc/b".
-  const sandbox::lines& seen() const { return seen_; }
-  /// The last of them.
-  sandbox::lines last(std::ptrdiff_t count) const { return {seen_.end() - count, seen_.end()}; }
+  /// The paths of the files that were open at each call.
+  const std::vector<sandbox::lines>& seen() const { return seen_; }
+  /// The last three of them: those at which a change of three files releases them.
+  std::vector<sandbox::lines> last_three() const {
+    return {seen_.end() - std::min<std::ptrdiff_t>(3, std::ssize(seen_)), seen_.end()};
+  }
 
  private:
   void see_next() {
     sandbox::before("fcntl", [this] {
-      seen_.push_back(open_files());
+      sandbox::lines& paths = seen_.emplace_back(machine_.open_descriptors());
+      for (std::string& path : paths) path.erase(0, path.find(' ') + 1);
       see_next();
     });
   }
-  std::string open_files() const {
-    std::string paths;
-    for (const std::string& descriptor : machine_.open_descriptors()) {
-      paths += (paths.empty() ? "" : " ") + descriptor.substr(descriptor.find(' ') + 1);
-    }
-    return paths;
-  }
 
   const sandbox::machine& machine_;
-  sandbox::lines seen_;
+  std::vector<sandbox::lines> seen_;
 };
 
 /// While it exists, no file grows beyond so many bytes, as on a full disk.
