@@ -13,6 +13,8 @@ int print_failure(int code) {
 
 }  // namespace
 
+/// An entry whose pool is gone stays in the list: with the group of its device path, since
+/// `mountfs_get` clears no field, and with size and state of what is at its mount point.
 int fs_get(tag_fsinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   int result = mdfstab_get(list);

@@ -22,6 +22,7 @@ constexpr std::string_view not_available = "not available";
 void set_usage(tag_fs_info& fs, const struct statfs64& figures) {
   const uint64_t kib_per_block = static_cast<uint64_t>(figures.f_bsize) / 1024;
   const uint64_t total = figures.f_blocks;
+  // A file system that tells of more is not used below nothing, which would be exabytes.
   const uint64_t available = std::min<uint64_t>(total, figures.f_bavail);
   fs.size = (total * kib_per_block) >> 10;
   fs.used = ((total - available) * kib_per_block) >> 10;

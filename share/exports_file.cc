@@ -49,7 +49,7 @@ bool append_export(tag_shareconf_list* list, std::string_view line) {
   const orv::unescaped_text path(line.substr(0, blank));
   orv::set_text(share->service, "nfs");
   orv::set_text(share->path, path.text());
-  orv::set_text(share->name, orv::after_last(orv::text_of(share->path), '/'));
+  orv::set_text(share->name, orv::after_last(path.text(), '/'));
   orv::set_text(share->valid_users, orv::trimmed_left(orv::before(line.substr(blank + 1), "(")));
   return true;
 }

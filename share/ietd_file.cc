@@ -114,6 +114,7 @@ int get_share_from_ietd(int fd, tag_shareconf_list* list) try {
 
 int put_share_to_ietd(int fd, tag_shareconf_list* list) try {
   const orv::cleared_stack stack;
+  if (list == nullptr) return orv::log_missing_argument();
   const writer targets;
   if (!targets.knows_passwords()) return ORV_E_SHARE_WRITE;
   const auto append_share = [&](orv::secret_text& text, const tag_share_config& share) {

@@ -53,7 +53,10 @@ ORV_API void fs_list_show(tag_fsinfo_list* list);
 // --- File systems --------------------------------------------------------------------------------
 
 /// Appends every entry of the mount table, completed with its pool, mount state, size and use. A
-/// line that begins with "#" gives no record.
+/// line that begins with "#" gives no record. An entry whose pool is gone keeps the volume group of
+/// its device path and gets size and use of the file system that holds its mount point. Its state
+/// is "umount" where nothing is mounted there; "not available" where something is, or where the
+/// directory is missing or cannot be written.
 /// @return ORV_OK; ORV_E_FAILED when the mount table cannot be read or the list is NULL;
 ///         ORV_E_LVDISPLAY when the pools cannot be listed
 ORV_API int fs_get(tag_fsinfo_list* list);

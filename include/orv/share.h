@@ -19,11 +19,13 @@
 /// a client list loses the blanks at its end. A list of users or clients of which no character is
 /// left is written as "_", which is nobody: an empty list is everybody. One that does not fit its
 /// line ends at an item that does; where a line is still too long to be read again, the writer
-/// fails and changes nothing. The share operations see every name as it will be stored, so that
-/// each of them means the same share by the same name.
+/// fails and changes nothing. A share's name loses the white space around it when it is written:
+/// readers would not give it back. The share operations see every name as it will be stored, so
+/// that each of them means the same share by the same name.
 ///
 /// Failures. A file that could not be read is never rewritten. Readers, writers, locks and list
-/// operations log nothing but a missing argument; every other operation logs its failure.
+/// operations log nothing but a missing argument and a lack of memory; every other operation logs
+/// its failure.
 ///
 /// Threads. The locks of Unix record locking hold between processes. Two operations of one process
 /// do not exclude each other: run the share operations of a process one at a time.
@@ -106,9 +108,10 @@ ORV_API tag_share_config* fine_share_in_list(tag_shareconf_list* list, const cha
 
 // A reader appends to the list what it reads from the descriptor's position on. A last line without
 // a line end is not read. A value longer than its field is cut.
-// @return ORV_OK; ORV_E_SHARE_READ on a read error or without memory; ORV_E_SHARE_SYNTAX for a line
-//         that makes no sense; ORV_E_FAILED for a NULL list. What was read before stays in the
-//         list.
+// @return ORV_OK; ORV_E_SHARE_READ on a read error or without memory for a record;
+//         ORV_E_SHARE_SYNTAX for a line that makes no sense, and then the descriptor stands
+//         anywhere behind that line; ORV_E_FAILED for a NULL list and, logged, without memory for
+//         anything else. What was read before stays in the list.
 //
 // A writer replaces the file's content in place and commits it with `conf_save`.
 // @return ORV_OK; ORV_E_SHARE_WRITE when the file could not be written: it is cut short then and
@@ -131,7 +134,8 @@ ORV_API int get_share_from_smb(int fd, tag_shareconf_list* list);
 /// Samba.
 /// @return also ORV_E_SHARE_READ when the file cannot be read; it is unchanged then
 ORV_API int put_share_to_smb(int fd, tag_shareconf_list* list);
-/// Writes "/etc/samba/smb_recy.conf", which has no global settings.
+/// Writes "/etc/samba/smb_recy.conf", which has no global settings. A share that Samba takes for
+/// the global section is left out here too.
 ORV_API int put_share_to_smb_recy(int fd, tag_shareconf_list* list);
 
 /// Reads an exports file. An export whose first option is "ro" reads back as writable. A line

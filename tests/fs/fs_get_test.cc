@@ -133,6 +133,21 @@ TEST_F(fs_get_of, pools_that_cannot_be_listed_fails_and_says_so) {
   EXPECT_EQ(list.records().size(), 1U);
 }
 
+// A probe could not be removed and would be there still.
+TEST_F(fs_get_of, pools_that_cannot_be_listed_measures_and_probes_nothing) {
+  table(data_entry);
+  machine.directory("/mnt/data");
+  machine.statfs("/mnt/data", of_10_gib);
+  machine.fail("mkstemp", EMFILE);
+  machine.fail("unlink", EBUSY);
+  fs_list list;
+  EXPECT_EQ(fs_get(list.get()), ORV_E_LVDISPLAY);
+  EXPECT_EQ(list.only().size, 0U);
+  EXPECT_EQ(list.only().used, 0U);
+  EXPECT_STREQ(list.only().state, "");
+  EXPECT_THAT(machine.list("/mnt/data"), IsEmpty());
+}
+
 TEST_F(fs_get_of, no_list_is_refused) {
   EXPECT_EQ(fs_get(nullptr), ORV_E_FAILED);
   EXPECT_EQ(machine.log(), "fs_get:N return -1 with Invalid argument\n");

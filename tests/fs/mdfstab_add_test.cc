@@ -61,6 +61,12 @@ INSTANTIATE_TEST_SUITE_P(
                     type_of_model{"kta7120e", "xfs"}, type_of_model{"ZOR7130L", "xfs"}),
     [](const auto& of) { return of.param.model; });
 
+TEST_F(mdfstab_add, writes_a_line_of_the_other_type_in_the_same_form) {
+  model("KTA7120P");
+  EXPECT_EQ(add_mdfstab("/mnt/data", "vg1", "data"), ORV_OK);
+  EXPECT_EQ(table(), "/dev/vg1/data\t/mnt/data\treiserfs\tdefaults\t0 0\n");
+}
+
 TEST_F(mdfstab_add, writes_xfs_when_the_model_cannot_be_read) {
   machine.remove("/etc/sys_info");
   EXPECT_EQ(add_mdfstab("/mnt/data", "vg1", "data"), ORV_OK);

@@ -81,6 +81,12 @@ TEST_F(mdfstab_faults, change_needs_no_lock_where_there_is_none) {
   expect_added_and_deleted();
 }
 
+TEST_F(mdfstab_faults, change_that_cannot_be_committed_is_made) {
+  machine.file("/var/lib/orv/kept", "in the way");
+  expect_added_and_deleted();
+  EXPECT_EQ(machine.read("/var/lib/orv/kept"), "in the way");
+}
+
 TEST_F(mdfstab_faults, table_that_cannot_be_read_or_examined_is_not_written) {
   machine.fail("fread", EIO, 1);
   expect_not_added("Input/output error");

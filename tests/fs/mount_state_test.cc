@@ -197,6 +197,9 @@ TEST_F(mountfs, uses_what_a_failing_tool_has_listed) {
   list.add("/dev/vg1/data", "/mnt/data");
   EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
   expect_facts(list.only(), "available", "vg1", "2", mib_of_10_gib);
+  EXPECT_THAT(machine.log(),
+              testing::MatchesRegex("system\\(\"/sbin/lvdisplay -c > /tmp/lvdisplay.XXXXXX \"\\) "
+                                    "return normal with exit\\(5\\) for '[^'\n]+'\n"));
 }
 
 TEST_F(mountfs, reports_pools_that_cannot_be_listed_and_changes_no_record) {

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "tests/fs/file_systems.h"
+#include "tests/sandbox/bend.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -166,6 +167,18 @@ TEST_F(write_probe, finds_a_file_system_without_room_for_another_file) {
   measure(half_free);
   EXPECT_STREQ(fs().state, "not available");
   EXPECT_THAT(machine.list(mounted), ElementsAre("users"));
+}
+
+TEST_F(write_probe, is_a_file_named_test_with_its_text_and_the_nul) {
+  sandbox::lines probes;
+  sandbox::before("unlink", [&] {
+    for (const std::string& name : machine.list(mounted)) {
+      probes.push_back(name + '|' + machine.read(std::string(mounted) + '/' + name));
+    }
+  });
+  measure(half_free);
+  EXPECT_THAT(probes, ElementsAre(std::string("test|test fs\0", 13)));
+  EXPECT_THAT(machine.list(mounted), IsEmpty());
 }
 
 /// No file of this process grows above a size.

@@ -16,10 +16,10 @@
 namespace sandbox::libc {
 namespace {
 
-constexpr std::string_view functions[] = {"clone",  "connect", "fallocate", "fchmod",    "fcntl",
-                                          "fdopen", "flock",   "fread",     "ftruncate", "futimens",
-                                          "kill",   "lstat",   "open",      "pread",     "readdir",
-                                          "read",   "recv",    "sendfile",  "waitpid",   "write"};
+constexpr std::string_view functions[] = {
+    "clone",   "connect",   "fallocate", "fchmod",   "fcntl",  "fdopen",  "flock",
+    "fread",   "ftruncate", "futimens",  "kill",     "lstat",  "open",    "pread",
+    "readdir", "read",      "recv",      "sendfile", "unlink", "waitpid", "write"};
 
 // The threads of the sandbox and of the test's own daemons go on undisturbed.
 constinit thread_local bool is_under_test = false;
@@ -74,6 +74,7 @@ DEFINE_FAILING(ssize_t, "sendfile", sendfile, (int to, int from, off_t* at, size
                at, size)
 DEFINE_FAILING(ssize_t, "sendfile", sendfile64, (int to, int from, off_t* at, size_t size), to,
                from, at, size)
+DEFINE_FAILING(int, "unlink", unlink, (const char* path), path)
 DEFINE_FAILING(pid_t, "waitpid", waitpid, (pid_t child, int* status, int options), child, status,
                options)
 DEFINE_FAILING(ssize_t, "write", write, (int file, const void* from, size_t size), file, from, size)

@@ -50,6 +50,17 @@ TEST_F(exports_file, gives_path_name_and_clients) {
       ElementsAre("a||/mnt/vg/a|nfs|10.0.0.0/8|rw", "b||/b|nfs|c, d |rw", "||/c/|nfs|*|rw"));
 }
 
+TEST_F(exports_file, names_a_share_by_the_end_of_a_path_that_is_cut) {
+  const std::string path = "/mnt/" + std::string(121, 'x') + "/abcd";
+  EXPECT_THAT(read_back(path + " *(rw,sync)\n"),
+              ElementsAre("abcd||" + path.substr(0, 127) + "|nfs|*|rw"));
+}
+
+TEST_F(exports_file, uses_lines_of_11_characters) {
+  EXPECT_THAT(read_back("/mnt/a *(rw)\n/mnt/ *(rw)\n/mn/a *(rw)\n/mn/ *(rw)\n"),
+              ElementsAre("a||/mnt/a|nfs|*|rw", "||/mnt/|nfs|*|rw", "a||/mn/a|nfs|*|rw"));
+}
+
 TEST_F(exports_file, reads_back_as_writable_whatever_it_says) {
   EXPECT_THAT(read_back("/mnt/a *(ro,sync)\n/mnt/b *(RW)\n/mnt/c *(sync,ro)\n"),
               ElementsAre("a||/mnt/a|nfs|*|rw", "b||/mnt/b|nfs|*|rw", "c||/mnt/c|nfs|*|rw"));

@@ -56,6 +56,26 @@ TEST_F(file_lock, does_not_wait_for_another_process) {
   close(file);
 }
 
+// A writer's lock is in the way of the first probe, a reader's of the second: no lock is asked for.
+TEST_F(file_lock, is_tried_once) {
+  const std::pair<int, std::size_t> calls[] = {{F_WRLCK, 1}, {F_RDLCK, 2}, {F_UNLCK, 3}};
+  for (const auto& [type, count] : calls) {
+    const foreign_lock lock("/etc/exports", type);
+    const lock_watch watch(machine);
+    const int file = lock_sharefile("/etc/exports");
+    EXPECT_EQ(file < 0, type != F_UNLCK);
+    EXPECT_EQ(watch.seen().size(), count) << type;
+    close(file);
+  }
+}
+
+TEST_F(file_lock, is_tried_once_by_a_change) {
+  const foreign_lock lock(shares_path);
+  const lock_watch watch(machine);
+  EXPECT_EQ(share_del("a", "samba"), -2060);
+  EXPECT_EQ(watch.seen().size(), 1U);
+}
+
 TEST_F(file_lock, gives_way_to_a_lock_that_no_process_holds) {
   const open_file file("/etc/exports");
   struct flock lock {};
@@ -115,6 +135,10 @@ TEST_F(file_lock, of_a_mode_without_a_file_or_row_fails) {
   EXPECT_EQ(file, -1);
   const foreign_lock lock(smb_path);
   EXPECT_EQ(lock_modefile(file, "samba"), -2062);
+  EXPECT_EQ(file, -2062);
+  file = -5;
+  const foreign_lock recycle_lock(smb_recy_path);
+  EXPECT_EQ(lock_mode_recyfile(file, "samba"), -2062);
   EXPECT_EQ(file, -2062);
 }
 

@@ -1,5 +1,8 @@
 #include "tests/share/share_machine.h"
 
+using testing::ElementsAre;
+using testing::UnorderedElementsAre;
+
 class share_banishment : public share_test {
  protected:
   share_banishment() {
@@ -45,8 +48,7 @@ TEST_F(share_banishment, knows_an_iscsi_share_by_the_name_that_was_asked_for) {
     if (!is_in_use) {
       EXPECT_EQ(share_set_use(&share), -2061);
     }
-    EXPECT_THAT(names_in(shares_path, get_share_from_conf),
-                testing::ElementsAre("a", "b", "my_vol"));
+    EXPECT_THAT(names_in(shares_path, get_share_from_conf), ElementsAre("a", "b", "my_vol"));
     EXPECT_EQ(forbid_share_del("my vol"), -2067);
     EXPECT_EQ(shares(), listed("a", "") + listed("b"));
   }
@@ -101,6 +103,31 @@ TEST_F(share_banishment, changes_nothing_when_a_file_cannot_be_read) {
     machine.file(path, good);
     expect_unchanged();
   }
+}
+
+TEST_F(share_banishment, takes_the_samba_file_before_the_exports) {
+  const std::string good_samba = machine.read(smb_recy_path);
+  const std::string good_exports = machine.read(exports_recy_path);
+  {
+    const foreign_lock lock(smb_recy_path);
+    machine.file(exports_recy_path, "/mnt/a ((((((\n");
+    EXPECT_EQ(forbid_share_del("a"), -2061);
+    machine.file(exports_recy_path, good_exports);
+  }
+  const foreign_lock lock(exports_recy_path);
+  machine.file(smb_recy_path, "[ab\n");
+  EXPECT_EQ(forbid_share_del("a"), -2063);
+  machine.file(smb_recy_path, good_samba);
+  expect_unchanged();
+}
+
+TEST_F(share_banishment, releases_its_files_in_the_order_in_which_it_took_them) {
+  const lock_watch watch(machine);
+  EXPECT_EQ(forbid_share_del("a"), ORV_OK);
+  EXPECT_THAT(watch.last_three(),
+              ElementsAre(UnorderedElementsAre(shares_path, smb_recy_path, exports_recy_path),
+                          UnorderedElementsAre(smb_recy_path, exports_recy_path),
+                          ElementsAre(exports_recy_path)));
 }
 
 TEST_F(share_banishment, writes_the_share_list_last) {

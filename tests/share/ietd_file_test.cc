@@ -93,6 +93,15 @@ TEST_F(ietd_file, stays_as_it_is_while_the_passwords_cannot_be_read) {
   EXPECT_EQ(machine.read(ietd_path), before);
 }
 
+TEST_F(ietd_file, needs_a_list_before_any_password) {
+  machine.directory("/etc/nas_userfile.conf");
+  machine.file(ietd_path, "old\n");
+  const open_file file(ietd_path);
+  EXPECT_EQ(put_share_to_ietd(file.number(), nullptr), ORV_E_FAILED);
+  EXPECT_EQ(machine.log(), refusal("put_share_to_ietd", ORV_E_FAILED, "Invalid argument"));
+  EXPECT_EQ(machine.read(ietd_path), "old\n");
+}
+
 TEST_F(ietd_file, is_read_target_by_target) {
   EXPECT_THAT(read_back("Target iqn.x:vol.1\n\tIncomingUser ann pw\n\tIncomingUser bob\n"
                         "\tLun 0 Path=/dev/vg/a,Type=fileio\n\tMaxSessions 0\n"
@@ -148,6 +157,17 @@ TEST_F(ietd_file, renames_targets_whose_names_leave_the_stamp_no_room) {
 TEST_F(ietd_file, takes_key_words_as_prefixes_and_ignores_short_lines) {
   EXPECT_THAT(read_back("TargetX iqn.x:v\nLunar 0 Path=/a\nIncomingUsers ann\nTarget:\nLun 0 x\n"),
               ElementsAre("v||/a|iscsi|ann|rw"));
+}
+
+TEST_F(ietd_file, uses_lines_of_8_characters_without_the_white_space_around_them) {
+  EXPECT_THAT(read_back("Target iqn.x:v\nLun 0 Path=/a\nTarget:\nLun 0 Path=/b\n"),
+              ElementsAre("v||/b|iscsi||rw"));
+  EXPECT_THAT(read_back("Target iqn.x:v\nLun 0 Path=/a\n\tLun 0 = \n"),
+              ElementsAre("v||/a|iscsi||rw"));
+  EXPECT_THAT(read_back("Target iqn.x:v\nLun 0 Path=/b\n\tLun 0 =a \n"),
+              ElementsAre("v||a|iscsi||rw"));
+  EXPECT_THAT(read_back("Target iqn.x:v\nLun 0 Path=/a\nTarget :\nLun 0 Path=/b\n"),
+              ElementsAre("v||/a|iscsi||rw"));
 }
 
 TEST_F(ietd_file, cuts_names_paths_and_users_to_their_fields) {
@@ -208,7 +228,9 @@ TEST_F(password_lookup, needs_its_arguments_and_the_file) {
   EXPECT_EQ(get_pwd_from_conf(nullptr, password, 8), -1);
   EXPECT_EQ(get_pwd_from_conf("ann", nullptr, 8), -1);
   machine.forget();
+  set_field(password, "kept");
   EXPECT_EQ(get_pwd_from_conf("ann", password, 8), -2069);
+  EXPECT_STREQ(password, "kept");
   EXPECT_THAT(machine.log(),
               testing::EndsWith(refusal("get_pwd_from_conf", -2069, "No such file or directory")));
 }

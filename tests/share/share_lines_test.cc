@@ -1,3 +1,5 @@
+#include <cerrno>
+
 #include "tests/share/share_machine.h"
 
 /// What holds for the lines of every share file.
@@ -106,6 +108,59 @@ TEST_F(share_lines, cannot_be_read_from_a_file_that_is_no_text) {
   EXPECT_THAT(list.told(), IsEmpty());
 }
 
+/// A share file of two blocks: two shares stand in the first of them, a third one in the second.
+struct two_blocks {
+  share_reader reader;
+  std::string first;
+  std::string second;
+  sandbox::lines shares;
+};
+
+static const two_blocks files_of_two_blocks[] = {
+    {get_share_from_conf,
+     "[a]\nsharename = a\n[b]\nsharename = b\n",
+     "[c]\nsharename = c\n",
+     {"a|||||rw", "b|||||rw", "c|||||rw"}},
+    {get_share_from_smb,
+     "[a]\n[b]\n",
+     "[c]\n",
+     {"a|||samba||rw", "b|||samba||rw", "c|||samba||rw"}},
+    {get_share_from_nfs,
+     "/mnt/a a(rw)\n/mnt/b b(rw)\n",
+     "/mnt/c c(rw)\n",
+     {"a||/mnt/a|nfs|a|rw", "b||/mnt/b|nfs|b|rw", "c||/mnt/c|nfs|c|rw"}},
+    {get_share_from_ietd,
+     "Target x:a\nTarget x:b\n",
+     "Target x:c\n",
+     {"a|||iscsi||rw", "b|||iscsi||rw", "c|||iscsi||rw"}}};
+
+class share_blocks : public share_test {
+ protected:
+  /// What is read of a file whose second block cannot be read at first.
+  sandbox::lines read_with_error(const two_blocks& text, int error, int expected) {
+    machine.file("/f", text.first + std::string(64UL * 1024, '\n') + text.second);
+    const open_file file("/f");
+    share_list list;
+    machine.fail("read", error, 2);
+    EXPECT_EQ(text.reader(file.number(), list.get()), expected);
+    EXPECT_EQ(machine.log(), "");
+    return list.told();
+  }
+};
+
+TEST_F(share_blocks, read_before_an_error_stay_read) {
+  for (const two_blocks& file : files_of_two_blocks) {
+    EXPECT_THAT(read_with_error(file, EIO, ORV_E_SHARE_READ),
+                ElementsAre(file.shares[0], file.shares[1]));
+  }
+}
+
+TEST_F(share_blocks, are_read_on_after_an_interruption) {
+  for (const two_blocks& file : files_of_two_blocks) {
+    EXPECT_EQ(read_with_error(file, EINTR, ORV_OK), file.shares);
+  }
+}
+
 TEST_F(share_lines, of_a_binary_file_do_no_harm) {
   std::string bytes;
   for (int i = 0; i < 200000; ++i) bytes += static_cast<char>((i * 7919 + i / 256) & 0xff);
@@ -135,12 +190,30 @@ TEST_F(share_lines, are_not_written_to_a_file_that_takes_none) {
 }
 
 TEST_F(share_lines, stay_as_far_as_written_and_uncommitted_on_a_full_disk) {
+  struct full_file {
+    share_reader writer;
+    const char* path;
+    std::string committed;
+    std::string kept;
+    std::string text;
+  };
+  const std::string target = "Target iqn.2006-05.org.orv:v.1\n";
+  const full_file files[] = {
+      {put_share_to_conf, shares_path, shares_path, "", listed("v.1")},
+      {put_share_to_smb, smb_path, smb_path, global, offered("v.1")},
+      {put_share_to_smb_recy, smb_recy_path, smb_recy_path, "", parked("v.1")},
+      {put_share_to_nfs, exports_path, exports_path, "", exported("v.1")},
+      {put_share_to_nfs_recy, exports_recy_path, "/etc/exports_recy.conf", "", exported("v.1")},
+      {put_share_to_ietd, ietd_path, ietd_path, "", target}};
   share_list list;
-  list.add(a_share("a"));
-  shares("old text that is longer than the limit below\n");
-  const open_file file(shares_path);
-  const file_size_limit full(20);
-  EXPECT_EQ(put_share_to_conf(file.number(), list.get()), ORV_E_SHARE_WRITE);
-  EXPECT_EQ(shares(), listed("a").substr(0, 20));
-  EXPECT_FALSE(was_committed(shares_path));
+  list.add(a_share("v.1"));
+  machine.file("/etc/exports_recy.conf", "other\n");
+  for (const full_file& each : files) {
+    machine.file(each.path, each.kept + "[old text]\n" + std::string(100, '#') + '\n');
+    const open_file file(each.path);
+    const file_size_limit full(each.kept.size() + 20);
+    EXPECT_EQ(each.writer(file.number(), list.get()), ORV_E_SHARE_WRITE) << each.path;
+    EXPECT_EQ(machine.read(each.path), each.kept + each.text.substr(0, 20));
+    EXPECT_FALSE(was_committed(each.committed)) << each.committed;
+  }
 }

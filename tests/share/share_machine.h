@@ -7,10 +7,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <functional>
+#include <iterator>
 #include <string>
+#include <vector>
 
+#include "tests/sandbox/bend.h"
 #include "tests/sandbox/sandbox.h"
 #include "tests/share/share_files.h"
 
@@ -132,6 +136,36 @@ class foreign_lock : public other_process {
       : other_process([&] {
           lock_reg(open(path.c_str(), O_RDWR | O_CREAT, 0644), F_SETLK, type, 0, SEEK_SET, 0);
         }) {}
+};
+
+/// While it exists, it sees each call for a record lock: a probe, a lock or its release.
+class lock_watch {
+ public:
+  explicit lock_watch(const sandbox::machine& machine) : machine_(machine) { see_next(); }
+  ~lock_watch() {
+    sandbox::before("fcntl", [] {});
+  }
+  lock_watch(const lock_watch&) = delete;
+  lock_watch& operator=(const lock_watch&) = delete;
+
+  /// The paths of the files that were open at each call.
+  const std::vector<sandbox::lines>& seen() const { return seen_; }
+  /// The last three of them: those at which a change of three files releases them.
+  std::vector<sandbox::lines> last_three() const {
+    return {seen_.end() - std::min<std::ptrdiff_t>(3, std::ssize(seen_)), seen_.end()};
+  }
+
+ private:
+  void see_next() {
+    sandbox::before("fcntl", [this] {
+      sandbox::lines& paths = seen_.emplace_back(machine_.open_descriptors());
+      for (std::string& path : paths) path.erase(0, path.find(' ') + 1);
+      see_next();
+    });
+  }
+
+  const sandbox::machine& machine_;
+  std::vector<sandbox::lines> seen_;
 };
 
 /// While it exists, no file grows beyond so many bytes, as on a full disk.

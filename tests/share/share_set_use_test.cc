@@ -1,5 +1,8 @@
 #include "tests/share/share_machine.h"
 
+using testing::ElementsAre;
+using testing::UnorderedElementsAre;
+
 class share_parking : public share_test {
  protected:
   int park(const std::string& name, const std::string& service = "samba") {
@@ -93,6 +96,17 @@ TEST_F(share_parking, locks_the_live_file_before_the_recycle_file) {
   const foreign_lock live(smb_path);
   EXPECT_EQ(park("a"), -2061);
   EXPECT_EQ(machine.read(smb_recy_path), "[ab\n");
+}
+
+TEST_F(share_parking, releases_its_files_in_the_order_in_which_it_took_them) {
+  shares(listed("a"));
+  smb(global + offered("a"));
+  const lock_watch watch(machine);
+  EXPECT_EQ(park("a"), ORV_OK);
+  EXPECT_THAT(
+      watch.last_three(),
+      ElementsAre(UnorderedElementsAre(shares_path, smb_path, smb_recy_path),
+                  UnorderedElementsAre(smb_path, smb_recy_path), ElementsAre(smb_recy_path)));
 }
 
 TEST_F(share_parking, stops_where_a_file_cannot_be_written) {

@@ -123,12 +123,16 @@ TEST_F(smb_file, keeps_no_global_settings_in_the_recycle_file) {
 
 TEST_F(smb_file, never_has_a_share_that_would_change_the_global_settings) {
   share_list list;
-  for (const char* const name : {"Global", "globals", "g lobal", "GLO\tBALS ", " global"}) {
+  for (const char* const name :
+       {"global", "Global", "globals", "g lobal", "GLO\tBALS ", " global"}) {
     list.add(a_share(name));
   }
   list.add(a_share("a")).add(a_share("globalss")).add(a_share("global_"));
   EXPECT_EQ(written_to(global, list),
             global + offered("a") + offered("globalss") + offered("global_"));
+  const open_file file(smb_recy_path);
+  EXPECT_EQ(put_share_to_smb_recy(file.number(), list.get()), ORV_OK);
+  EXPECT_EQ(machine.read(smb_recy_path), parked("a") + parked("globalss") + parked("global_"));
 }
 
 TEST_F(smb_file, lets_nobody_in_when_no_character_of_its_users_is_left) {
