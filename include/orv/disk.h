@@ -79,7 +79,7 @@ ORV_API void smart_info_init(tag_smart_info* smart);
 /// Zeroes the summary.
 ORV_API void smart_info_fini(tag_smart_info* smart);
 /// Prints the summary as smartctl does; nothing while `device_model` is "NaN".
-/// @return the result of the last `printf`, 0 when nothing is printed
+/// @return the result of the last `printf`, which prints the health; 0 when nothing is printed
 ORV_API int smart_info_show(const tag_smart_info* smart);
 
 /// Zeroes every field of the attribute but its link.
@@ -87,7 +87,7 @@ ORV_API void smart_conf_init(tag_disksmart_info* attribute);
 /// Zeroes every field of the attribute but its link.
 ORV_API void smart_conf_fini(tag_disksmart_info* attribute);
 /// Prints the attribute as one line.
-/// @return the result of the last `printf`
+/// @return the result of the last `printf`, which prints the status
 ORV_API int smart_conf_show(const tag_disksmart_info* attribute);
 /// Zeroes the anchor's fields and makes the list empty.
 ORV_API void smart_list_init(tag_disksmart_list* list);
@@ -103,7 +103,8 @@ ORV_API void disk_conf_init(tag_disk_info* disk);
 /// Zeroes the record and releases its attributes; the record itself is not freed.
 ORV_API void disk_conf_fini(tag_disk_info* disk);
 /// Prints the record as one line, then its SMART summary and attributes.
-/// @return the result of the last `printf`
+/// @return the result of the last `printf`, which prints `hotspare` when there is neither summary
+///         nor attribute
 ORV_API int disk_conf_show(const tag_disk_info* disk);
 /// Clears the anchor's fields and makes the list empty.
 ORV_API void disk_list_init(tag_diskinfo_list* list);
