@@ -194,7 +194,8 @@ ORV_API int get_diskinfo_to_file(const char* src, const char* dst);
 ORV_API int smart_info_get(tag_diskinfo_list* list);
 
 /// Fills the SMART summary of one disk from smartctl. A text that the tool does not print stays as
-/// it is, which is logged. A field ends at the next ":". The tool's exit status does not count.
+/// it is, which is logged; one whose line has no value becomes empty. A field ends at the next ":".
+/// The tool's exit status does not count.
 /// @return the result for the health line: ORV_OK, -1 when it is missing, -2 on a read error;
 ///         ORV_E_COMMAND when the tool's output is missing or the disk has no usable name;
 ///         ORV_E_SMART_SUMMARY when it cannot be opened; ORV_E_FAILED for a NULL disk
@@ -220,7 +221,7 @@ ORV_API int get_smart_from_arcadm(tag_disk_info* disk);
 ORV_API int get_smart_detail_value(FILE* fp, int line, tag_disksmart_info* rec);
 
 /// As `get_smart_detail_value`, from a line of the RAID controller's output such as
-/// "Spin Up Time : 97 (21) OK".
+/// "Spin Up Time : 97 (21) OK". Of the threshold, here 21, all characters count.
 ORV_API int get_smart_value_arcadm(FILE* fp, int line, tag_disksmart_info* rec);
 
 // --- One attribute of a line ---------------------------------------------------------------------
@@ -241,10 +242,12 @@ ORV_API int get_disk_state(const char* line, char* dst, int size);
 /// @return 0; -1 when the field is missing, and then `dst` is unchanged
 ORV_API int get_disk_usage(const char* line, char* dst, int size);
 
-/// Value of a "key SEPARATOR value" line of an open file, up to the next separator, trimmed. The
-/// value of the key "PCI location" is everything after its first separator.
+/// Value of a "key SEPARATOR value" line of an open file, up to the next separator, trimmed; empty
+/// when the line has none. The value of the key "PCI location" is everything after its first
+/// separator.
 ///
-/// @param index  which of the lines with this key, from 0
+/// @param key    NULL for any line
+/// @param index  which of the lines with this key, from 0; without a key the number of the line
 /// @return 0; -1 when there is no such line and -2 on a read error, both logged, and then `dst` is
 ///         unchanged
 ORV_API int get_value_from_file(FILE* fp, const char* key, const char* sep, int index, char* dst,
