@@ -19,9 +19,10 @@ void disk_conf_fini(tag_disk_info* disk) {
 
 int disk_conf_show(const tag_disk_info* disk) {
   if (disk == nullptr) return orv::log_missing_argument();
-  int printed = std::printf("'%s'\t'%d'\t'%lld'\t'%s'\t'%s'\t'%s'\t'%s'\t'%d'\n", disk->name,
-                            disk->ch, static_cast<long long>(disk->size), disk->state, disk->model,
-                            disk->usage, disk->enclosure, disk->hotspare);
+  std::printf("'%s'\t'%d'\t'%lld'\t'%s'\t'%s'\t'%s'\t'%s'", disk->name, disk->ch,
+              static_cast<long long>(disk->size), disk->state, disk->model, disk->usage,
+              disk->enclosure);
+  int printed = std::printf("\t'%d'\n", disk->hotspare);
   const int summary = smart_info_show(&disk->smart);
   if (summary != 0) printed = summary;
   for (const tag_disksmart_info& attribute : orv::records(&disk->smart_list)) {

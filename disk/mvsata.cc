@@ -76,7 +76,7 @@ std::optional<int> controller_position(std::string_view place) {
 }
 
 /// Reads a disk line; only one digit of its port and unit counts. A line without a port, unit or
-/// device lists no disk.
+/// device lists no disk, and neither does one whose port or unit does not begin with a digit.
 std::optional<driver_line> parse_disk_line(std::string_view line) {
   constexpr std::size_t port_field = 1, unit_field = 2, device_field = 9;
   if (line.empty() || !orv::is_digit(line.front())) return std::nullopt;
@@ -161,8 +161,8 @@ int read_host(tag_diskinfo_list* list, const std::string& host, expansion_bay& b
   return orv::log_failure(ORV_E_DISK_DUMP, function);
 }
 
-/// The driver's hosts in numeric order, as its directory lists them; nothing when the directory
-/// cannot be opened.
+/// The driver's hosts in numeric order, so that the disks' order is the same in every call,
+/// whatever that of the directory is; nothing when the directory cannot be opened or read.
 std::optional<std::vector<std::string>> driver_hosts() {
   constexpr std::size_t longest_number = 2;
   const orv::unique_directory directory(opendir(driver_directory));

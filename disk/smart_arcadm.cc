@@ -34,7 +34,8 @@ void fill(tag_disksmart_info& attribute, std::string_view line, int number) {
   orv::set_text(attribute.attr_name, take_until(rest, ":"));
   attribute.value = 0;
   attribute.worst = orv::short_number(take_until(rest, " ("));
-  attribute.thresh = orv::short_number(take_until(rest, ")"));
+  // Only the worst value is cut to 4 characters.
+  attribute.thresh = static_cast<uint32_t>(orv::leading_number(take_until(rest, ")")));
   const auto words = orv::split(rest, " ");
   orv::set_text(attribute.status, words.empty() ? std::string_view() : words.front());
   attribute.raw = 0;

@@ -53,10 +53,10 @@ void smart_conf_fini(tag_disksmart_info* attribute) { smart_conf_init(attribute)
 
 int smart_conf_show(const tag_disksmart_info* attribute) {
   if (attribute == nullptr) return orv::log_missing_argument();
-  return std::printf("%3s %-22s\t%.3d %.3d %.3d\t%d\t%s\n", attribute->id, attribute->attr_name,
-                     static_cast<int>(attribute->value), static_cast<int>(attribute->worst),
-                     static_cast<int>(attribute->thresh), static_cast<int>(attribute->raw),
-                     attribute->status);
+  std::printf("%3s %-22s\t%.3d %.3d %.3d\t%d", attribute->id, attribute->attr_name,
+              static_cast<int>(attribute->value), static_cast<int>(attribute->worst),
+              static_cast<int>(attribute->thresh), static_cast<int>(attribute->raw));
+  return std::printf("\t%s\n", attribute->status);
 }
 
 void smart_list_init(tag_disksmart_list* list) { orv::list_init(list); }

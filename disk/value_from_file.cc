@@ -29,12 +29,11 @@ std::string_view first_value(std::string_view line, std::string_view separators)
 int get_value_from_file(FILE* fp, const char* key, const char* sep, int index, char* dst,
                         int size) try {
   if (dst == nullptr) return orv::log_missing_argument();
-  const char* const wanted = key == nullptr ? "" : key;
   char line[256] = "";
-  const int result = get_line_from_file(fp, wanted, index, sep, line, sizeof line);
+  const int result = get_line_from_file(fp, key, index, sep, line, sizeof line);
   if (result != 0) return orv::log_failure(result);
   const std::string_view separators = orv::text_or_empty(sep);
-  const bool is_whole = std::string_view(wanted) == orv::pci_location_key;
+  const bool is_whole = orv::text_or_empty(key) == orv::pci_location_key;
   const std::string_view value =
       is_whole ? orv::whole_value(line, separators) : first_value(line, separators);
   orv::copy_text(dst, size, value);

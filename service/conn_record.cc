@@ -13,8 +13,8 @@ void conn_conf_fini(tag_share_conn* connection) { conn_conf_init(connection); }
 
 int conn_conf_show(const tag_share_conn* connection) {
   if (connection == nullptr) return orv::log_missing_argument();
-  return std::printf("%16s\t%s\t%s\t'%s'\n", connection->share, connection->protocol,
-                     connection->ip, connection->user);
+  std::printf("%16s\t%s\t%s", connection->share, connection->protocol, connection->ip);
+  return std::printf("\t'%s'\n", connection->user);
 }
 
 void conn_list_init(tag_shareconn_list* list) { orv::list_init(list); }

@@ -13,7 +13,8 @@ void alarm_conf_fini(tag_alarm_info* alarm) { alarm_conf_init(alarm); }
 
 int alarm_conf_show(const tag_alarm_info* alarm) {
   if (alarm == nullptr) return orv::log_missing_argument();
-  return std::printf("%s\t%s\t%s\t'%s'", alarm->id, alarm->name, alarm->time, alarm->text);
+  std::printf("%s\t%s\t%s", alarm->id, alarm->name, alarm->time);
+  return std::printf("\t'%s'", alarm->text);
 }
 
 void alarm_list_init(tag_alarm_list* list) { orv::list_init(list); }

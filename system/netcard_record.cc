@@ -17,8 +17,8 @@ void netcard_info_fini(tag_netcard* card) {
 
 int netcard_info_show(const tag_netcard* card) {
   if (card == nullptr) return orv::log_missing_argument();
-  std::printf("%s\t%s\t%s\n", card->name, card->ip, card->netmask);
-  return std::printf("\t%s\t%s\n", card->gateway, card->mac);
+  std::printf("%s\t%s\t%s\n\t%s", card->name, card->ip, card->netmask, card->gateway);
+  return std::printf("\t%s\n", card->mac);
 }
 
 void netcard_list_init(tag_netcard_list* list) { orv::list_init(list); }

@@ -37,7 +37,7 @@ ORV_API void alarm_conf_init(tag_alarm_info* alarm);
 /// Zeroes every field but the link.
 ORV_API void alarm_conf_fini(tag_alarm_info* alarm);
 /// Prints the record without a line end.
-/// @return the result of the last `printf`
+/// @return the result of the last `printf`, which prints the text
 ORV_API int alarm_conf_show(const tag_alarm_info* alarm);
 /// Clears the anchor's fields and makes the list empty.
 ORV_API void alarm_list_init(tag_alarm_list* list);

@@ -79,7 +79,7 @@ ORV_API void smart_info_init(tag_smart_info* smart);
 /// Zeroes the summary.
 ORV_API void smart_info_fini(tag_smart_info* smart);
 /// Prints the summary as smartctl does; nothing while `device_model` is "NaN".
-/// @return the result of the last `printf`, 0 when nothing is printed
+/// @return the result of the last `printf`, which prints the health; 0 when nothing is printed
 ORV_API int smart_info_show(const tag_smart_info* smart);
 
 /// Zeroes every field of the attribute but its link.
@@ -87,7 +87,7 @@ ORV_API void smart_conf_init(tag_disksmart_info* attribute);
 /// Zeroes every field of the attribute but its link.
 ORV_API void smart_conf_fini(tag_disksmart_info* attribute);
 /// Prints the attribute as one line.
-/// @return the result of the last `printf`
+/// @return the result of the last `printf`, which prints the status
 ORV_API int smart_conf_show(const tag_disksmart_info* attribute);
 /// Zeroes the anchor's fields and makes the list empty.
 ORV_API void smart_list_init(tag_disksmart_list* list);
@@ -103,7 +103,8 @@ ORV_API void disk_conf_init(tag_disk_info* disk);
 /// Zeroes the record and releases its attributes; the record itself is not freed.
 ORV_API void disk_conf_fini(tag_disk_info* disk);
 /// Prints the record as one line, then its SMART summary and attributes.
-/// @return the result of the last `printf`
+/// @return the result of the last `printf`, which prints `hotspare` when there is neither summary
+///         nor attribute
 ORV_API int disk_conf_show(const tag_disk_info* disk);
 /// Clears the anchor's fields and makes the list empty.
 ORV_API void disk_list_init(tag_diskinfo_list* list);
@@ -193,7 +194,8 @@ ORV_API int get_diskinfo_to_file(const char* src, const char* dst);
 ORV_API int smart_info_get(tag_diskinfo_list* list);
 
 /// Fills the SMART summary of one disk from smartctl. A text that the tool does not print stays as
-/// it is, which is logged. A field ends at the next ":". The tool's exit status does not count.
+/// it is, which is logged; one whose line has no value becomes empty. A field ends at the next ":".
+/// The tool's exit status does not count.
 /// @return the result for the health line: ORV_OK, -1 when it is missing, -2 on a read error;
 ///         ORV_E_COMMAND when the tool's output is missing or the disk has no usable name;
 ///         ORV_E_SMART_SUMMARY when it cannot be opened; ORV_E_FAILED for a NULL disk
@@ -219,7 +221,7 @@ ORV_API int get_smart_from_arcadm(tag_disk_info* disk);
 ORV_API int get_smart_detail_value(FILE* fp, int line, tag_disksmart_info* rec);
 
 /// As `get_smart_detail_value`, from a line of the RAID controller's output such as
-/// "Spin Up Time : 97 (21) OK".
+/// "Spin Up Time : 97 (21) OK". Of the threshold, here 21, all characters count.
 ORV_API int get_smart_value_arcadm(FILE* fp, int line, tag_disksmart_info* rec);
 
 // --- One attribute of a line ---------------------------------------------------------------------
@@ -240,10 +242,12 @@ ORV_API int get_disk_state(const char* line, char* dst, int size);
 /// @return 0; -1 when the field is missing, and then `dst` is unchanged
 ORV_API int get_disk_usage(const char* line, char* dst, int size);
 
-/// Value of a "key SEPARATOR value" line of an open file, up to the next separator, trimmed. The
-/// value of the key "PCI location" is everything after its first separator.
+/// Value of a "key SEPARATOR value" line of an open file, up to the next separator, trimmed; empty
+/// when the line has none. The value of the key "PCI location" is everything after its first
+/// separator.
 ///
-/// @param index  which of the lines with this key, from 0
+/// @param key    NULL for any line
+/// @param index  which of the lines with this key, from 0; without a key the number of the line
 /// @return 0; -1 when there is no such line and -2 on a read error, both logged, and then `dst` is
 ///         unchanged
 ORV_API int get_value_from_file(FILE* fp, const char* key, const char* sep, int index, char* dst,

@@ -34,7 +34,7 @@ ORV_API void netcard_info_init(tag_netcard* card);
 /// Zeroes every field but the link.
 ORV_API void netcard_info_fini(tag_netcard* card);
 /// Prints the record on two lines.
-/// @return the result of the last `printf`
+/// @return the result of the last `printf`, which prints the MAC address
 ORV_API int netcard_info_show(const tag_netcard* card);
 /// Clears the anchor's fields as a record and makes the list empty.
 ORV_API void netcard_list_init(tag_netcard_list* list);

@@ -79,7 +79,7 @@ ORV_API void conn_conf_init(tag_share_conn* connection);
 /// Zeroes every field but the link.
 ORV_API void conn_conf_fini(tag_share_conn* connection);
 /// Prints the record as one line.
-/// @return the result of the last `printf`
+/// @return the result of the last `printf`, which prints the user
 ORV_API int conn_conf_show(const tag_share_conn* connection);
 /// Clears the anchor's fields and makes the list empty.
 ORV_API void conn_list_init(tag_shareconn_list* list);

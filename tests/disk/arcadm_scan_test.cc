@@ -1,8 +1,9 @@
+#include <cerrno>
+
 #include "tests/disk/machine_with_disks.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 class arcadm_scan : public disk_test {
  protected:
@@ -62,10 +63,31 @@ TEST_F(arcadm_scan, empty_or_binary_output_lists_nothing) {
 
 TEST_F(arcadm_scan, tool_that_fails_is_logged) {
   machine.tool("/usr/local/bin/arcadm").prints("0 a/M/1/S/U\n").fails(1);
+  errno = 0;
   EXPECT_EQ(get_diskinfo_from_arcadm(&list), -11000);
-  EXPECT_THAT(machine.log(),
-              StartsWith("system(\"/usr/local/bin/arcadm --misc --scan > /tmp/diskinfo.XXXXXX\") "
-                         "return normal with exit(1) for '"));
+  EXPECT_EQ(machine.log(),
+            "system(\"/usr/local/bin/arcadm --misc --scan > /tmp/diskinfo.XXXXXX\") "
+            "return normal with exit(1) for 'Success'\n");
+  EXPECT_THAT(disks(), IsEmpty());
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
+}
+
+TEST_F(arcadm_scan, tool_whose_shell_a_signal_ended_is_logged) {
+  shell_is_killed();
+  errno = 0;
+  EXPECT_EQ(get_diskinfo_from_arcadm(&list), -11000);
+  EXPECT_EQ(machine.log(),
+            "system(\"/usr/local/bin/arcadm --misc --scan > /tmp/diskinfo.XXXXXX\") "
+            "return unnormal with exit(0) for 'Success'\n");
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
+}
+
+TEST_F(arcadm_scan, output_that_is_there_and_cannot_be_opened_is_told_and_removed) {
+  controller_prints("0 a/M/1/S/U\n");
+  machine.fail("fopen", EMFILE);
+  EXPECT_EQ(get_diskinfo_from_arcadm(&list), -1025);
+  EXPECT_THAT(machine.output(), testing::MatchesRegex("cannot open /tmp/diskinfo\\..{6}\n"));
+  EXPECT_EQ(machine.log(), "get_diskinfo_from_arcadm:N return -1025 with Too many open files\n");
   EXPECT_THAT(disks(), IsEmpty());
   EXPECT_THAT(machine.temp_files(), IsEmpty());
 }

@@ -1,4 +1,9 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "tests/disk/machine_with_disks.h"
+#include "tests/sandbox/bend.h"
 
 using testing::IsEmpty;
 
@@ -16,6 +21,29 @@ TEST_F(diskinfo_file, has_at_most_280_bytes) {
   machine.file("/source", std::string(279, 'a') + "bc");
   EXPECT_EQ(get_diskinfo_to_file("/source", "/tmp/copy"), 0);
   EXPECT_EQ(machine.read("/tmp/copy"), std::string(279, 'a') + "b");
+}
+
+TEST_F(diskinfo_file, has_mode_0644_when_no_bit_is_masked) {
+  machine.file("/source", "text");
+  const mode_t mask = umask(0);
+  EXPECT_EQ(get_diskinfo_to_file("/source", "/tmp/copy"), 0);
+  umask(mask);
+  EXPECT_EQ(machine.mode("/tmp/copy"), 0644U);
+}
+
+TEST_F(diskinfo_file, has_what_one_read_brings) {
+  ASSERT_EQ(mkfifo("/pipe", 0600), 0);
+  const int writer = open("/pipe", O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(write(writer, "ab", 2), 2);
+  // Before a second read there is more, and an end.
+  sandbox::before("read", [writer] {
+    sandbox::before("read", [writer] {
+      EXPECT_EQ(write(writer, "cd", 2), 2);
+      close(writer);
+    });
+  });
+  EXPECT_EQ(get_diskinfo_to_file("/pipe", "/tmp/copy"), 0);
+  EXPECT_EQ(machine.read("/tmp/copy"), "ab");
 }
 
 TEST_F(diskinfo_file, overwrites_the_beginning_of_an_older_one) {

@@ -1,14 +1,29 @@
+#include <cerrno>
+
 #include "tests/disk/machine_with_disks.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 class disks_info : public disk_test {
  protected:
   void driver_lists(const std::string& disk_lines) {
     machine.tool("cat").is_real();
     host("0", "1,4", disk_lines);
+  }
+
+  /// A machine with one disk, of which everything can be told.
+  void knows_one_disk() {
+    model("KTA7120E");
+    driver_lists(disk_line(0, 0, "sda"));
+    sysfs("sda", "2097152\n", "running\n", "ST3\n");
+  }
+
+  /// Place, size and state of the only disk.
+  std::string filled() {
+    EXPECT_EQ(disks().size(), 1U);
+    const tag_disk_info& disk = *disks().at(0);
+    return places().at(0) + " size " + std::to_string(disk.size) + " state '" + disk.state + "'";
   }
 };
 
@@ -53,13 +68,49 @@ TEST_F(disks_info, stop_with_the_code_of_the_driver) {
 }
 
 TEST_F(disks_info, stop_with_the_code_of_the_hot_spare_tool_and_keep_the_disks) {
-  model("KTA7120E");
-  driver_lists(disk_line(0, 0, "sda"));
-  sysfs("sda", "2097152\n", "running\n", "ST3\n");
+  knows_one_disk();
   machine.tool("/usr/local/bin/hotspare").fails(1);
   EXPECT_EQ(disks_info_get(&list), -11000);
   EXPECT_THAT(places(), ElementsAre("sda 1@0"));
   EXPECT_STREQ(disks()[0]->model, "ST3");
+}
+
+TEST_F(disks_info, stop_at_a_host_that_cannot_be_dumped_and_keep_those_of_the_one_before) {
+  knows_one_disk();
+  machine.directory("/proc/scsi/mvSata/1");
+  EXPECT_EQ(disks_info_get(&list), -11000);
+  EXPECT_EQ(filled(), "sda 1@0 size 0 state ''");
+  EXPECT_THAT(machine.commands(), ElementsAre("cat /proc/scsi/mvSata/0 > /tmp/disk0.XXXXXX",
+                                              "cat /proc/scsi/mvSata/1 > /tmp/disk1.XXXXXX"));
+}
+
+TEST_F(disks_info, stop_at_a_host_whose_dump_cannot_be_opened_and_keep_those_of_the_one_before) {
+  knows_one_disk();
+  host("1", "1,5", disk_line(0, 0, "sdb"));
+  machine.tool("cat").on("/proc/scsi/mvSata/1").runs("rm -f /tmp/disk1.*");
+  EXPECT_EQ(disks_info_get(&list), -1022);
+  EXPECT_EQ(filled(), "sda 1@0 size 0 state ''");
+  EXPECT_EQ(machine.log(),
+            "get_diskinfo_from_mvSata:N return -1022 with No such file or directory\n");
+  EXPECT_THAT(machine.commands(), ElementsAre("cat /proc/scsi/mvSata/0 > /tmp/disk0.XXXXXX",
+                                              "cat /proc/scsi/mvSata/1 > /tmp/disk1.XXXXXX"));
+}
+
+TEST_F(disks_info, stop_when_the_list_of_hot_spares_cannot_be_opened_and_keep_the_disks) {
+  knows_one_disk();
+  machine.tool("/usr/local/bin/hotspare").runs("rm -f /tmp/hotspare.*");
+  EXPECT_EQ(disks_info_get(&list), -1023);
+  EXPECT_EQ(filled(), "sda 1@0 size 1 state 'running'");
+  EXPECT_EQ(machine.log(), "get_global_hotspare:N return -1023 with No such file or directory\n");
+}
+
+TEST_F(disks_info, stop_when_the_list_of_hot_spares_has_no_line_of_them_and_keep_the_disks) {
+  knows_one_disk();
+  machine.tool("/usr/local/bin/hotspare").prints("sda\n");
+  errno = 0;
+  EXPECT_EQ(disks_info_get(&list), -1024);
+  EXPECT_EQ(filled(), "sda 1@0 size 1 state 'running'");
+  EXPECT_EQ(machine.log(), "get_global_hotspare:N return -1024 with Success\n");
 }
 
 TEST_F(disks_info, of_the_controller_never_fall_back_to_the_driver) {

@@ -1,8 +1,9 @@
+#include <cerrno>
+
 #include "tests/disk/machine_with_disks.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 class hotspare_list : public disk_test {
  protected:
@@ -15,9 +16,13 @@ class hotspare_list : public disk_test {
     machine.tool("/usr/local/bin/hotspare").on("--list").prints(output).if_asked();
     for (tag_disk_info* disk : disks()) disk->hotspare = 0;
     EXPECT_EQ(get_global_hotspare(&list), ORV_OK);
+    return marked();
+  }
+
+  sandbox::lines marked() {
     sandbox::lines names;
     for (const tag_disk_info* disk : disks()) {
-      if (disk->hotspare == 1) names.emplace_back(disk->name);
+      if (disk->hotspare != 0) names.emplace_back(disk->name);
     }
     return names;
   }
@@ -75,11 +80,12 @@ TEST_F(hotspare_list, survives_lines_of_any_length) {
 
 TEST_F(hotspare_list, tool_that_fails_is_logged) {
   machine.tool("/usr/local/bin/hotspare").prints("Global hotspare disk: sda\n").fails(2);
+  errno = 0;
   EXPECT_EQ(get_global_hotspare(&list), -11000);
-  EXPECT_THAT(machine.log(),
-              StartsWith("system(\"/usr/local/bin/hotspare --list > /tmp/hotspare.XXXXXX\") return "
-                         "normal with exit(2) for '"));
-  EXPECT_EQ(disks()[0]->hotspare, 0);
+  EXPECT_EQ(machine.log(),
+            "system(\"/usr/local/bin/hotspare --list > /tmp/hotspare.XXXXXX\") return normal with "
+            "exit(2) for 'Success'\n");
+  EXPECT_THAT(marked(), IsEmpty());
   EXPECT_THAT(machine.temp_files(), IsEmpty());
 }
 
@@ -87,6 +93,17 @@ TEST_F(hotspare_list, tool_that_is_killed_is_logged) {
   machine.tool("/usr/local/bin/hotspare").dies_of(SIGKILL);
   EXPECT_EQ(get_global_hotspare(&list), -11000);
   EXPECT_THAT(machine.log(), testing::HasSubstr("return normal with exit(137) for '"));
+}
+
+TEST_F(hotspare_list, tool_whose_shell_a_signal_ended_is_logged) {
+  shell_is_killed();
+  errno = 0;
+  EXPECT_EQ(get_global_hotspare(&list), -11000);
+  EXPECT_EQ(
+      machine.log(),
+      "system(\"/usr/local/bin/hotspare --list > /tmp/hotspare.XXXXXX\") return unnormal with "
+      "exit(0) for 'Success'\n");
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
 }
 
 TEST_F(hotspare_list, that_cannot_be_opened_is_reported) {
@@ -106,10 +123,11 @@ TEST_F(hotspare_list, that_cannot_be_examined_is_reported) {
 }
 
 TEST_F(hotspare_list, without_the_line_of_the_spares_is_reported) {
-  machine.tool("/usr/local/bin/hotspare").prints("Global hotspare disks: sda\nGlobal\n\n");
+  machine.tool("/usr/local/bin/hotspare").prints("Global hotspare disks: sda\nGlobal\nsdb sdaa\n");
+  errno = 0;
   EXPECT_EQ(get_global_hotspare(&list), -1024);
-  EXPECT_THAT(machine.log(), StartsWith("get_global_hotspare:N return -1024 with "));
-  EXPECT_EQ(disks()[0]->hotspare, 0);
+  EXPECT_EQ(machine.log(), "get_global_hotspare:N return -1024 with Success\n");
+  EXPECT_THAT(marked(), IsEmpty());
   EXPECT_THAT(machine.temp_files(), IsEmpty());
   EXPECT_THAT(machine.open_descriptors(), IsEmpty());
 }

@@ -1,3 +1,5 @@
+#include <cerrno>
+
 #include "tests/disk/machine_with_disks.h"
 
 using testing::ElementsAre;
@@ -205,6 +207,18 @@ TEST_F(mvsata, unreadable_file_ends_the_scan_with_its_own_log_form) {
   EXPECT_THAT(places(), ElementsAre("sda 1@0"));
   EXPECT_THAT(machine.temp_files(), IsEmpty());
   EXPECT_THAT(machine.open_descriptors(), IsEmpty());
+}
+
+TEST_F(mvsata, dump_whose_shell_a_signal_ended_is_logged) {
+  host("0", "1,4", disk_line(0, 0, "sda"));
+  shell_is_killed();
+  errno = 0;
+  EXPECT_EQ(get_diskinfo_from_mvSata(&list), -11000);
+  EXPECT_EQ(machine.log(),
+            "system(\"cat /proc/scsi/mvSata/0 > /tmp/disk0.XXXXXX\") return unnormal with "
+            "exit(0)for 'Success'\n");
+  EXPECT_THAT(disks(), IsEmpty());
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
 }
 
 TEST_F(mvsata, dump_that_cannot_be_opened_ends_the_scan_and_its_file_stays) {

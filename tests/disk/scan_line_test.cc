@@ -62,6 +62,8 @@ TEST_F(scan_line, without_the_field_gives_nothing) {
   EXPECT_EQ(parsed(get_disk_model, "1 a"), "-");
   EXPECT_EQ(get_disk_space("1 a/M"), UINT64_MAX);
   EXPECT_EQ(parsed(get_disk_state, "1 a/M/5"), "-");
+  EXPECT_EQ(parsed(get_disk_usage, "1 a/M/5"), "-");
+  EXPECT_EQ(parsed(get_disk_usage, "1 a/M/5\n"), "-");
   EXPECT_EQ(parsed(get_disk_usage, "1 a/M/5/S"), "-");
   EXPECT_EQ(parsed(get_disk_usage, "1 a/M/5/S/"), "-");
   EXPECT_EQ(machine.log(), "");

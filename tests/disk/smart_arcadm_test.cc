@@ -1,10 +1,10 @@
+#include <cerrno>
 #include <climits>
 
 #include "tests/disk/smart_output.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 class smart_arcadm : public disk_test {
  protected:
@@ -46,6 +46,11 @@ TEST_F(smart_arcadm, first_line_has_the_number_0_and_large_numbers_are_cut) {
   EXPECT_THAT(
       read("Spin Up Time : 97 (21) OK\n" + other_lines(1233) + "Spin Up Time : 97 (21) OK\n"),
       ElementsAre("0|Spin Up Time|0|97|21|0|OK", "123|Spin Up Time|0|97|21|0|OK"));
+}
+
+TEST_F(smart_arcadm, worst_value_is_cut_to_four_characters_and_the_threshold_is_not) {
+  EXPECT_THAT(read("Spin Up Time : 12345 (67890) OK\n"),
+              ElementsAre("0|Spin Up Time|0|1234|67890|0|OK"));
 }
 
 TEST_F(smart_arcadm, name_is_all_before_the_colon) {
@@ -93,6 +98,15 @@ TEST_F(smart_arcadm, output_that_cannot_be_opened_is_reported) {
   EXPECT_THAT(machine.temp_files(), IsEmpty());
 }
 
+TEST_F(smart_arcadm, output_that_cannot_be_examined_is_reported_and_removed) {
+  machine.tool(arcadm).prints("Spin Up Time : 97 (21) OK\n");
+  machine.fail("stat", EIO);
+  EXPECT_EQ(get_smart_from_arcadm(&disk), -11000);
+  EXPECT_EQ(machine.log(), "cannot stat /tmp/smart_12_detail.XXXXXX for 'Input/output error'\n");
+  EXPECT_THAT(attributes_of(disk), IsEmpty());
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
+}
+
 TEST_F(smart_arcadm, any_channel_can_be_asked_for) {
   machine.tool(arcadm).succeeds();
   for (const int32_t channel : {0, INT_MIN, INT_MAX}) {
@@ -113,9 +127,10 @@ TEST_F(smart_arcadm, value_is_that_of_any_line) {
   tag_disksmart_info attribute{};
   attribute.value = attribute.raw = 9;
   liborv_strncpy(attribute.attr_name, sizeof attribute.attr_name, "before");
+  errno = 0;
   EXPECT_EQ(get_smart_value_arcadm(file, 2, &attribute), -1);
   EXPECT_STREQ(attribute.attr_name, "before");
-  EXPECT_THAT(machine.log(), StartsWith("get_smart_value_arcadm:N return -1 with "));
+  EXPECT_EQ(machine.log(), "get_smart_value_arcadm:N return -1 with Success\n");
   EXPECT_EQ(get_smart_value_arcadm(file, 1, nullptr), ORV_E_FAILED);
   EXPECT_EQ(get_smart_value_arcadm(file, 1, &attribute), ORV_OK);
   std::fclose(file);
@@ -126,4 +141,15 @@ TEST_F(smart_arcadm, value_is_that_of_any_line) {
   EXPECT_EQ(attribute.thresh, 7U);
   EXPECT_EQ(attribute.raw, 0U);
   EXPECT_STREQ(attribute.status, "OK");
+}
+
+TEST_F(smart_arcadm, value_that_cannot_be_read_leaves_the_record) {
+  machine.directory("/tmp/output");
+  FILE* const file = std::fopen("/tmp/output", "re");
+  tag_disksmart_info attribute{};
+  liborv_strncpy(attribute.attr_name, sizeof attribute.attr_name, "before");
+  EXPECT_EQ(get_smart_value_arcadm(file, 0, &attribute), -2);
+  std::fclose(file);
+  EXPECT_STREQ(attribute.attr_name, "before");
+  EXPECT_EQ(machine.log(), "get_smart_value_arcadm:N return -2 with Is a directory\n");
 }

@@ -1,8 +1,9 @@
+#include <cerrno>
+
 #include "tests/disk/smart_output.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 class smart_detail : public disk_test {
  protected:
@@ -141,6 +142,15 @@ TEST_F(smart_detail, output_that_is_not_there_is_reported) {
             "cannot stat /tmp/smart_sda_detail.XXXXXX for 'No such file or directory'\n");
 }
 
+TEST_F(smart_detail, output_that_cannot_be_examined_is_reported_and_removed) {
+  machine.tool(smartctl).prints(summary_output + smartctl_line("3", "Spin_Up_Time"));
+  machine.fail("stat", EIO);
+  EXPECT_EQ(get_smart_detail(&disk), -11000);
+  EXPECT_EQ(machine.log(), "cannot stat /tmp/smart_sda_detail.XXXXXX for 'Input/output error'\n");
+  EXPECT_THAT(attributes_of(disk), IsEmpty());
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
+}
+
 TEST_F(smart_detail, output_that_cannot_be_opened_is_logged_with_the_tools_status) {
   machine.tool(smartctl).succeeds();
   machine.fail("fopen", EMFILE);
@@ -190,10 +200,14 @@ TEST_F(smart_detail_value, is_that_of_any_line) {
 
 TEST_F(smart_detail_value, that_is_missing_leaves_the_record) {
   holds("1 a\n");
-  for (const int line : {1, -1}) EXPECT_EQ(get_smart_detail_value(file, line, &attribute), -1);
+  for (const int line : {1, -1}) {
+    errno = 0;
+    EXPECT_EQ(get_smart_detail_value(file, line, &attribute), -1);
+  }
   EXPECT_STREQ(attribute.attr_name, "before");
-  EXPECT_EQ(machine.log_lines().size(), 2U);
-  EXPECT_THAT(machine.log(), StartsWith("get_smart_detail_value:N return -1 with "));
+  EXPECT_EQ(machine.log(),
+            "get_smart_detail_value:N return -1 with Success\n"
+            "get_smart_detail_value:N return -1 with Invalid argument\n");
 }
 
 TEST_F(smart_detail_value, that_cannot_be_read_leaves_the_record) {

@@ -1,3 +1,5 @@
+#include <cerrno>
+
 #include "tests/disk/smart_output.h"
 
 using testing::ElementsAre;
@@ -7,6 +9,13 @@ class smart_info : public disk_test {
  protected:
   void ask_for_detail() {
     liborv_strncpy(list.smart.smart_enabled, sizeof list.smart.smart_enabled, "detail");
+  }
+
+  /// A tool takes its redirected output away.
+  static void loses_output(sandbox::answer& given) { given.runs("rm -f /tmp/smart_*").times(1); }
+
+  static std::string lost(const std::string& output) {
+    return "cannot stat /tmp/" + output + ".XXXXXX for 'No such file or directory'\n";
   }
 };
 
@@ -65,10 +74,14 @@ TEST_F(smart_info, has_no_summary_of_the_controllers_disks) {
   model("KTA7120U");
   add("", 1, "0");
   add("", 2, "0");
+  errno = 0;
   EXPECT_EQ(smart_info_get(&list), -11002);
   EXPECT_THAT(machine.commands(), IsEmpty());
-  EXPECT_STREQ(disks()[0]->smart.device_model, "NaN");
-  EXPECT_EQ(machine.log_lines().size(), 1U);
+  for (const tag_disk_info* disk : disks()) {
+    EXPECT_EQ(summary_of(*disk), no_summary);
+    EXPECT_THAT(attributes_of(*disk), IsEmpty());
+  }
+  EXPECT_EQ(machine.log(), "smart_info_get:N return -11002 with Success\n");
 }
 
 TEST_F(smart_info, simulated_controller_tells_its_attributes) {
@@ -91,24 +104,85 @@ TEST_F(smart_info, result_is_that_of_the_last_disk) {
   model("KTA7120A");
   add("sda", 1, "0");
   add("sdb", 2, "0");
-  machine.tool(smartctl).on("-d marvell -T permissive -Hi /dev/sda").runs("rm -f /tmp/smart_*");
+  loses_output(machine.tool(smartctl).on("-d marvell -T permissive -Hi /dev/sda"));
   machine.tool(smartctl)
       .on("-d marvell -T permissive -Hi /dev/sdb")
       .prints(summary_output)
       .times(1);
   EXPECT_EQ(smart_info_get(&list), ORV_OK);
-  EXPECT_EQ(machine.log(), "cannot stat /tmp/smart_sda.XXXXXX for 'No such file or directory'\n");
+  EXPECT_EQ(machine.log(), lost("smart_sda"));
   EXPECT_STREQ(disks()[1]->smart.health, "PASSED");
-  machine.tool(smartctl).on("-d marvell -T permissive -Hi /dev/sdb").runs("rm -f /tmp/smart_*");
+  machine.tool(smartctl).on("-d marvell -T permissive -Hi /dev/sda").prints(summary_output);
+  loses_output(machine.tool(smartctl).on("-d marvell -T permissive -Hi /dev/sdb"));
   EXPECT_EQ(smart_info_get(&list), -11000);
+}
+
+TEST_F(smart_info, result_of_the_attributes_is_that_of_the_last_disk) {
+  model("KTA7120A");
   ask_for_detail();
-  machine.tool(smartctl).on("...").runs("rm -f /tmp/smart_sdb*");
+  add("sda", 1, "0");
+  add("sdb", 2, "0");
+  loses_output(machine.tool(smartctl).on("-d marvell -T permissive -Hi --attributes /dev/sda"));
+  machine.tool(smartctl)
+      .on("-d marvell -T permissive -Hi --attributes /dev/sdb")
+      .prints(summary_output + smartctl_line("3", "Spin_Up_Time"))
+      .times(1);
+  EXPECT_EQ(smart_info_get(&list), ORV_OK);
+  EXPECT_THAT(attributes_of(*disks()[0]), IsEmpty());
+  EXPECT_THAT(attributes_of(*disks()[1]), ElementsAre("3|Spin_Up_Time|100|99|44|0|-"));
+  EXPECT_EQ(machine.log(), lost("smart_sda_detail"));
+}
+
+TEST_F(smart_info, result_of_the_attributes_is_that_of_a_last_disk_that_fails) {
+  model("KTA7120A");
+  ask_for_detail();
+  add("sda", 1, "0");
+  add("sdb", 2, "0");
+  machine.tool(smartctl)
+      .on("-d marvell -T permissive -Hi --attributes /dev/sda")
+      .prints(summary_output + smartctl_line("3", "Spin_Up_Time"))
+      .times(1);
+  loses_output(machine.tool(smartctl).on("-d marvell -T permissive -Hi --attributes /dev/sdb"));
   EXPECT_EQ(smart_info_get(&list), -11000);
+  EXPECT_THAT(attributes_of(*disks()[0]), ElementsAre("3|Spin_Up_Time|100|99|44|0|-"));
+  EXPECT_THAT(attributes_of(*disks()[1]), IsEmpty());
+  EXPECT_EQ(machine.log(), lost("smart_sdb_detail"));
+}
+
+TEST_F(smart_info, result_of_the_controllers_disks_is_that_of_the_last_one) {
+  model("KTA7120U");
+  ask_for_detail();
+  add("", 1, "0");
+  add("", 3, "0");
+  loses_output(machine.tool(arcadm).on("--misc -s -i 0"));
+  machine.tool(arcadm).on("--misc -s -i 2").prints("Spin Up Time : 97 (21) OK\n").times(1);
+  EXPECT_EQ(smart_info_get(&list), ORV_OK);
+  EXPECT_THAT(attributes_of(*disks()[0]), IsEmpty());
+  EXPECT_THAT(attributes_of(*disks()[1]), ElementsAre("0|Spin Up Time|0|97|21|0|OK"));
+  EXPECT_EQ(machine.log(), lost("smart_1_detail"));
+}
+
+TEST_F(smart_info, result_of_the_controllers_disks_is_that_of_a_last_one_that_fails) {
+  model("KTA7120U");
+  ask_for_detail();
+  add("", 1, "0");
+  add("", 3, "0");
+  machine.tool(arcadm).on("--misc -s -i 0").prints("Spin Up Time : 97 (21) OK\n").times(1);
+  loses_output(machine.tool(arcadm).on("--misc -s -i 2"));
+  EXPECT_EQ(smart_info_get(&list), -11000);
+  EXPECT_THAT(attributes_of(*disks()[0]), ElementsAre("0|Spin Up Time|0|97|21|0|OK"));
+  EXPECT_THAT(attributes_of(*disks()[1]), IsEmpty());
+  EXPECT_EQ(machine.log(), lost("smart_3_detail"));
 }
 
 TEST_F(smart_info, of_no_disk_needs_the_model_only) {
   EXPECT_EQ(smart_info_get(&list), -11001);
-  EXPECT_THAT(machine.log(), testing::HasSubstr("smart_info_get:N return -11001 with "));
+  ask_for_detail();
+  EXPECT_EQ(smart_info_get(&list), -11001);
+  const std::string logged =
+      "devmodel_get:N return -1001 with No such file or directory\n"
+      "smart_info_get:N return -11001 with No such file or directory\n";
+  EXPECT_EQ(machine.log(), logged + logged);
   model("KTA7120U");
   EXPECT_EQ(smart_info_get(&list), ORV_OK);
   EXPECT_EQ(smart_info_get(nullptr), ORV_E_FAILED);

@@ -41,6 +41,17 @@ inline std::string smartctl_line(const std::string& id, const std::string& name,
          "     0x000f   100   099   044    Pre-fail  Always       -       " + raw + "\n";
 }
 
+/// The nine texts of a disk's summary.
+inline sandbox::lines summary_of(const tag_disk_info& disk) {
+  const tag_smart_info& smart = disk.smart;
+  return {smart.device_model,  smart.serial_number, smart.firmware_version,
+          smart.user_capacity, smart.ata_version,   smart.ata_standard,
+          smart.smart_support, smart.smart_enabled, smart.health};
+}
+
+/// Those of a disk whose summary nobody filled.
+inline const sandbox::lines no_summary = sandbox::lines(9, "NaN");
+
 /// Every field of every attribute, a line each.
 inline sandbox::lines attributes_of(const tag_disk_info& disk) {
   sandbox::lines all;

@@ -1,8 +1,7 @@
+#include <cerrno>
 #include <cstring>
 
 #include "tests/disk/machine_with_disks.h"
-
-using testing::StartsWith;
 
 class value_from_file : public sandbox_test {
  protected:
@@ -66,11 +65,13 @@ TEST_F(value_from_file, may_be_empty) {
 
 TEST_F(value_from_file, that_is_missing_is_logged) {
   holds("Device Model: x\n");
-  EXPECT_EQ(value_of("Device"), "--1");
-  EXPECT_EQ(value_of("Model"), "--1");
-  EXPECT_THAT(machine.log_lines(),
-              testing::Each(StartsWith("get_value_from_file:N return -1 with ")));
-  EXPECT_EQ(machine.log_lines().size(), 2U);
+  for (const char* key : {"Device", "Model"}) {
+    errno = 0;
+    EXPECT_EQ(value_of(key), "--1");
+  }
+  EXPECT_EQ(machine.log(),
+            "get_value_from_file:N return -1 with Success\n"
+            "get_value_from_file:N return -1 with Success\n");
 }
 
 TEST_F(value_from_file, that_cannot_be_read_is_logged) {
@@ -98,6 +99,21 @@ TEST_F(value_from_file, is_seen_in_the_first_255_characters_of_a_line) {
   EXPECT_EQ(value_of("k"), "--1");
 }
 
+TEST_F(value_from_file, without_a_key_is_that_of_the_line_with_the_number) {
+  holds("Device Model: x\nPCI location: 1:2\n\nalone\n");
+  EXPECT_EQ(value_of(nullptr, ":", 0), "x");
+  EXPECT_EQ(value_of(nullptr, ":", 1), "1");
+  EXPECT_EQ(value_of(nullptr, ":", 2), "");
+  EXPECT_EQ(value_of(nullptr, " ", 0), "Model:");
+  EXPECT_EQ(machine.log(), "");
+  errno = 0;
+  EXPECT_EQ(value_of(nullptr, ":", 4), "--1");
+  EXPECT_EQ(value_of(nullptr, ":", -1), "--1");
+  EXPECT_EQ(machine.log(),
+            "get_value_from_file:N return -1 with Success\n"
+            "get_value_from_file:N return -1 with Invalid argument\n");
+}
+
 TEST_F(value_from_file, without_separators_there_is_none) {
   holds("Key: value\nKey\n");
   EXPECT_EQ(value_of("Key", ""), "");
@@ -108,6 +124,7 @@ TEST_F(value_from_file, needs_a_file_and_a_buffer) {
   EXPECT_EQ(value_of("Key"), "--1");
   holds("Key: value\n");
   EXPECT_EQ(get_value_from_file(file, "Key", ":", 0, nullptr, 8), ORV_E_FAILED);
-  EXPECT_EQ(value_of(nullptr), "--1");
-  EXPECT_EQ(machine.log_lines().size(), 3U);
+  EXPECT_EQ(machine.log(),
+            "get_value_from_file:N return -1 with Invalid argument\n"
+            "get_value_from_file:N return -1 with Invalid argument\n");
 }

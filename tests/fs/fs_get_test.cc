@@ -50,6 +50,17 @@ TEST_F(fs_get_of, several_pools_keeps_the_order_of_the_mount_table) {
             "/dev/vg1/data\t/mnt/data\tavailable\t10240M\t9216M\tvg1\t2\n");
 }
 
+TEST_F(fs_get_of, a_list_that_was_released_fills_it_again) {
+  lvdisplay().prints(two_pools);
+  table(data_entry);
+  fs_list list;
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_EQ(fs_get(list.get()), ORV_OK);
+    EXPECT_STREQ(list.only().mountpoint, "/mnt/data");
+    EXPECT_EQ(fs_list_fini(list.get()), 0);
+  }
+}
+
 TEST_F(fs_get_of, a_read_only_file_system_is_not_available) {
   lvdisplay().prints(two_pools);
   table(data_entry);

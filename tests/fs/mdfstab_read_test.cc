@@ -42,6 +42,18 @@ TEST_F(mdfstab_read, appends_in_the_order_of_the_table) {
   EXPECT_STREQ(list.records()[2]->mountpoint, "/mnt/a");
 }
 
+TEST_F(mdfstab_read, may_fill_a_list_again_once_it_is_released) {
+  table("/dev/vg1/b /mnt/b xfs\n/dev/vg1/a /mnt/a xfs\n");
+  fs_list list;
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_EQ(mdfstab_get(list.get()), ORV_OK);
+    ASSERT_EQ(list.records().size(), 2U);
+    EXPECT_STREQ(list.records()[0]->mountpoint, "/mnt/b");
+    EXPECT_STREQ(list.records()[1]->mountpoint, "/mnt/a");
+    EXPECT_EQ(fs_list_fini(list.get()), 0);
+  }
+}
+
 TEST_F(mdfstab_read, takes_runs_of_blanks_and_tabs_as_one_separator) {
   EXPECT_THAT(read_back(" \t /dev/vg1/data \t\t /mnt/data  xfs\t \n"),
               ElementsAre("/dev/vg1/data|/mnt/data|xfs|vg1"));

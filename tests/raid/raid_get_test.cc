@@ -47,6 +47,16 @@ TEST_F(raid_get_of_md, reads_every_source_in_turn) {
   EXPECT_THAT(machine.temp_files(), IsEmpty());
 }
 
+TEST_F(raid_get_of_md, may_fill_a_list_again_once_it_is_released) {
+  put_array("md0", "raid1", {{"sda"}});
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_EQ(raid_get(list.get()), ORV_OK);
+    EXPECT_THAT(list.names(), ElementsAre("md0"));
+    EXPECT_STREQ(list.only().disks, "sda");
+    EXPECT_EQ(md_list_fini(list.get()), 0);
+  }
+}
+
 TEST_F(raid_get_of_md, lists_an_array_that_mdadm_cannot_describe) {
   put_array("md0", "raid1", {{"sda"}, {"sdb"}});
   put_array("md1", "raid0", {{"sdc"}, {"sdd"}});

@@ -17,9 +17,9 @@ namespace sandbox::libc {
 namespace {
 
 constexpr std::string_view functions[] = {
-    "clone",   "connect",   "fallocate", "fchmod",   "fcntl",  "fdopen",  "flock",
-    "fread",   "ftruncate", "futimens",  "kill",     "lstat",  "open",    "pread",
-    "readdir", "read",      "recv",      "sendfile", "unlink", "waitpid", "write"};
+    "clone",     "connect",  "fallocate", "fchmod", "fcntl",   "fdopen", "flock", "fread",
+    "ftruncate", "futimens", "getline",   "kill",   "lstat",   "open",   "pread", "readdir",
+    "read",      "recv",     "sendfile",  "unlink", "waitpid", "write"};
 
 // The threads of the sandbox and of the test's own daemons go on undisturbed.
 constinit thread_local bool is_under_test = false;
@@ -60,6 +60,11 @@ DEFINE_FAILING(int, "flock", flock, (int file, int operation), file, operation)
 DEFINE_FAILING(int, "ftruncate", ftruncate, (int file, off_t size), file, size)
 DEFINE_FAILING(int, "ftruncate", ftruncate64, (int file, off_t size), file, size)
 DEFINE_FAILING(int, "futimens", futimens, (int file, const timespec* times), file, times)
+DEFINE_FAILING(ssize_t, "getline", getline, (char** line, size_t* size, FILE* file), line, size,
+               file)
+// What it is called by the header in an optimised build.
+DEFINE_FAILING(ssize_t, "getline", __getdelim, (char** line, size_t* size, int end, FILE* file),
+               line, size, end, file)
 DEFINE_FAILING(int, "kill", kill, (pid_t process, int signal), process, signal)
 DEFINE_FAILING(int, "lstat", lstat, (const char* path, struct stat* found), path, found)
 DEFINE_FAILING(int, "lstat", lstat64, (const char* path, struct stat64* found), path, found)

@@ -127,6 +127,17 @@ TEST_F(share_get_of, a_list_without_a_list_is_refused) {
   expect_refusal_of_null(share_get, "share_get");
 }
 
+TEST_F(share_get_of, a_list_that_was_released_fills_it_again) {
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_THAT(after(share_get),
+                ElementsAre("photos|of photos|/mnt/photos|samba|ann,bob|ro",
+                            "films|of films|/mnt/films|nfs|10.0.0.0/24|ro",
+                            "inbox|of inbox|/mnt/inbox|ftp|eve|ro",
+                            "disk|Filesystem unmounted|/mnt/pool/disk|iSCSI|joe|rw"));
+    EXPECT_EQ(share_list_fini(list.get()), 0);
+  }
+}
+
 TEST_F(share_get_of, two_calls_appends_the_shares_again) {
   after(share_get);
   after(share_get);

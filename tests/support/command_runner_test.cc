@@ -121,6 +121,12 @@ TEST_F(liborv_system_, keeps_errno_when_the_command_ran) {
   EXPECT_EQ(errno, ENOSPC);
 }
 
+TEST_F(liborv_system_, keeps_errno_when_a_signal_ended_the_command) {
+  errno = ENOSPC;
+  EXPECT_EQ(liborv_system("kill -9 $$") & 0x7f, SIGKILL);
+  EXPECT_EQ(errno, ENOSPC);
+}
+
 TEST_F(liborv_system_, refuses_no_command_and_reports_a_missing_shell) {
   EXPECT_EQ(liborv_system(nullptr), -1);
   EXPECT_EQ(errno, EINVAL);

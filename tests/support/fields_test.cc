@@ -124,6 +124,12 @@ TEST(get_substr_from_line, refuses_what_has_no_field) {
   EXPECT_EQ(field_of("a b", nullptr, 0), "a b");
 }
 
+TEST(get_substr_from_line, keeps_errno_when_there_is_no_such_field) {
+  errno = ENOSPC;
+  EXPECT_EQ(field_of(partition, " ", 4), "none");
+  EXPECT_EQ(errno, ENOSPC);
+}
+
 TEST(get_size_from_display, takes_an_all_digit_field) {
   const std::string line = "  /dev/md1:vg1:2097152:-1:8x: 9:18446744073709551615\n";
   EXPECT_EQ(size_of(line, 2), "2097152");
@@ -137,6 +143,14 @@ TEST(get_size_from_display, refuses_what_does_not_fit) {
   EXPECT_NE(get_size_from_display("1", 1, ":", 0, nullptr), 0);
 }
 
+TEST(get_size_from_display, keeps_errno_when_there_is_no_such_number) {
+  for (const char* line : {"vg1", "vg1:text", "vg1:18446744073709551616"}) {
+    errno = ENOSPC;
+    EXPECT_EQ(size_of(line, 1), "refused") << line;
+    EXPECT_EQ(errno, ENOSPC) << line;
+  }
+}
+
 TEST(get_str_from_display, copies_one_field_cut_to_the_buffer) {
   const std::string line = "  vg1:0123456789abcdefghij:end\r\n";
   EXPECT_EQ(text_of(line, 0), "vg1");
@@ -145,6 +159,12 @@ TEST(get_str_from_display, copies_one_field_cut_to_the_buffer) {
   EXPECT_EQ(text_of(line, 3), "refused:before");
   EXPECT_EQ(text_of(line, 0, 0), "refused:before");
   EXPECT_EQ(text_of(line, 0, 1), "");
+}
+
+TEST(get_str_from_display, keeps_errno_when_there_is_no_such_field) {
+  errno = ENOSPC;
+  EXPECT_EQ(text_of("vg1:end", 2), "refused:before");
+  EXPECT_EQ(errno, ENOSPC);
 }
 
 TEST(get_str_from_display, reads_a_captured_volume_group) {

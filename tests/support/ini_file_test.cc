@@ -68,13 +68,31 @@ TEST_F(ini_file, tells_why_it_cannot_be_read) {
   EXPECT_NE(ini_value_get(buffer, path, "s", "k", 8), 0);
   EXPECT_EQ(errno, ENOENT);
   errno = 0;
+  EXPECT_NE(ini_key_get(path, "s", "k", buffer, 8), 0);
+  EXPECT_EQ(errno, ENOENT);
+  errno = 0;
   EXPECT_LT(txt_line_seek(path, "[", 1, buffer, 8), 0);
   EXPECT_EQ(errno, ENOENT);
   machine.file(path, "[s]\n");
   errno = ENOSPC;  // of the caller's last failure: a lookup that finds nothing does not clear it
   EXPECT_NE(ini_value_get(buffer, path, "s", "k", 8), 0);
+  EXPECT_NE(ini_key_get(path, "s", "k", buffer, 8), 0);
   EXPECT_LT(txt_line_seek(path, "[", 2, buffer, 8), 0);
   EXPECT_EQ(errno, ENOSPC);
+}
+
+TEST_F(ini_file, that_cannot_be_read_behind_its_section_head_leaves_the_buffer) {
+  machine.file(path, "[s]\nk=v\n");
+  for (const bool by_key : {false, true}) {
+    char buffer[8] = "before";
+    machine.fail("getline", EIO, 2);
+    errno = 0;
+    EXPECT_NE(
+        by_key ? ini_key_get(path, "s", "k", buffer, 8) : ini_value_get(buffer, path, "s", "k", 8),
+        0);
+    EXPECT_EQ(errno, EIO);
+    EXPECT_STREQ(buffer, "before");
+  }
 }
 
 TEST_F(ini_file, section_heads_are_walked_by_number) {

@@ -71,8 +71,23 @@ TEST(fgetline, reports_errors_below_minus_one) {
   const auto stream = text_stream("x\n");
   EXPECT_LT(fgetline(stream.get(), nullptr, 4), -1);
   EXPECT_LT(fgetline(stream.get(), buffer, 1), -1);
+}
+
+TEST(fgetline, tells_why_it_cannot_read) {
   const std::unique_ptr<FILE, close_stream> directory(std::fopen("/", "r"));
-  EXPECT_LT(fgetline(directory.get(), buffer, sizeof buffer), -1);
+  char buffer[4] = "";
+  errno = 0;
+  EXPECT_EQ(fgetline(directory.get(), buffer, sizeof buffer), -2);
+  EXPECT_EQ(errno, EISDIR);
+}
+
+TEST(fgetline, keeps_errno_at_the_end_of_the_file) {
+  const auto stream = text_stream("x\n");
+  char buffer[4] = "";
+  errno = ENOSPC;
+  EXPECT_EQ(fgetline(stream.get(), buffer, sizeof buffer), 1);
+  EXPECT_EQ(fgetline(stream.get(), buffer, sizeof buffer), -1);
+  EXPECT_EQ(errno, ENOSPC);
 }
 
 TEST(get_line_from_file, takes_the_numbered_line_without_a_key) {

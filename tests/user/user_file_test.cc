@@ -139,6 +139,16 @@ TEST_F(user_file_test, fills_a_list_that_was_not_initialised) {
   EXPECT_THAT(list.texts(), ElementsAre("0|0|bob|secret|NAS"));
 }
 
+TEST_F(user_file_test, fills_a_list_again_once_it_is_released) {
+  users("bob||secret\nann||secret\n");
+  user_list list;
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_EQ(sys_user_get(list.get()), ORV_OK);
+    EXPECT_THAT(list.texts(), ElementsAre("0|0|bob|secret|NAS", "0|0|ann|secret|NAS"));
+    EXPECT_EQ(user_list_fini(list.get()), 0);
+  }
+}
+
 TEST_F(user_file_test, is_not_touched_without_a_list) {
   users("bob||secret\n");
   EXPECT_EQ(get_users_from_conf(nullptr), ORV_E_FAILED);
