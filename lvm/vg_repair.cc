@@ -33,6 +33,10 @@ std::optional<std::string> kernel_word(const tag_md_info& md, const char* attrib
   return std::string(orv::trimmed(text));
 }
 
+bool is_stopped(std::string_view array_state) {
+  return array_state == "inactive" || array_state == "clear";
+}
+
 /// Whether an array only seems to be inactive, and the kernel says that it runs. "inactive" is also
 /// what stays when mdadm told no state, as when a full disk cut short what it said: to fail the
 /// members of such an array would lose what is on them. So would a member whose state cannot be
@@ -40,7 +44,7 @@ std::optional<std::string> kernel_word(const tag_md_info& md, const char* attrib
 bool runs_all_the_same(const tag_md_info& md) {
   const auto state = kernel_word(md, "array_state");
   if (!state) return true;
-  if (state->empty() || *state == "inactive" || *state == "clear") return false;
+  if (state->empty() || is_stopped(*state)) return false;
   const auto level = kernel_word(md, "level");
   if (!level) return true;
   if (!level->empty() && *level != orv::text_of(md.level)) return true;  // cut short, too
@@ -57,8 +61,7 @@ bool runs_all_the_same(const tag_md_info& md) {
 /// the kernel's word is needed.
 bool is_lost(const tag_md_info& md) {
   if (md.level[0] != '\0') return !runs_all_the_same(md);
-  const std::string state = kernel_word(md, "array_state").value_or("");
-  return state == "inactive" || state == "clear";
+  return is_stopped(kernel_word(md, "array_state").value_or(""));
 }
 
 /// Gives the identifier of a lost volume to the RAM disk.
