@@ -1,4 +1,3 @@
-#include <orv/support.h>
 #include <orv/system.h>
 
 #include <string_view>
