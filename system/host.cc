@@ -3,29 +3,18 @@
 
 #include <ctime>
 
-#include "common/handles.h"
 #include "common/local_time.h"
 #include "common/log.h"
 #include "system/buffer.h"
-
-namespace {
-
-/// Reads the first line of a file. It is opened for writing too, so a file that could not be
-/// changed counts as unreadable, as on every device so far.
-bool read_first_line(const char* path, char* buffer, int size) {
-  const orv::unique_file file(std::fopen(path, "r+e"));
-  return file && get_line_from_file(file.get(), nullptr, 0, nullptr, buffer, size) == 0;
-}
-
-}  // namespace
+#include "system/first_line.h"
 
 int hostname_get(char* buffer, int size) {
-  if (read_first_line("/etc/hostname", buffer, size)) return ORV_OK;
+  if (orv::read_first_line("/etc/hostname", buffer, size)) return ORV_OK;
   return orv::log_failure(ORV_E_HOSTNAME);
 }
 
 int starttime_get(char* buffer, int size) {
-  if (read_first_line("/etc/nas_start_time.conf", buffer, size)) return ORV_OK;
+  if (orv::read_first_line("/etc/nas_start_time.conf", buffer, size)) return ORV_OK;
   return orv::log_failure(ORV_E_START_TIME);
 }
 

@@ -1,4 +1,3 @@
-#include <orv/support.h>
 #include <orv/system.h>
 
 #include <string_view>
@@ -8,6 +7,7 @@
 #include "common/models.h"
 #include "common/text.h"
 #include "system/buffer.h"
+#include "system/first_line.h"
 #include "system/state_file.h"
 
 namespace {
@@ -46,9 +46,8 @@ int power_from_tool(char* buffer, int size) {
   if (!output.fill(orv::command("/usr/local/bin/pwstate > %s", output.path()))) {
     return ORV_E_COMMAND;
   }
-  const orv::unique_file file = output.open();
   char line[32] = "";
-  if (!file || get_line_from_file(file.get(), nullptr, 0, nullptr, line, sizeof line) != 0) {
+  if (!output.exists() || !orv::read_first_line(output.path().c_str(), line, sizeof line)) {
     output.leave();
     return orv::log_failure(ORV_E_POWER_TOOL, "pwstate_get");
   }

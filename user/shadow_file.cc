@@ -95,16 +95,20 @@ int rewrite_locked(FILE* shadow, const struct stat& original, std::string_view n
   const std::string path = orv_path_shadow_file;
   if (create_backup((path + '-').c_str(), shadow) != 0) return log_failure(ORV_E_SHADOW_BACKUP);
   replacement_file rewritten(path + '+', create_unreadable);
-  if (!rewritten.exists() || !rewritten.adopt(original)) return log_failure(ORV_E_SHADOW_CREATE);
+  if (!rewritten.exists() || !rewritten.adopt(original)) {
+    // As on every device, only a new file that could not be written is removed again.
+    rewritten.leave();
+    return log_failure(ORV_E_SHADOW_CREATE);
+  }
   std::string text;
   if (!support::to_beginning(shadow) || !read_rest(shadow, text) ||
       !rewritten.write(with_new_hash(text, name, hash)) || !rewritten.sync()) {
     return log_failure(ORV_E_SHADOW_WRITE);
   }
+  rewritten.leave();
   if (std::rename(rewritten.path().c_str(), path.c_str()) != 0) {
     return log_failure(ORV_E_SHADOW_RENAME);
   }
-  rewritten.leave();
   return ORV_OK;
 }
 

@@ -59,8 +59,10 @@ int create_account(const std::string& name, const char* password) {
   std::printf("add user '%s', passwd '%s'\n", name.c_str(), hash.c_str());
   result = orv::set_password_hash(name, hash);
   if (result == ORV_OK) result = orv::run(smbpasswd(name, password));
-  if (result == ORV_OK) result = append_to_user_file(name, password);
-  if (result == ORV_OK) orv::save_account_files();
+  if (result != ORV_OK) return result;
+  result = append_to_user_file(name, password);
+  // Whatever the user file says: the account is there.
+  orv::save_account_files();
   return result;
 }
 

@@ -50,8 +50,9 @@ ORV_API int systime_get(char* buffer, int size);
 
 /// Power supply state text, from the state file or the tool that serves the device model. On a
 /// model without either (KTA7120A) the buffer stays as it was and the result is ORV_OK.
-/// @return ORV_OK, ORV_E_POWER, ORV_E_POWER_TOOL, ORV_E_COMMAND when the tool failed, or
-///         ORV_E_MODEL when the model is not known
+/// @return ORV_OK, ORV_E_POWER, ORV_E_COMMAND when the tool failed, ORV_E_MODEL when the model is
+///         not known, or ORV_E_POWER_TOOL when the tool's output cannot be opened for reading and
+///         writing or is empty, and then it stays in /tmp
 ORV_API int pwstate_get(char* buffer, int size);
 
 // --- Control -------------------------------------------------------------------------------------

@@ -110,9 +110,12 @@ ORV_API int set_users_to_conf(tag_user_info_list* list);
 ///         With every other failure the system account stays, and the steps that were not reached
 ///         are not done: ORV_E_NO_SHADOW, ORV_E_SHADOW_OPEN, ORV_E_SHADOW_LOCKED,
 ///         ORV_E_SHADOW_BACKUP, ORV_E_SHADOW_CREATE, ORV_E_SHADOW_WRITE or ORV_E_SHADOW_RENAME when
-///         the shadow file stays as "adduser" left it; ORV_E_COMMAND when "smbpasswd" failed;
-///         ORV_E_USER_FILE when the user file cannot be locked, read or written, and it stays as it
-///         was.
+///         the shadow file stays as "adduser" left it (with ORV_E_SHADOW_CREATE and
+///         ORV_E_SHADOW_RENAME the new file that could not take its place may stay beside it as
+///         "/etc/shadow+", empty and closed to all, or with its owner and mode, until the next
+///         change replaces it); ORV_E_COMMAND when "smbpasswd" failed;
+///         ORV_E_USER_FILE when the user file cannot be locked, read or written: it stays as it
+///         was, and the files are committed all the same.
 ORV_API int sys_user_add(tag_user_info user);
 
 /// Deletes a user: its SMB user, its system account, and every record of its name in the user file;

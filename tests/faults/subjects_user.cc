@@ -12,8 +12,9 @@ tag_user_info request(const char* name, const char* password) {
 
 using list = tag_user_info_list;
 
-/// The shadow file has a lock that counts; this one is taken besides.
-constexpr char lock_of_lckpwdf[] = "/etc/.pwd.lock";
+/// The shadow file has a lock that counts; the one of `lckpwdf` is taken besides. A new shadow file
+/// stays when it cannot take the place of the old one.
+const std::vector<std::string> left_by_an_addition = {"/etc/.pwd.lock", "/etc/shadow+"};
 
 /// Both users, or one of them, may be in each.
 const std::vector<std::string> account_files = {"/etc/passwd", "/etc/shadow", "/etc/group",
@@ -33,7 +34,7 @@ std::vector<subject> user_subjects() {
        .documented = addition,
        .prepare = call([] { return sys_user_add(request("bob", "secret of bob")); }),
        .cut_short = {"/etc/shadow-"},
-       .leaves = {lock_of_lckpwdf}},
+       .leaves = left_by_an_addition},
       {.name = "sys_user_delete(char const*)",
        .documented = {ORV_E_USER_FILE, ORV_E_COMMAND},
        .prepare = call([] { return sys_user_delete("ann"); }),
@@ -44,7 +45,7 @@ std::vector<subject> user_subjects() {
        .overcomes = because("whether the old user went is not told", {every_fault}),
        .cut_short = {"/etc/shadow-"},
        .mixed = account_files,
-       .leaves = {lock_of_lckpwdf}},
+       .leaves = left_by_an_addition},
       {.name = "set_users_to_conf(tag_user_info_list*)",
        .prepare = with_list<list>(set_users_to_conf,
                                   [](list* users) { put(orv::append(users)->name, "bob"); }),

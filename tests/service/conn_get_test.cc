@@ -81,13 +81,24 @@ TEST_F(conn_get, keeps_the_ftp_clients_when_the_smb_clients_cannot_be_listed) {
   EXPECT_EQ(machine.commands().size(), 2U);
 }
 
+TEST_F(conn_get, asks_for_no_sessions_when_the_smb_tool_failed) {
+  ftp_client();
+  machine.tool("smbstatus").fails(1);
+  EXPECT_EQ(share_conn_get(connections.get()), -11000);
+  EXPECT_THAT(listed(), ElementsAre("*|Ftp|10.11.0.7|47692"));
+  EXPECT_THAT(machine.commands(), ElementsAre("netstat -t > /tmp/conn_info.XXXXXX",
+                                              "smbstatus > /tmp/smbconn_info.XXXXXX"));
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
+}
+
 TEST_F(conn_get, keeps_the_others_when_the_sessions_cannot_be_listed) {
   ftp_client();
   smb_client();
-  machine.file("/proc/net/iet/session", "");
   machine.fail("fopen", EMFILE, 3);
   EXPECT_EQ(share_conn_get(connections.get()), -1060);
-  EXPECT_EQ(listed().size(), 2U);
+  EXPECT_THAT(listed(), ElementsAre("*|Ftp|10.11.0.7|47692", "data|CIFS|10.11.0.7|user1"));
+  EXPECT_EQ(machine.log(), "get_conninfo_from_session:N return 0 with Too many open files\n");
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
 }
 
 TEST_F(conn_get, needs_a_list) {

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <filesystem>
 
 #include "tests/sandbox/bend.h"
 #include "tests/service/service_machine.h"
@@ -202,7 +203,17 @@ TEST_F(ftp_limits_set, never_rewrite_a_file_that_cannot_be_read) {
   machine.directory(config_path);
   EXPECT_EQ(ftp_share_para_set(1, 1, 1), -1063);
   EXPECT_EQ(machine.log(), "ftp_share_para_set:N return -1063 with Is a directory\n");
+  EXPECT_THAT(machine.temp_files(), ElementsAre("vsftpd.XXXXXX"));
   EXPECT_THAT(machine.commands(), IsEmpty());
+}
+
+TEST_F(ftp_limits_set, never_commit_a_file_that_cannot_be_read) {
+  config(limits_1_2_3);
+  machine.fail("fread", EIO, 1);
+  EXPECT_EQ(ftp_share_para_set(1, 1, 1), -1063);
+  EXPECT_EQ(machine.log(), "ftp_share_para_set:N return -1063 with Input/output error\n");
+  EXPECT_THAT(machine.temp_files(), ElementsAre("vsftpd.XXXXXX"));
+  expect_unchanged(limits_1_2_3);
 }
 
 TEST_F(ftp_limits_set, need_a_temporary_file) {
@@ -256,7 +267,9 @@ TEST_F(ftp_limits_move, that_fails_keeps_both_files_and_commits_the_old_one) {
   EXPECT_EQ(ftp_share_para_set(10, 20, 30), -11000);
   EXPECT_EQ(config(), limits_1_2_3);
   EXPECT_THAT(machine.log_lines(), ElementsAre(failed(move_command, "normal with exit(1)")));
-  EXPECT_THAT(machine.temp_files(), ElementsAre("vsftpd.XXXXXX"));
+  ASSERT_THAT(machine.temp_files(), ElementsAre("vsftpd.XXXXXX"));
+  EXPECT_EQ(machine.read(std::filesystem::directory_iterator("/tmp")->path()),
+            "local_max_rate=10\nmax_clients=20\nmax_per_ip=30\n");
   EXPECT_EQ(machine.read(kept_path), limits_1_2_3);
 }
 

@@ -114,6 +114,8 @@ TEST_F(iscsi_session, tells_a_copy_that_cannot_be_read) {
   machine.tool("cat").is_real();
   machine.fail("fread", EIO);
   EXPECT_EQ(get_conninfo_from_session(connections.get()), -1060);
+  EXPECT_EQ(machine.log(), "get_conninfo_from_session:N return 0 with Input/output error\n");
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
 }
 
 TEST_F(iscsi_session, runs_nothing_without_a_temporary_file) {

@@ -132,6 +132,8 @@ TEST_F(netstat, tells_output_that_cannot_be_read) {
   tool().prints("tcp 0 0 nas:ftp 10.11.0.7:1\n");
   machine.fail("fread", EIO);
   EXPECT_EQ(get_conninfo_from_netstat(connections.get()), -1064);
+  EXPECT_EQ(machine.log(), "get_conninfo_from_netstat:N return -1064 with Input/output error\n");
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
 }
 
 TEST_F(netstat, tells_output_that_cannot_be_opened) {

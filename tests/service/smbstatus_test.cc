@@ -52,6 +52,8 @@ TEST_F(smbstatus, tells_output_that_cannot_be_read) {
   tool().prints("\nSamba version 3.5.6\n");
   machine.fail("fread", EIO);
   EXPECT_EQ(get_conninfo_from_smbstatus(connections.get()), -1065);
+  EXPECT_EQ(machine.log(), "get_conninfo_from_smbstatus:N return -1065 with Input/output error\n");
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
 }
 
 TEST_F(smbstatus, gives_a_client_that_is_listed_already_its_share) {

@@ -204,6 +204,7 @@ TEST_F(alarm_get_test, without_a_daemon_is_reported) {
   EXPECT_EQ(alarm_get(&list), -1080);
   EXPECT_EQ(machine.log(),
             "Could not connect to socket /dev/alarm.socket for 'No such file or directory'");
+  EXPECT_THAT(machine.list("/dev"), testing::Contains(own_path()));
   { const alarm_daemon daemon(machine); }
   machine.forget();
   machine.file("/dev/alarm.socket", "");

@@ -19,9 +19,11 @@ namespace {
 struct clock_setting {
   std::optional<timeval> time;
   bool with_zone;
+  sandbox::lines commands_before;
 };
 
 std::vector<clock_setting> settings;
+const sandbox::machine* machine_of_test = nullptr;
 int refusal = 0;
 
 }  // namespace
@@ -29,7 +31,8 @@ int refusal = 0;
 // Comes before the C library's, for the library under test too.
 extern "C" __attribute__((visibility("default"))) int settimeofday(
     const timeval* time, const struct timezone* zone) noexcept {
-  settings.push_back({time == nullptr ? std::nullopt : std::optional(*time), zone != nullptr});
+  settings.push_back({time == nullptr ? std::nullopt : std::optional(*time), zone != nullptr,
+                      machine_of_test->commands()});
   // As the C library has it: a time and a zone at once are refused.
   if (refusal == 0 && time != nullptr && zone != nullptr) refusal = EINVAL;
   if (refusal != 0) errno = refusal;
@@ -41,6 +44,7 @@ class clock_set : public sandbox_test {
   clock_set() {
     settings.clear();
     refusal = 0;
+    machine_of_test = &machine;
     zone("UTC0");
     machine.tool("hwclock").on("...").if_asked();
   }
@@ -65,6 +69,7 @@ class clock_set : public sandbox_test {
 
 TEST_F(clock_set, takes_the_time_alone_and_then_the_hardware_clock) {
   EXPECT_EQ(second_of({2010, 3, 1, 8, 0, 0}), 1267430400);
+  EXPECT_THAT(settings.at(0).commands_before, IsEmpty());
   EXPECT_THAT(machine.commands(), ElementsAre("hwclock -u -w"));
   EXPECT_EQ(machine.log(), "");
 }

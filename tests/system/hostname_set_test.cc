@@ -143,6 +143,7 @@ TEST_F(hostname_change, file_that_cannot_be_opened_again_is_reported) {
   EXPECT_EQ(machine.log(), "can't write the file for 'Too many open files'!");
   EXPECT_EQ(machine.read(file), "before");
   EXPECT_EQ(applied(), "before");
+  EXPECT_FALSE(machine.exists("/var/lib/orv/kept/etc/hostname"));
 }
 
 TEST_F(hostname_change, never_adds_a_line) {

@@ -69,6 +69,20 @@ TEST_F(netcard_get_test, cards_that_are_up_are_listed) {
   EXPECT_THAT(machine.open_descriptors(), IsEmpty());
 }
 
+TEST_F(netcard_get_test, gateway_that_is_no_address_is_left_out) {
+  plug("eth0", "00:1b:21:0a:0b:0c");
+  ip("addr add 192.168.1.10/24 dev eth0");
+  ip("link set eth0 up");
+  const std::string stanza = "auto eth0\niface eth0 inet static\n  gateway ";
+  machine.file("/etc/network/interfaces", stanza + "router\n");
+  EXPECT_THAT(listed(), ElementsAre("eth0|192.168.1.10|255.255.255.0||00:1b:21:0a:0b:0c"));
+  machine.file("/etc/network/interfaces", stanza + "192.168.1.1\n");
+  EXPECT_THAT(listed(),
+              ElementsAre("eth0|192.168.1.10|255.255.255.0|192.168.1.1|00:1b:21:0a:0b:0c"));
+  EXPECT_EQ(machine.output(), "");
+  EXPECT_EQ(machine.log(), "");
+}
+
 TEST_F(netcard_get_test, card_that_is_down_or_has_no_address_is_not_listed) {
   plug("eth0", "00:1b:21:0a:0b:0c");
   plug("eth1", "00:1b:21:0a:0b:0d");

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include "tests/sandbox/bend.h"
 #include "tests/system/getter.h"
 
 using testing::ElementsAre;
@@ -37,6 +38,19 @@ TEST_F(power, missing_in_the_state_file_is_reported) {
             "pwstate_get:N return -1002 with No such file or directory\n"
             "pwstate_get:N return -1002 with No such file or directory\n");
   EXPECT_EQ(pwstate_get(nullptr, 8), -1002);
+}
+
+TEST_F(power, missing_in_a_state_file_that_is_there_is_reported_too) {
+  zor_state("temp=40\n");
+  kta_state("temp=40\n");
+  for (const char* name : {"ZOR7130G", "KTA7120X"}) {
+    model(name);
+    errno = 0;  // which the log shows
+    EXPECT_EQ(ask(pwstate_get), (answer_of_getter{-1002, "before"})) << name;
+  }
+  EXPECT_EQ(machine.log(),
+            "pwstate_get:N return -1002 with Success\n"
+            "pwstate_get:N return -1002 with Success\n");
 }
 
 TEST_F(power, of_two_models_is_asked_of_the_tool) {
@@ -94,10 +108,22 @@ TEST_F(power, output_that_cannot_be_opened_or_examined_is_reported_and_its_file_
   EXPECT_EQ(machine.log(), "pwstate_get:N return -1003 with Too many open files\n");
   EXPECT_THAT(machine.temp_files(), ElementsAre("pwstat.XXXXXX"));
   machine.fail("fopen", EMFILE, 1000);
-  machine.fail("fstat", EIO);
+  machine.fail("stat", EIO);
+  machine.forget();
   EXPECT_EQ(ask(pwstate_get), (answer_of_getter{-1003, "before"}));
+  EXPECT_EQ(machine.log(), "pwstate_get:N return -1003 with Input/output error\n");
   EXPECT_THAT(machine.temp_files(), ElementsAre("pwstat.XXXXXX", "pwstat.XXXXXX"));
   EXPECT_THAT(machine.open_descriptors(), IsEmpty());
+}
+
+TEST_F(power, output_that_could_not_be_changed_counts_as_unreadable) {
+  model("KTA7120E");
+  machine.mount_tmpfs("/tmp");
+  tool_prints("power state:  normal\n");
+  sandbox::before("stat", [this] { machine.remount_read_only("/tmp"); });
+  EXPECT_EQ(ask(pwstate_get), (answer_of_getter{-1003, "before"}));
+  EXPECT_EQ(machine.log(), "pwstate_get:N return -1003 with Read-only file system\n");
+  EXPECT_THAT(machine.temp_files(), ElementsAre("pwstat.XXXXXX"));
 }
 
 TEST_F(power, tool_is_not_run_without_a_temporary_file) {

@@ -23,6 +23,9 @@ TEST_F(versions, fall_back_to_the_second_file_when_the_key_is_missing) {
   machine.file("/etc/nas_base.conf", "[version]\nhardware=B2\n[product]\ntype=KTA7120E\n");
   EXPECT_EQ(ask(hardversion_get), (answer_of_getter{ORV_OK, "B2"}));
   EXPECT_EQ(ask(devmodel_get), (answer_of_getter{ORV_OK, "KTA7120E"}));
+  machine.remove("/etc/sys_info");
+  EXPECT_EQ(ask(devmodel_get), (answer_of_getter{ORV_OK, "KTA7120E"}));
+  EXPECT_EQ(machine.log(), "");
 }
 
 TEST_F(versions, fall_back_when_the_first_value_is_empty_and_report_the_last_lookup) {

@@ -126,8 +126,14 @@ TEST_F(account_check, allows_the_last_number) {
 TEST_F(account_check, asks_for_a_password_file_that_can_be_read_and_written) {
   machine.remove("/etc/passwd");
   expect_refused(ORV_E_PASSWD_FILE, "/etc/passwd: No such file or directory\n");
+}
+
+TEST_F(account_check, asks_for_a_password_file_that_is_a_file) {
+  machine.remove("/etc/passwd");
   machine.directory("/etc/passwd");
   EXPECT_EQ(add_bob(), ORV_E_PASSWD_FILE);
+  EXPECT_THAT(machine.commands(), IsEmpty());
+  EXPECT_THAT(committed(), IsEmpty());
   EXPECT_EQ(machine.log(), "/etc/passwd: Is a directory\n");
 }
 
@@ -138,6 +144,7 @@ TEST_F(account_check, asks_for_a_password_file_that_is_not_read_only) {
   EXPECT_EQ(add_bob(), ORV_E_PASSWD_FILE);
   EXPECT_EQ(machine.log(), "/etc/passwd: Read-only file system\n");
   EXPECT_THAT(machine.commands(), IsEmpty());
+  EXPECT_THAT(committed(), IsEmpty());
 }
 
 TEST_F(account_check, passes_over_what_is_no_entry) {

@@ -103,6 +103,22 @@ class shadow_file : public user_test {
     EXPECT_EQ(users(), "");
     EXPECT_THAT(committed(), IsEmpty());
   }
+  /// The new shadow file that a failure left is not in the way of a change that succeeds.
+  void expect_next_change_replaces_what_stayed() {
+    passwd("");
+    machine.forget();
+    bob_is_added_to("bob:!:2\n");
+    EXPECT_EQ(shadow(), "bob:" + hash_of("bob") + ":2\n");
+    EXPECT_EQ(machine.mode(shadow_path), 0640U);
+    EXPECT_FALSE(machine.exists("/etc/shadow+"));
+    EXPECT_EQ(machine.log(), "");
+    // As before the first change.
+    passwd("");
+    users("");
+    machine.remove("/etc/shadow-");
+    machine.remove("/var/lib/orv");
+    machine.forget();
+  }
   static std::string code_log(int code, const std::string& reason) {
     const bool locked = code <= ORV_E_SHADOW_BACKUP;
     return std::string(locked ? "rewrite_locked" : "set_password_hash") + ":N return " +
@@ -276,9 +292,8 @@ TEST_F(locked_accounts, are_waited_for_fifteen_seconds) {
   sandbox::hasten(std::chrono::seconds(6));
   {
     const stderr_capture capture("/errors");
-    EXPECT_EQ(add("bob", "secret"), ORV_E_SHADOW_LOCKED);
+    expect_failure(ORV_E_SHADOW_LOCKED, "Resource temporarily unavailable");
   }
-  EXPECT_EQ(machine.log(), code_log(ORV_E_SHADOW_LOCKED, "Resource temporarily unavailable"));
   EXPECT_EQ(machine.read("/errors"), "/etc/shadow: Resource temporarily unavailable\n");
   EXPECT_EQ(shadow(), adduser_leaves_);
 }
@@ -333,12 +348,17 @@ TEST_F(shadow_file, replaces_what_a_crash_left_of_a_new_one) {
   EXPECT_EQ(machine.mode(shadow_path), 0640U);
 }
 
-TEST_F(shadow_file, is_not_replaced_when_the_new_one_cannot_take_its_owner) {
-  machine.fail("fchown", EPERM, 1);
-  adduser_writes("bob:!:1\n");
-  expect_failure(ORV_E_SHADOW_CREATE, "Operation not permitted");
-  EXPECT_EQ(shadow(), adduser_leaves_);
-  EXPECT_FALSE(machine.exists("/etc/shadow+"));
+// Nobody may read it, and nothing is in it.
+TEST_F(shadow_file, is_not_replaced_when_the_new_one_cannot_take_its_owner_or_mode) {
+  for (const char* const function : {"fchown", "fchmod"}) {
+    adduser_writes("bob:!:1\n");
+    machine.fail(function, EPERM, 1);
+    expect_failure(ORV_E_SHADOW_CREATE, "Operation not permitted");
+    EXPECT_EQ(shadow(), adduser_leaves_);
+    EXPECT_EQ(machine.read("/etc/shadow+"), "");
+    EXPECT_EQ(machine.mode("/etc/shadow+"), 0U);
+    expect_next_change_replaces_what_stayed();
+  }
 }
 
 TEST_F(shadow_file, is_not_replaced_when_the_new_one_does_not_reach_the_disk) {
@@ -375,10 +395,21 @@ TEST_F(shadow_file, is_not_replaced_on_a_full_disk) {
 
 TEST_F(shadow_file, is_not_replaced_when_the_new_one_cannot_be_renamed) {
   machine.fail("rename", EPERM, 1);
+  if (machine.knows_other_users()) {
+    ASSERT_EQ(::chown(shadow_path, 0, 42), 0);
+  }
   adduser_writes("bob:!:1\n");
   expect_failure(ORV_E_SHADOW_RENAME, "Operation not permitted");
   EXPECT_EQ(shadow(), adduser_leaves_);
-  EXPECT_FALSE(machine.exists("/etc/shadow+"));
+  EXPECT_THAT(machine.read("/etc/shadow+"), MatchesRegex("bob:\\$1\\$.{31}:1\n"));
+  struct stat left {};
+  struct stat original {};
+  ASSERT_EQ(::stat("/etc/shadow+", &left), 0);
+  ASSERT_EQ(::stat(shadow_path, &original), 0);
+  EXPECT_EQ(left.st_mode & 07777U, 0640U);
+  EXPECT_EQ(left.st_uid, original.st_uid);
+  EXPECT_EQ(left.st_gid, original.st_gid);
+  expect_next_change_replaces_what_stayed();
 }
 
 }  // namespace

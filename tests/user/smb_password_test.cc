@@ -143,7 +143,7 @@ TEST_F(smb_user, that_cannot_be_made_is_logged_without_the_password) {
             "exit(1) for 'Success'\n");
   EXPECT_EQ(users(), "");
   EXPECT_THAT(committed(), IsEmpty());
-  EXPECT_NE(hash_of("bob"), "");
+  expect_account("bob");
 }
 
 TEST_F(smb_user, is_not_made_with_a_line_end_in_the_password) {

@@ -38,6 +38,16 @@ TEST_F(user_delete, leaves_no_trace_and_commits) {
   EXPECT_EQ(machine.log(), "");
 }
 
+class user_delete_saving : public user_delete, public testing::WithParamInterface<int> {};
+
+TEST_P(user_delete_saving, saves_each_of_the_five_files_exactly_once_and_in_order) {
+  lose_kept_copy(GetParam());
+  EXPECT_EQ(sys_user_delete("bob"), ORV_OK);
+  expect_kept_but(GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(of, user_delete_saving, testing::Range(1, 7));
+
 TEST_F(user_delete, takes_every_record_of_exactly_the_name) {
   users("bob||1\nbobby||2\nbob|x|3\nBob||4\nbob ||5\nbob\n");
   EXPECT_EQ(sys_user_delete("bob"), ORV_OK);
@@ -57,6 +67,7 @@ TEST_F(user_delete, goes_on_without_an_smb_user) {
   EXPECT_EQ(sys_user_delete("bob"), ORV_OK);
   EXPECT_THAT(machine.commands(), ElementsAre("smbpasswd -x bob", "userdel bob"));
   EXPECT_EQ(users(), "ann||other\n");
+  EXPECT_THAT(committed(), ElementsAreArray(all_files()));
   EXPECT_EQ(machine.log(), failed("smbpasswd -x bob"));
 }
 
@@ -67,6 +78,17 @@ TEST_F(user_delete, goes_on_without_an_account_and_reports_it) {
   EXPECT_EQ(users(), "ann||other\n");
   EXPECT_THAT(committed(), ElementsAreArray(all_files()));
   EXPECT_EQ(machine.log(), failed("userdel bob"));
+}
+
+TEST_F(user_delete, goes_on_without_either_and_reports_the_account) {
+  smbpasswd().on("-x bob").fails(1);
+  machine.tool("userdel").on("bob").fails(1);
+  errno = 0;
+  EXPECT_EQ(sys_user_delete("bob"), ORV_E_COMMAND);
+  EXPECT_THAT(machine.commands(), ElementsAre("smbpasswd -x bob", "userdel bob"));
+  EXPECT_EQ(users(), "ann||other\n");
+  EXPECT_THAT(committed(), ElementsAreArray(all_files()));
+  EXPECT_EQ(machine.log(), failed("smbpasswd -x bob") + failed("userdel bob"));
 }
 
 TEST_F(user_delete, of_an_unknown_user_changes_no_line) {

@@ -114,6 +114,12 @@ class user_test : public sandbox_test {
     return shadow.substr(hash, shadow.find(':', hash) - hash);
   }
 
+  /// A name is in the password file, and its hash in the shadow file.
+  void expect_account(const std::string& name) {
+    EXPECT_THAT('\n' + machine.read("/etc/passwd"), testing::HasSubstr('\n' + name + ":x:1000:"));
+    EXPECT_THAT(hash_of(name), testing::MatchesRegex("\\$1\\$.{31}"));
+  }
+
   /// The kept copies of committed files, in the order in which a user's change commits them.
   sandbox::lines committed() {
     sandbox::lines files;
@@ -125,6 +131,21 @@ class user_test : public sandbox_test {
   }
   static sandbox::lines all_files() {
     return {"/etc/passwd", "/etc/shadow", "/etc/group", smb_file, user_file};
+  }
+
+  /// Of the kept copies that the next change makes, the n-th cannot be made.
+  void lose_kept_copy(int nth) {
+    // Beside the user file nothing can stand then, of which its copy would be a link.
+    machine.file("/var/lib/orv/rewrites", "");
+    machine.fail("mkstemp", EMFILE, nth);
+  }
+  /// That one was of the n-th of the five files, in their order. It would be there if its file were
+  /// committed a second time.
+  void expect_kept_but(int nth) {
+    sandbox::lines others = all_files();
+    const auto lost = static_cast<std::size_t>(nth) - 1;
+    if (lost < others.size()) others.erase(others.begin() + nth - 1);
+    EXPECT_THAT(committed(), testing::ElementsAreArray(others));
   }
 
   /// The content of every file that a change of users may touch.
