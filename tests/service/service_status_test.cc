@@ -161,6 +161,17 @@ TEST_F(share_status, takes_no_number_that_is_out_of_range) {
   EXPECT_EQ(machine.log(), "");
 }
 
+TEST_F(share_status, counts_a_negative_number_down_from_32_bits) {
+  for (const char* answer : {"-5\n", "-2\n", "-0\n", "-4294967295\n"}) {
+    EXPECT_EQ(status_of(answer), ORV_OK) << answer;
+  }
+  for (const char* answer : {"-1\n", " -1 812\n", "-4294967296\n", "-9223372036854775808\n",
+                             "-99999999999999999999999\n"}) {
+    EXPECT_EQ(status_of(answer), -1) << answer;
+  }
+  EXPECT_EQ(machine.log(), "");
+}
+
 TEST_F(share_status, takes_what_is_no_number_for_a_process) {
   for (const char* answer : {"\n", " \n", "no such process\n", "x812\n", "\xff\x80\n"}) {
     EXPECT_EQ(status_of(answer), ORV_OK) << answer;
