@@ -82,14 +82,25 @@ TEST_F(recycle_list, that_cannot_be_written_counts_more_than_a_missing_share) {
   EXPECT_EQ(nfs_recy_del(exports_recy_path, "x", ""), -2065);
 }
 
-TEST_F(recycle_list, needs_the_name_of_a_share) {
-  nfs("/mnt/a/ *(rw)\n");
-  EXPECT_EQ(nfs_recy_del(exports_recy_path, nullptr, ""), -1);
-  EXPECT_EQ(nfs_recy_del(exports_recy_path, "", ""), -1);
-  EXPECT_EQ(samba_recy_del(smb_recy_path, "\n", ""), -1);
-  EXPECT_EQ(share_recy_del(nullptr), -1);
-  EXPECT_EQ(nfs(), "/mnt/a/ *(rw)\n");
-  EXPECT_FALSE(machine.exists(smb_recy_path));
+TEST_F(recycle_list, is_rewritten_whole_for_a_name_that_no_share_has) {
+  const std::string nameless = "/mnt/a/ *(rw,sync,no_root_squash)\n";
+  const std::string section = "[ ]\n" + parked("a").substr(4);
+  for (const char* const name : {"", " \n", static_cast<const char*>(nullptr)}) {
+    machine.forget();
+    nfs("# comment\n" + nameless);
+    samba("# comment\n" + section);
+    EXPECT_EQ(nfs_recy_del(exports_recy_path, name, ""), -2067);
+    EXPECT_EQ(samba_recy_del(smb_recy_path, name, ""), -2067);
+    EXPECT_EQ(nfs(), nameless);
+    EXPECT_EQ(samba(), section);
+    EXPECT_EQ(machine.log(), refusal("nfs_recy_del", -2067, "No such file or directory") +
+                                 refusal("samba_recy_del", -2067, "No such file or directory"));
+  }
+  nfs("# comment\n" + nameless);
+  samba("# comment\n" + section);
+  EXPECT_EQ(share_recy_del(nullptr), -2067);
+  EXPECT_EQ(nfs(), nameless);
+  EXPECT_EQ(samba(), section);
 }
 
 // --- Both lists ----------------------------------------------------------------------------------
