@@ -121,5 +121,6 @@ TEST_F(ftp_parking, needs_a_record_with_a_name) {
   EXPECT_EQ(ftp_set_use(nullptr), -1);
   tag_share_config nameless = a_share("", "ftp");
   EXPECT_EQ(ftp_set_use(&nameless), -1);
+  EXPECT_STREQ(nameless.service, "");
   EXPECT_THAT(machine.commands(), testing::IsEmpty());
 }

@@ -96,3 +96,14 @@ TEST_F(parked_modification, changes_nothing_when_the_share_list_cannot_be_locked
   EXPECT_EQ(shares(), "no sense\n");
   EXPECT_EQ(share_recy_mod(nullptr), -1);
 }
+
+TEST_F(parked_modification, clears_the_service_of_a_record_that_is_refused_too) {
+  for (const char* const name : {"", " \n", "Globals"}) {
+    tag_share_config refused = a_share(name);
+    machine.forget();
+    EXPECT_EQ(share_recy_mod(&refused), -1) << name;
+    EXPECT_STREQ(refused.service, "") << name;
+    EXPECT_EQ(machine.log(), refusal("share_recy_mod", -1, "Invalid argument"));
+  }
+  EXPECT_FALSE(machine.exists(shares_path));
+}

@@ -128,3 +128,14 @@ TEST_F(share_parking, changes_nothing_when_the_share_list_cannot_be_locked_or_re
   tag_share_config nameless = a_share("");
   EXPECT_EQ(share_set_use(&nameless), -1);
 }
+
+TEST_F(share_parking, clears_the_service_of_a_record_that_is_refused_too) {
+  for (const char* const name : {"", " \n", "Globals"}) {
+    tag_share_config refused = a_share(name);
+    machine.forget();
+    EXPECT_EQ(share_set_use(&refused), -1) << name;
+    EXPECT_STREQ(refused.service, "") << name;
+    EXPECT_EQ(machine.log(), refusal("share_set_use", -1, "Invalid argument"));
+  }
+  EXPECT_FALSE(machine.exists(shares_path));
+}
