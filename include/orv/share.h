@@ -269,9 +269,9 @@ ORV_API int get_shareinfo_from_ietd(tag_shareconf_list* list);
 /// @param total  receives GiB, rounded down, plus 1
 /// @param used   receives GiB, rounded down, plus 1
 /// @param path   its first component stands for "/mnt": "/pool/data" is mounted at "/mnt/data"
-/// @return ORV_OK, also when there is no listing; ORV_E_FAILED when the path is not listed, which
-/// is
-///         not logged, or an argument is NULL. Without figures both numbers are unchanged.
+/// @return ORV_OK, also when there is no listing; ORV_E_FAILED when the path is not listed or the
+///         listing cannot be read, which is not logged, and for a NULL argument. Without figures
+///         both numbers are unchanged.
 ORV_API int get_sizeinfo_from_df(uint64_t* total, uint64_t* used, const char* path);
 
 // --- Share changes -------------------------------------------------------------------------------

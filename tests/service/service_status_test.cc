@@ -125,8 +125,9 @@ TEST_F(smb_status, does_not_take_the_first_answer_for_the_second) {
 TEST_F(smb_status, ends_with_the_first_daemon_when_that_one_does_not_run) {
   smbd().fails(1);
   EXPECT_EQ(smb_status_get(), -11000);
-  EXPECT_THAT(machine.commands(), ElementsAre("/bin/busybox pidof smbd > /tmp/smb_status.XXXXXX"));
-  EXPECT_EQ(machine.log_lines().size(), 1U);
+  const std::string asked = "/bin/busybox pidof smbd > /tmp/smb_status.XXXXXX";
+  EXPECT_THAT(machine.commands(), ElementsAre(asked));
+  EXPECT_THAT(machine.log_lines(), ElementsAre(failed(asked, "normal with exit(1)")));
 }
 
 TEST_F(smb_status, ends_with_the_first_daemon_when_its_answer_makes_no_sense) {
