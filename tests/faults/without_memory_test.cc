@@ -178,7 +178,7 @@ class share_change_without_memory : public share_test {
         const bool may_be_old = result != ORV_OK && now == text;
         EXPECT_TRUE(may_be_old || now == changed[path]) << at << ' ' << path << '\n' << now;
       }
-      has_failed |= result == ORV_E_FAILED;
+      has_failed = has_failed || result == ORV_E_FAILED;
       if (allocations <= at) break;
     }
     EXPECT_TRUE(has_failed);
@@ -216,7 +216,7 @@ TEST_F(share_change_without_memory, appends_a_missing_share_when_it_says_so) {
       faults::watch_allocations({.at = at});
       const int result = change(&share);
       const long allocations = faults::stop_allocations();
-      has_failed |= result == ORV_E_FAILED;
+      has_failed = has_failed || result == ORV_E_FAILED;
       if (result == ORV_E_NO_SHARE) {
         EXPECT_THAT(shares(), testing::StartsWith("[a]\n")) << at;
         EXPECT_EQ(smb(), change == share_mod ? global + offered("a") : global) << at;
