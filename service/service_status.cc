@@ -3,8 +3,10 @@
 
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <initializer_list>
+#include <limits>
 #include <string>
 
 #include "common/captured_output.h"
@@ -43,8 +45,15 @@ bool read_first_line(const std::string& path, char* line, int size) {
   return file && get_line_from_file(file.get(), nullptr, 0, nullptr, line, size) == 0;
 }
 
-/// What the appliance's `strtoul` gives for a number that does not fit its 32 bits.
-constexpr unsigned long number_out_of_range = 4294967295UL;
+/// What the appliance's `strtoul`, of 32 bits, gives for the number that a line begins with: a
+/// negative one is counted down from 2^32, and one that does not fit is all ones.
+uint32_t number_in(const char* line) {
+  constexpr long long largest = std::numeric_limits<uint32_t>::max();
+  const long long number = std::strtoll(line, nullptr, 10);
+  return static_cast<uint32_t>(-largest <= number && number <= largest ? number : largest);
+}
+
+constexpr uint32_t no_process = std::numeric_limits<uint32_t>::max();
 
 }  // namespace
 
@@ -65,7 +74,7 @@ int share_status_get(const char* path) try {
     return ORV_E_STATUS_OUTPUT;
   }
   // Only the number of the first process counts; a line that begins with no number passes.
-  return std::strtoul(line, nullptr, 10) < number_out_of_range ? ORV_OK : ORV_E_FAILED;
+  return number_in(line) == no_process ? ORV_E_FAILED : ORV_OK;
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }

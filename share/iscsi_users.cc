@@ -41,7 +41,8 @@ class reader {
   }
 
  private:
-  /// The users of a target that has no name, or is no listed share, belong to no share.
+  /// The users of a target that has no name, or is no listed share, belong to no share. Those of a
+  /// second target of one share follow the first one's behind a ",".
   void begin_target(std::string_view name) {
     share_ = name.empty() ? nullptr : shares_.find(name);
     if (share_ != nullptr) orv::set_text(share_->service, "iSCSI");

@@ -23,7 +23,7 @@ constexpr int logged_code = 0;
 /// "data" of "tid:1 name:iqn.2006-05.org.orv:data.20240131235959".
 std::string_view share_name(std::string_view line) {
   constexpr std::size_t name_field = 1;
-  const std::string_view field = orv::from_field(line, " ", name_field);
+  const std::string_view field = orv::before(orv::from_field(line, " ", name_field), " ");
   if (field.find(':') == std::string_view::npos) return {};
   return orv::trimmed(orv::without_stamp(orv::after_last(field, ':')));
 }

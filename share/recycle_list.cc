@@ -1,4 +1,3 @@
-#include <cerrno>
 #include <string>
 
 #include "common/log.h"
@@ -26,20 +25,18 @@ int read_parked(const orv::share_mode& file, tag_shareconf_list* list) {
   return file.read(descriptor, list) == ORV_OK ? ORV_OK : ORV_E_SHARES_READ;
 }
 
-/// The file is rewritten also when the share is not there.
+/// The file is rewritten also when the share is not there. No share is called by an empty name:
+/// what was read without one, such as an export of "/mnt/a/", stays.
 int remove_parked(const orv::share_mode& file, const char* name) {
   const std::string stored = orv::stored_name(orv::text_or_empty(name));
-  if (stored.empty()) {
-    errno = EINVAL;
-    return ORV_E_FAILED;
-  }
   orv::locked_files locks;
   orv::share_file parked(&file, locks);
   const int opened = parked.open(ORV_E_SERVICE_LOCKED);
   if (opened != ORV_OK) return opened;
-  const int removed = del_share_to_sharelist(stored.c_str(), parked.list());
+  const bool is_removed =
+      !stored.empty() && del_share_to_sharelist(stored.c_str(), parked.list()) == ORV_OK;
   if (parked.write() != ORV_OK) return ORV_E_SERVICE_WRITE;
-  return removed == ORV_OK ? ORV_OK : ORV_E_NO_SHARE;
+  return is_removed ? ORV_OK : ORV_E_NO_SHARE;
 }
 
 /// A share that is parked for NFS only is not in the Samba file.

@@ -6,8 +6,8 @@
 #include "common/text.h"
 
 int share_conf_set_value(char* dst, const char* word, const char* value) try {
-  if (dst == nullptr) return orv::log_missing_argument();
   if (orv::text_or_empty(value) != "1") return ORV_OK;
+  if (dst == nullptr) return orv::log_missing_argument();
   constexpr int capacity = sizeof(tag_share_config::service);
   std::string services(dst);
   if (!services.empty()) services += ',';

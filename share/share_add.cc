@@ -18,12 +18,7 @@ class service_shares {
     return (orv::is_iscsi(share) ? by_unstamped_name_ : by_name_).find(orv::text_of(share.name));
   }
 
-  /// False without memory.
-  bool append(const tag_share_config& share) {
-    tag_share_config* const appended = orv::append_copy(list_, share);
-    if (appended != nullptr) index(*appended);
-    return appended != nullptr;
-  }
+  void append(const tag_share_config& share) { index(orv::append_copy(list_, share)); }
 
  private:
   void index(tag_share_config& share) {
@@ -43,26 +38,25 @@ void update(tag_share_config& listed, const tag_share_config& share) {
   orv::set_text(listed.comment, orv::text_of(share.comment));
 }
 
-/// Brings a service's list in line with every share of that service. @return false without memory
-bool bring_in_line(tag_shareconf_list* service_list, tag_shareconf_list* shares,
+/// Brings a service's list in line with every share of that service.
+void bring_in_line(tag_shareconf_list* service_list, tag_shareconf_list* shares,
                    std::string_view service) {
   service_shares listed(service_list);
   for (const tag_share_config& share : orv::records(shares)) {
     if (tag_share_config* const match = listed.find(share)) {
       update(*match, share);
-    } else if (orv::text_of(share.service) == service && !listed.append(share)) {
-      return false;
+    } else if (orv::text_of(share.service) == service) {
+      listed.append(share);
     }
   }
-  return true;
 }
 
-int add(tag_share_config share) {
+int add(const tag_share_config& share) {
   orv::locked_files locks;
   orv::share_file shares(&orv::sharefolder, locks);
   int result = shares.open(ORV_E_SHARES_LOCKED);
   if (result != ORV_OK) return result;
-  if (add_share_to_sharelist(&share, shares.list()) != ORV_OK) {
+  if (!orv::add_share(shares.list(), share)) {
     result = ORV_E_SHARE_EXISTS;
   } else if (shares.write() != ORV_OK) {
     return ORV_E_SHARES_WRITE;
@@ -73,10 +67,8 @@ int add(tag_share_config share) {
   if (service.has_no_file()) return ORV_OK;
   const int opened = service.open(ORV_E_SERVICE_LOCKED);
   if (opened != ORV_OK) return opened;
-  if (!bring_in_line(service.list(), shares.list(), word) || service.write() != ORV_OK) {
-    return ORV_E_SERVICE_WRITE;
-  }
-  return result;
+  bring_in_line(service.list(), shares.list(), word);
+  return service.write() == ORV_OK ? result : ORV_E_SERVICE_WRITE;
 }
 
 }  // namespace

@@ -62,10 +62,14 @@ void store_names(tag_shareconf_list* list) {
   for (tag_share_config& share : records(list)) store_name(share);
 }
 
-std::string take_service(tag_share_config& share) {
-  std::string word(text_of(share.service));
-  set_text(share.service, "");
-  return word;
+std::optional<parking_request> take_request(tag_share_config* share) {
+  if (share == nullptr) return std::nullopt;
+  const tag_share_config asked = *share;
+  set_text(share->service, "");
+  if (!is_request(&asked)) return std::nullopt;
+  parking_request request{as_stored(asked), std::string(text_of(asked.service))};
+  set_text(request.share.service, "");
+  return request;
 }
 
 int finish(int result, const char* function, int line) {

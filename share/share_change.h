@@ -4,6 +4,7 @@
 #include <orv/share.h>
 
 #include <array>
+#include <optional>
 #include <string>
 
 #include "common/families.h"
@@ -76,8 +77,15 @@ tag_share_config as_stored(const tag_share_config& share);
 /// "/mnt/a=b" is the share "a b" of "/etc/sharefolder.conf".
 void store_names(tag_shareconf_list* list);
 
-/// Clears a request's service. @return the service word that it had
-std::string take_service(tag_share_config& share);
+/// A request for a share out of use, which is listed without a service.
+struct parking_request {
+  tag_share_config share;  ///< as stored, without its service
+  std::string service;     ///< the word that it had
+};
+
+/// Clears a record's service, before all else.
+/// @return the request; nothing for a record that asks for nothing
+std::optional<parking_request> take_request(tag_share_config* share);
 
 /// Logs a result that is not ORV_OK. @return the result
 int finish(int result, const char* function = __builtin_FUNCTION(), int line = __builtin_LINE());

@@ -1,6 +1,7 @@
 #include "share/share_list.h"
 
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "common/log.h"
@@ -38,14 +39,48 @@ void take_settings(tag_share_config& share, const tag_share_config& from) {
 
 namespace orv {
 
-tag_share_config* append_copy(tag_shareconf_list* list, const tag_share_config& share) {
+tag_share_config& append_copy(tag_shareconf_list* list, const tag_share_config& share) {
   tag_share_config* const copy = append(list);
-  if (copy == nullptr) return nullptr;
+  if (copy == nullptr) throw std::bad_alloc();
   set_text(copy->name, text_of(share.name));
   set_text(copy->path, text_of(share.path));
   set_text(copy->service, text_of(share.service));
   take_settings(*copy, share);
-  return copy;
+  return *copy;
+}
+
+bool add_share(tag_shareconf_list* list, const tag_share_config& share) {
+  if (find_by_name(list, text_of(share.name)) != nullptr) return false;
+  tag_share_config& added = append_copy(list, share);
+  added.size = share.size;
+  added.used = share.used;
+  return true;
+}
+
+bool mod_share(tag_shareconf_list* list, const tag_share_config& share) {
+  tag_share_config* const found = find_by_key(list, text_of(share.name));
+  if (found == nullptr) {
+    append_copy(list, share);
+    return false;
+  }
+  take_settings(*found, share);
+  if (text_of(found->service).empty()) {
+    set_text(found->path, text_of(share.path));
+    set_text(found->service, text_of(share.service));
+  }
+  return true;
+}
+
+bool mod_parked_share(tag_shareconf_list* list, const tag_share_config& share) {
+  tag_share_config* const found = find_by_name(list, text_of(share.name));
+  if (found == nullptr) {
+    append_copy(list, share);
+    return false;
+  }
+  take_settings(*found, share);
+  std::memset(found->service, 0, sizeof found->service);
+  set_text(found->service, text_of(share.service));
+  return true;
 }
 
 void append_user(tag_share_config& share, std::string_view user) {
@@ -66,30 +101,17 @@ bool is_iscsi(const tag_share_config& share) { return has_service(share, "iscsi"
 
 }  // namespace orv
 
-int add_share_to_sharelist(tag_share_config* share, tag_shareconf_list* list) {
+int add_share_to_sharelist(tag_share_config* share, tag_shareconf_list* list) try {
   if (share == nullptr || list == nullptr) return orv::log_missing_argument();
-  if (find_by_name(list, orv::text_of(share->name)) != nullptr) return ORV_E_FAILED;
-  tag_share_config* const added = orv::append_copy(list, *share);
-  if (added == nullptr) return ORV_E_FAILED;
-  added->size = share->size;
-  added->used = share->used;
-  return ORV_OK;
+  return orv::add_share(list, *share) ? ORV_OK : ORV_E_FAILED;
+} catch (const std::bad_alloc&) {
+  return orv::without_memory();
 }
 
 int mod_share_to_sharelist(tag_share_config* share, const char* /*ignored*/,
                            tag_shareconf_list* list) try {
   if (share == nullptr || list == nullptr) return orv::log_missing_argument();
-  tag_share_config* const found = find_by_key(list, orv::text_of(share->name));
-  if (found == nullptr) {
-    orv::append_copy(list, *share);
-    return ORV_E_FAILED;
-  }
-  take_settings(*found, *share);
-  if (orv::text_of(found->service).empty()) {
-    orv::set_text(found->path, orv::text_of(share->path));
-    orv::set_text(found->service, orv::text_of(share->service));
-  }
-  return ORV_OK;
+  return orv::mod_share(list, *share) ? ORV_OK : ORV_E_FAILED;
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }
@@ -110,15 +132,7 @@ tag_share_config* fine_share_in_list(tag_shareconf_list* list, const char* name)
 
 int mod_recy_list(tag_share_config* share, tag_shareconf_list* list) try {
   if (share == nullptr || list == nullptr) return orv::log_missing_argument();
-  tag_share_config* const found = find_by_name(list, orv::text_of(share->name));
-  if (found == nullptr) {
-    orv::append_copy(list, *share);
-    return ORV_E_FAILED;
-  }
-  take_settings(*found, *share);
-  std::memset(found->service, 0, sizeof found->service);
-  orv::set_text(found->service, orv::text_of(share->service));
-  return ORV_OK;
+  return orv::mod_parked_share(list, *share) ? ORV_OK : ORV_E_FAILED;
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }

@@ -9,9 +9,22 @@
 
 namespace orv {
 
+// The changes of a list throw `std::bad_alloc` without memory, and the list stays as it was: what
+// lacks a share for want of memory must not be written, nor told as a share that exists or is
+// missing.
+
 /// Appends a share with the name, path, comment, service, users and rights of another one.
-/// @return the new record, or NULL without memory
-tag_share_config* append_copy(tag_shareconf_list* list, const tag_share_config& share);
+/// @return the new record
+tag_share_config& append_copy(tag_shareconf_list* list, const tag_share_config& share);
+
+/// `add_share_to_sharelist`. @return false when the list has a share of this name
+bool add_share(tag_shareconf_list* list, const tag_share_config& share);
+
+/// `mod_share_to_sharelist`. @return false when the share was missing, and is appended
+bool mod_share(tag_shareconf_list* list, const tag_share_config& share);
+
+/// `mod_recy_list`. @return false when the share was missing, and is appended
+bool mod_parked_share(tag_shareconf_list* list, const tag_share_config& share);
 
 /// Appends a user to a share's list, unless it would have to be cut: half a name is another user.
 void append_user(tag_share_config& share, std::string_view user);

@@ -1,17 +1,16 @@
 #include "common/log.h"
 #include "common/text.h"
 #include "share/share_change.h"
+#include "share/share_list.h"
 
 namespace {
 
-int modify(tag_share_config share) {
+int modify(const tag_share_config& share) {
   orv::locked_files locks;
   orv::share_file shares(&orv::sharefolder, locks);
   int result = shares.open(ORV_E_SHARES_LOCKED);
   if (result != ORV_OK) return result;
-  if (mod_share_to_sharelist(&share, share.service, shares.list()) != ORV_OK) {
-    result = ORV_E_NO_SHARE;
-  }
+  if (!orv::mod_share(shares.list(), share)) result = ORV_E_NO_SHARE;
   if (shares.write() != ORV_OK) result = ORV_E_SHARES_WRITE;
 
   orv::share_file service(orv::find_mode(orv::share_mode_table, orv::text_of(share.service)),
@@ -20,9 +19,7 @@ int modify(tag_share_config share) {
   if (service.has_no_file()) return ORV_E_NO_SHARE;
   const int opened = service.open(ORV_E_SERVICE_LOCKED);
   if (opened != ORV_OK) return opened;
-  if (mod_share_to_sharelist(&share, share.service, service.list()) != ORV_OK) {
-    result = ORV_E_NO_SHARE;
-  }
+  if (!orv::mod_share(service.list(), share)) result = ORV_E_NO_SHARE;
   return service.write() == ORV_OK ? result : ORV_E_SERVICE_WRITE;
 }
 

@@ -1,6 +1,7 @@
 #include "common/log.h"
 #include "common/text.h"
 #include "share/share_change.h"
+#include "share/share_list.h"
 
 namespace {
 
@@ -16,12 +17,12 @@ int remove_live(orv::share_file& live, const tag_share_config& share, int result
 
 /// @param share    without its service: that is how it is listed when it is out of use
 /// @param service  the word of the service that it had
-int park(tag_share_config share, std::string_view service) {
+int park(const tag_share_config& share, std::string_view service) {
   orv::locked_files locks;
   orv::share_file shares(&orv::sharefolder, locks);
   int result = shares.open(ORV_E_SHARES_LOCKED);
   if (result != ORV_OK) return result;
-  if (mod_recy_list(&share, shares.list()) != ORV_OK) result = ORV_E_NO_SHARE;
+  if (!orv::mod_parked_share(shares.list(), share)) result = ORV_E_NO_SHARE;
   if (shares.write() != ORV_OK) return ORV_E_SHARES_WRITE;
 
   orv::share_file live(orv::find_mode(orv::share_mode_table, service), locks);
@@ -31,17 +32,16 @@ int park(tag_share_config share, std::string_view service) {
   orv::share_file parked(orv::find_mode(orv::share_mode_recy_table, service), locks);
   const int opened = parked.open(ORV_E_SERVICE_LOCKED);
   if (opened != ORV_OK) return opened;
-  if (add_share_to_sharelist(&share, parked.list()) != ORV_OK) result = ORV_E_SHARE_EXISTS;
+  if (!orv::add_share(parked.list(), share)) result = ORV_E_SHARE_EXISTS;
   return parked.write() == ORV_OK ? result : ORV_E_SERVICE_WRITE;
 }
 
 }  // namespace
 
 int share_set_use(tag_share_config* share) try {
-  if (!orv::is_request(share)) return orv::log_missing_argument();
-  tag_share_config request = orv::as_stored(*share);
-  orv::take_service(request);
-  return orv::finish(park(request, orv::take_service(*share)));
+  const auto request = orv::take_request(share);
+  if (!request) return orv::log_missing_argument();
+  return orv::finish(park(request->share, request->service));
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }

@@ -69,7 +69,8 @@ ORV_API int iscsi_status_get();
 /// Reads an answer of "pidof", whose first line holds process numbers separated by blanks.
 /// @param path  of the file that holds it; it must be writable too
 /// @return ORV_OK; ORV_E_STATUS_OUTPUT when the file cannot be opened or read, or is empty;
-///         ORV_E_FAILED when the first number is 4294967295 or more
+///         ORV_E_FAILED, which is not logged, when the first number is 4294967295 or does not fit
+///         32 bits. A negative number is counted down from 2^32: -1 is 4294967295.
 ORV_API int share_status_get(const char* path);
 
 // --- Record and list operations of connections ---------------------------------------------------

@@ -24,7 +24,7 @@
 /// that each of them means the same share by the same name.
 ///
 /// Failures. A file that could not be read is never rewritten. Readers, writers, locks and list
-/// operations log nothing but a missing argument and a lack of memory; every other operation logs
+/// operations log nothing but a missing argument and want of memory; every other operation logs
 /// its failure.
 ///
 /// Threads. The locks of Unix record locking hold between processes. Two operations of one process
@@ -239,8 +239,8 @@ ORV_API int get_shareinfo_from_shareconf(tag_shareconf_list* list);
 ORV_API int get_shareinfo_from_smbconf(tag_shareconf_list* list);
 /// Names of the users with an FTP configuration in "/etc/vsftpd", in the order of the directory.
 /// @param users  room for `max` names; a longer name is cut
-/// @return their number, at most `max`; ORV_E_FTP_USERS when the directory cannot be opened;
-///         ORV_E_FAILED for NULL
+/// @return their number, at most `max`; ORV_E_FTP_USERS when the directory cannot be opened, or not
+///         be read to its end; ORV_E_FAILED for NULL
 ORV_API int get_ftp_user(char users[][33], int max);
 /// Fills users and rights of the FTP shares, of at most 32 users.
 /// @return ORV_OK, also when there is no such user; ORV_E_FAILED for NULL
@@ -260,27 +260,29 @@ ORV_API int get_shareinfo_from_mount(tag_shareconf_list* list);
 ORV_API int get_shareinfo_from_df(tag_shareconf_list* list);
 /// Fills the paths of iSCSI volumes from "/proc/net/iet/volume" and appends volumes that are not
 /// listed. A unit belongs to the target line before it; further units of a target are ignored.
-/// @return ORV_OK, also when no target runs; ORV_E_COMMAND; ORV_E_EXPORTS when the volumes cannot
-///         be opened; ORV_E_FAILED for NULL
+/// @return ORV_OK, also when no target runs; ORV_E_COMMAND; ORV_E_EXPORTS when the copy of the
+///         volumes cannot be opened or read; ORV_E_FAILED for NULL
 ORV_API int get_shareinfo_from_iSCSI(tag_shareconf_list* list);
 /// Appends the users of iSCSI volumes from "/etc/ietd.conf".
-/// @return ORV_OK; ORV_E_COMMAND; ORV_E_IETD when the targets cannot be opened; ORV_E_FAILED for
-///         NULL
+/// @return ORV_OK; ORV_E_COMMAND; ORV_E_IETD when the copy of the targets cannot be opened or read;
+///         ORV_E_FAILED for NULL
 ORV_API int get_shareinfo_from_ietd(tag_shareconf_list* list);
 /// Reads the size of one path from the listing of df in "/tmp/df.info", when that is root's or the
 /// caller's own file and no link.
 /// @param total  receives GiB, rounded down, plus 1
 /// @param used   receives GiB, rounded down, plus 1
 /// @param path   its first component stands for "/mnt": "/pool/data" is mounted at "/mnt/data"
-/// @return ORV_OK, also when there is no listing; ORV_E_FAILED when the path is not listed or an
-///         argument is NULL. Without figures both numbers are unchanged.
+/// @return ORV_OK, also when there is no listing; ORV_E_FAILED when the path is not listed or the
+///         listing cannot be read, which is not logged, and for a NULL argument. Without figures
+///         both numbers are unchanged.
 ORV_API int get_sizeinfo_from_df(uint64_t* total, uint64_t* used, const char* path);
 
 // --- Share changes -------------------------------------------------------------------------------
 
 // Each change locks the files that it rewrites, without waiting, and releases them at its end. No
 // service is started, stopped or reloaded. Nothing is rolled back after a failure. A record or name
-// that is missing or empty gives ORV_E_FAILED.
+// that is missing or empty gives ORV_E_FAILED. Without memory for the change of a file's shares
+// that file is not written, and the result is ORV_E_FAILED.
 //
 // @return besides what is said below: ORV_E_SHARES_LOCKED when "/etc/sharefolder.conf" cannot be
 //         locked; ORV_E_SERVICE_LOCKED when another file cannot, or the service is not known;
@@ -312,14 +314,14 @@ ORV_API int share_mod(tag_share_config* share);
 ORV_API int share_del(const char* name, const char* mode);
 /// Takes a share out of use: it loses its service in "/etc/sharefolder.conf", is removed from the
 /// service's file and kept in the service's recycle file.
-/// @param share  `service` is empty afterwards
+/// @param share  `service` is empty afterwards, also of a record that is refused
 /// @return ORV_OK; ORV_E_NO_SHARE when a file did not have it; ORV_E_SHARE_EXISTS when the recycle
 ///         file has one of this name, which stays; ORV_E_SERVICE_LOCKED for FTP and iSCSI, which
 ///         have no recycle file, with the other files changed
 ORV_API int share_set_use(tag_share_config* share);
 /// Takes an FTP share out of use: unmounts its path, removes the mount point and its entry in the
 /// mount table, and the share loses its service in "/etc/sharefolder.conf".
-/// @param share  `service` is empty afterwards
+/// @param share  `service` is empty afterwards, also of a record that is refused
 /// @return ORV_OK, also when the mount point stays, which is logged; ORV_E_COMMAND when the path
 ///         cannot be unmounted or something is still mounted there: nothing else is changed then
 ORV_API int ftp_set_use(tag_share_config* share);
@@ -330,7 +332,7 @@ ORV_API int ftp_set_use(tag_share_config* share);
 ORV_API int forbid_share_del(const char* name);
 /// Adds a word to a comma-separated list when `value` is exactly "1".
 /// @param dst  list of services, in a buffer of 32 bytes
-/// @return ORV_OK; ORV_E_FAILED for a NULL list
+/// @return ORV_OK; ORV_E_FAILED for a NULL list that a word is to be added to
 ORV_API int share_conf_set_value(char* dst, const char* word, const char* value);
 
 // --- Recycle lists -------------------------------------------------------------------------------
@@ -341,6 +343,7 @@ ORV_API int read_samba_recy(const char* path, tag_shareconf_list* list);
 /// Appends the shares of an exports recycle file, in the same way.
 ORV_API int read_nfs_recy(const char* path, tag_shareconf_list* list);
 /// Removes a share from a Samba recycle file, which is rewritten also when it is not there.
+/// @param name  NULL and an empty name are that of no share
 /// @param word  not used
 /// @return ORV_OK; ORV_E_NO_SHARE; ORV_E_SERVICE_LOCKED; ORV_E_SHARES_READ; ORV_E_SERVICE_WRITE
 ORV_API int samba_recy_del(const char* path, const char* name, const char* word);
@@ -352,7 +355,8 @@ ORV_API int nfs_recy_del(const char* path, const char* name, const char* word);
 ORV_API int share_recy_del(const char* name);
 /// Changes a share that is out of use, in "/etc/sharefolder.conf" and in the recycle file of its
 /// former service; an FTP share only in the former.
-/// @param share  `service` is the former service, and empty afterwards
+/// @param share  `service` is the former service, and empty afterwards, also of a record that is
+///               refused
 /// @return ORV_OK; ORV_E_NO_SHARE when a file did not have the share, to which it is added;
 ///         otherwise as the share changes
 ORV_API int share_recy_mod(tag_share_config* share);

@@ -1,10 +1,14 @@
-/// Getters without memory for the records that they make: every allocation fails once.
+/// Getters without memory for the records that they make, and changes of shares: every allocation
+/// fails once.
 #include <orv.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <map>
+
 #include "allocations.h"
 #include "tests/sandbox/sandbox.h"
+#include "tests/share/share_machine.h"
 
 using testing::IsEmpty;
 
@@ -142,6 +146,89 @@ TEST_F(without_memory, iscsi_volumes_are_not_all_there) {
     return got;
   };
   expect_codes(ask, {ORV_E_EXPORTS, ORV_E_COMMAND, ORV_E_FAILED});
+}
+
+class share_change_without_memory : public share_test {
+ protected:
+  using texts = std::map<std::string, std::string>;
+
+  /// Files as no change before left them: nothing waits to complete one.
+  void put_back(const texts& files) {
+    machine.remove("/var/lib/orv");
+    for (const auto& [path, text] : files) machine.file(path, text);
+  }
+
+  /// Whichever allocation fails, no share is told to exist or to be missing, and each of the files
+  /// is as it was or as the change leaves it: a file that is written has all of its shares.
+  void expect_old_or_new(const texts& files, const std::function<int()>& change) {
+    put_back(files);
+    EXPECT_EQ(change(), ORV_OK);
+    texts changed;
+    for (const auto& [path, text] : files) changed[path] = machine.read(path);
+    bool has_failed = false;
+    for (long at = 0; at < 1000; ++at) {
+      put_back(files);
+      faults::watch_allocations({.at = at});
+      const int result = change();
+      const long allocations = faults::stop_allocations();
+      EXPECT_NE(result, ORV_E_SHARE_EXISTS) << at;
+      EXPECT_NE(result, ORV_E_NO_SHARE) << at;
+      for (const auto& [path, text] : files) {
+        const std::string now = machine.read(path);
+        const bool may_be_old = result != ORV_OK && now == text;
+        EXPECT_TRUE(may_be_old || now == changed[path]) << at << ' ' << path << '\n' << now;
+      }
+      has_failed = has_failed || result == ORV_E_FAILED;
+      if (allocations <= at) break;
+    }
+    EXPECT_TRUE(has_failed);
+  }
+};
+
+TEST_F(share_change_without_memory, adds_a_share_to_a_file_or_leaves_the_file) {
+  expect_old_or_new({{shares_path, listed("b") + listed("c")}, {smb_path, global + offered("b")}},
+                    [] {
+                      tag_share_config share = a_share("a");
+                      return share_add(&share);
+                    });
+}
+
+TEST_F(share_change_without_memory, parks_a_share_or_leaves_the_recycle_file) {
+  expect_old_or_new(
+      {{shares_path, listed("a")}, {smb_path, global + offered("a")}, {smb_recy_path, parked("b")}},
+      [] {
+        tag_share_config share = a_share("a");
+        return share_set_use(&share);
+      });
+}
+
+/// An appended share is told as one that was missing; want of memory is told otherwise. The list of
+/// shares has the one that is modified: a failure to write it is not told where the service misses
+/// the share.
+TEST_F(share_change_without_memory, appends_a_missing_share_when_it_says_so) {
+  const std::pair<int (*)(tag_share_config*), std::string> changes[] = {
+      {share_mod, listed("a")}, {share_recy_mod, ""}, {share_set_use, ""}};
+  for (const auto& [change, known] : changes) {
+    bool has_failed = false;
+    for (long at = 0; at < 1000; ++at) {
+      put_back({{shares_path, known}, {smb_path, global}, {smb_recy_path, ""}});
+      tag_share_config share = a_share("a");
+      faults::watch_allocations({.at = at});
+      const int result = change(&share);
+      const long allocations = faults::stop_allocations();
+      has_failed = has_failed || result == ORV_E_FAILED;
+      if (result == ORV_E_NO_SHARE) {
+        EXPECT_THAT(shares(), testing::StartsWith("[a]\n")) << at;
+        EXPECT_EQ(smb(), change == share_mod ? global + offered("a") : global) << at;
+        EXPECT_EQ(machine.read(smb_recy_path), change == share_mod ? "" : parked("a")) << at;
+      } else {
+        EXPECT_NE(result, ORV_OK) << at;
+        EXPECT_NE(result, ORV_E_SHARE_EXISTS) << at;
+      }
+      if (allocations <= at) break;
+    }
+    EXPECT_TRUE(has_failed);
+  }
 }
 
 class smart_without_memory : public without_memory {

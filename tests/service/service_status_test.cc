@@ -125,8 +125,9 @@ TEST_F(smb_status, does_not_take_the_first_answer_for_the_second) {
 TEST_F(smb_status, ends_with_the_first_daemon_when_that_one_does_not_run) {
   smbd().fails(1);
   EXPECT_EQ(smb_status_get(), -11000);
-  EXPECT_THAT(machine.commands(), ElementsAre("/bin/busybox pidof smbd > /tmp/smb_status.XXXXXX"));
-  EXPECT_EQ(machine.log_lines().size(), 1U);
+  const std::string asked = "/bin/busybox pidof smbd > /tmp/smb_status.XXXXXX";
+  EXPECT_THAT(machine.commands(), ElementsAre(asked));
+  EXPECT_THAT(machine.log_lines(), ElementsAre(failed(asked, "normal with exit(1)")));
 }
 
 TEST_F(smb_status, ends_with_the_first_daemon_when_its_answer_makes_no_sense) {
@@ -158,6 +159,17 @@ TEST_F(share_status, takes_no_number_that_is_out_of_range) {
     EXPECT_EQ(status_of(answer), -1) << answer;
   }
   EXPECT_EQ(status_of(std::string(100000, '9')), -1);
+  EXPECT_EQ(machine.log(), "");
+}
+
+TEST_F(share_status, counts_a_negative_number_down_from_32_bits) {
+  for (const char* answer : {"-5\n", "-2\n", "-0\n", "-4294967295\n"}) {
+    EXPECT_EQ(status_of(answer), ORV_OK) << answer;
+  }
+  for (const char* answer : {"-1\n", " -1 812\n", "-4294967296\n", "-9223372036854775808\n",
+                             "-99999999999999999999999\n"}) {
+    EXPECT_EQ(status_of(answer), -1) << answer;
+  }
   EXPECT_EQ(machine.log(), "");
 }
 

@@ -87,6 +87,7 @@ TEST_F(df_info, has_nothing_for_a_path_that_is_not_listed) {
   }
   EXPECT_EQ(sizes_in(""), "-1 11 12");
   EXPECT_EQ(sizes_in("/mnt/data\n/dev/a 5 5 5% /mnt/dat"), "-1 11 12");
+  EXPECT_EQ(machine.log(), "");
 }
 
 TEST_F(df_info, has_nothing_for_a_line_without_figures) {
@@ -103,6 +104,14 @@ TEST_F(df_info, compares_at_most_255_characters_of_the_mount_point) {
 TEST_F(df_info, changes_nothing_without_a_listing) {
   EXPECT_EQ(sizes_of("/pool/data"), "0 11 12");
   EXPECT_EQ(machine.log(), "");
+}
+
+TEST_F(df_info, changes_nothing_when_the_listing_cannot_be_opened) {
+  machine.file("/tmp/df.info", listing);
+  machine.fail("fopen", EACCES, 1);
+  EXPECT_EQ(sizes_of("/pool/data"), "0 11 12");
+  EXPECT_EQ(machine.log(), "");
+  EXPECT_EQ(sizes_of("/pool/data"), "0 10 4");
 }
 
 TEST_F(df_info, that_cannot_be_read_lists_nothing) {

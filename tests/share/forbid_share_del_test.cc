@@ -36,8 +36,10 @@ TEST_F(share_banishment, tells_when_one_file_did_not_have_the_share_and_goes_on)
   EXPECT_EQ(shares(), listed("a", ""));
   EXPECT_EQ(forbid_share_del("c"), -2067);
   EXPECT_EQ(machine.read(smb_recy_path), parked("a"));
+  machine.forget();
   EXPECT_EQ(forbid_share_del("d"), -2067);
   EXPECT_EQ(machine.read(exports_recy_path), exported("a"));
+  EXPECT_EQ(machine.log(), refusal("forbid_share_del", -2067, "No such file or directory"));
 }
 
 TEST_F(share_banishment, knows_an_iscsi_share_by_the_name_that_was_asked_for) {
@@ -95,6 +97,20 @@ TEST_F(share_banishment, changes_nothing_when_a_file_cannot_be_locked) {
   }
 }
 
+TEST_F(share_banishment, reads_each_file_before_it_locks_the_next) {
+  const char* const paths[] = {shares_path, smb_recy_path, exports_recy_path};
+  for (int i = 0; i < 2; ++i) {
+    const std::string good = machine.read(paths[i]);
+    machine.file(paths[i], "[ab\n");
+    {
+      const foreign_lock next(paths[i + 1]);
+      EXPECT_EQ(forbid_share_del("a"), -2063) << paths[i];
+    }
+    machine.file(paths[i], good);
+    expect_unchanged();
+  }
+}
+
 TEST_F(share_banishment, changes_nothing_when_a_file_cannot_be_read) {
   for (const char* path : {shares_path, smb_recy_path, exports_recy_path}) {
     const std::string good = machine.read(path);
@@ -148,6 +164,23 @@ TEST_F(share_banishment, writes_the_share_list_last) {
   machine.file(exports_recy_path, "");
   const file_size_limit full(30);
   EXPECT_EQ(forbid_share_del("a"), -2064);
+}
+
+TEST_F(share_banishment, has_changed_both_recycle_files_when_the_share_list_cannot_be_written) {
+  std::string many;
+  for (int i = 10; i < 30; ++i) many += listed(std::to_string(i));
+  shares(listed("a", "") + many);
+  machine.file("/etc/exports_recy.conf", "committed\n");
+  {
+    const file_size_limit full(1000);
+    EXPECT_EQ(forbid_share_del("a"), -2064);
+  }
+  EXPECT_EQ(machine.read(smb_recy_path), parked("c"));
+  EXPECT_EQ(machine.read(exports_recy_path), exported("d"));
+  EXPECT_TRUE(is_committed(smb_recy_path));
+  EXPECT_TRUE(is_committed("/etc/exports_recy.conf"));
+  EXPECT_EQ(shares(), many.substr(0, 1000));
+  EXPECT_FALSE(was_committed(shares_path));
 }
 
 TEST_F(share_banishment, needs_a_name) {

@@ -101,6 +101,41 @@ TEST_F(ftp_parking, goes_on_when_the_directory_cannot_be_removed) {
   EXPECT_EQ(shares(), listed("a", ""));
 }
 
+TEST_F(ftp_parking, goes_on_without_a_mount_table) {
+  machine.tool("umount").succeeds();
+  machine.remove("/etc/mdfstab");
+  EXPECT_EQ(park(), ORV_OK);
+  EXPECT_EQ(shares(), listed("a", ""));
+  EXPECT_EQ(machine.log(), "cannot open /etc/mdfstab or tmpfile for No such file or directory");
+}
+
+/// What makes the share list fail comes last: the path is unmounted and gone by then.
+TEST_F(ftp_parking, has_removed_the_path_when_the_share_list_fails) {
+  machine.tool("umount").succeeds();
+  const auto expect = [this](int code) {
+    machine.forget();
+    machine.file("/etc/mdfstab", table);
+    EXPECT_EQ(park(), code);
+    EXPECT_THAT(machine.commands(),
+                ElementsAre("umount /mnt/a > /dev/null", "chattr  -i /mnt/a > /dev/null",
+                            "rm -rf /mnt/a > /dev/null",
+                            "mv /tmp/mdfstab.XXXXXX /etc/mdfstab > /dev/null"));
+    EXPECT_EQ(machine.read("/etc/mdfstab"), "");
+  };
+  {
+    const foreign_lock lock(shares_path);
+    expect(-2060);
+  }
+  EXPECT_EQ(shares(), listed("a", "ftp"));
+  shares("no sense\n");
+  expect(-2063);
+  std::string many = listed("a", "ftp");
+  while (many.size() < 110000) many += listed("b" + std::to_string(many.size()), "ftp");
+  shares(many);
+  const file_size_limit full(100000);
+  expect(-2064);
+}
+
 TEST_F(ftp_parking, fails_when_the_share_list_cannot_be_locked_read_or_written) {
   machine.tool("umount").succeeds();
   {
@@ -121,5 +156,6 @@ TEST_F(ftp_parking, needs_a_record_with_a_name) {
   EXPECT_EQ(ftp_set_use(nullptr), -1);
   tag_share_config nameless = a_share("", "ftp");
   EXPECT_EQ(ftp_set_use(&nameless), -1);
+  EXPECT_STREQ(nameless.service, "");
   EXPECT_THAT(machine.commands(), testing::IsEmpty());
 }

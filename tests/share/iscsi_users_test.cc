@@ -143,6 +143,18 @@ TEST_F(unreadable_targets, are_reported_when_the_tool_fails) {
   EXPECT_THAT(list.told(), ElementsAre("disk|||iscsi||rw"));
 }
 
+TEST_F(unreadable_targets, are_reported_when_the_shell_is_killed) {
+  add("disk", "iscsi");
+  machine.remove("/bin/sh");
+  machine.file("/bin/sh", "#!/.sandbox/bin/bash\nkill -9 $$\n", 0755);
+  machine.file(ietd_path, target("disk", {"ann"}));
+  EXPECT_EQ(get_shareinfo_from_ietd(list.get()), ORV_E_COMMAND);
+  EXPECT_THAT(list.told(), ElementsAre("disk|||iscsi||rw"));
+  EXPECT_EQ(machine.log_lines().size(), 1U);
+  EXPECT_THAT(machine.log(), StartsWith("system(\"cat /etc/ietd.conf > /tmp/iscsi.XXXXXX\") "
+                                        "return unnormal with exit(0) for '"));
+}
+
 TEST_F(unreadable_targets, are_reported_without_a_temporary_file) {
   machine.fail("mkstemp", EMFILE);
   EXPECT_EQ(get_shareinfo_from_ietd(list.get()), ORV_E_COMMAND);

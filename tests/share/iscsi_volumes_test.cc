@@ -67,9 +67,15 @@ TEST_F(iscsi_volumes, change_the_first_share_of_their_name_whatever_its_service)
 TEST_F(iscsi_volumes, are_called_by_what_stands_between_the_last_colon_and_the_next_dot) {
   EXPECT_THAT(alone("tid:1 name:disk\n"), ElementsAre("disk|||iSCSI||rw"));
   EXPECT_THAT(alone("tid:1 name:iqn.x:a:b.c.d\n"), ElementsAre("b|||iSCSI||rw"));
-  EXPECT_THAT(alone("  tid:12   name:iqn.x:my disk.1 \r\n"), ElementsAre("my disk|||iSCSI||rw"));
+  EXPECT_THAT(alone("  tid:12   name:iqn.x:my_disk.1 \r\n"), ElementsAre("my_disk|||iSCSI||rw"));
   EXPECT_THAT(alone("tid:1 name:iqn.x:" + std::string(40, 'n') + ".1\n"),
               ElementsAre(std::string(32, 'n') + "|||iSCSI||rw"));
+}
+
+TEST_F(iscsi_volumes, are_called_by_the_second_field_of_their_line_only) {
+  EXPECT_THAT(alone("tid:1 name:iqn.x:disk.2024 state:1\n"), ElementsAre("disk|||iSCSI||rw"));
+  EXPECT_THAT(alone("tid:1 name:iqn.x:disk state:1.2\n"), ElementsAre("disk|||iSCSI||rw"));
+  EXPECT_THAT(alone("tid:1 name:iqn.x:my disk.1\n"), ElementsAre("my|||iSCSI||rw"));
 }
 
 TEST_F(iscsi_volumes, without_a_name_are_passed_over_with_their_units) {
@@ -113,7 +119,7 @@ TEST_F(iscsi_volumes, may_have_blanks_and_colons_in_their_path) {
 }
 
 TEST_F(iscsi_volumes, are_known_by_the_first_field_of_a_line) {
-  EXPECT_THAT(alone("\tlun:0 1 2 3 path:/before\nstid:1 name:iqn:x\ntid :1 name:iqn:a\n"
+  EXPECT_THAT(alone("\tlun:0 1 2 3 path:/before\nstid:1 name:iqn:x\ntid\t:1 name:iqn:a\n"
                     "TID:1 name:iqn:y\n" +
                     std::string(1000, 't') + "tid:1 name:iqn:z\n"),
               ElementsAre("a|||iSCSI||rw"));

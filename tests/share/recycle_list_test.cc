@@ -69,9 +69,29 @@ TEST_F(recycle_list, stays_when_it_cannot_be_locked_or_read) {
   nfs("/mnt/a ((((((\n");
   EXPECT_EQ(nfs_recy_del(exports_recy_path, "a", ""), -2063);
   EXPECT_EQ(nfs(), "/mnt/a ((((((\n");
-  const foreign_lock lock(exports_recy_path);
-  EXPECT_EQ(nfs_recy_del(exports_recy_path, "a", ""), -2061);
   EXPECT_EQ(nfs_recy_del(nullptr, "a", ""), -2061);
+}
+
+TEST_F(recycle_list, stays_while_it_is_locked) {
+  samba("# comment\n" + parked("a"));
+  nfs("# comment\n" + exported("a"));
+  {
+    const foreign_lock samba_lock(smb_recy_path);
+    const foreign_lock nfs_lock(exports_recy_path);
+    EXPECT_EQ(samba_recy_del(smb_recy_path, "a", ""), -2061);
+    EXPECT_EQ(nfs_recy_del(exports_recy_path, "a", ""), -2061);
+  }
+  EXPECT_EQ(samba(), "# comment\n" + parked("a"));
+  EXPECT_EQ(nfs(), "# comment\n" + exported("a"));
+  EXPECT_FALSE(machine.exists("/var/lib/orv"));
+}
+
+TEST_F(recycle_list, of_nfs_is_committed_by_another_name) {
+  nfs(exported("a") + exported("b"));
+  samba(parked("b"));
+  expect_commit_of_parked_exports([] { return nfs_recy_del(exports_recy_path, "a", ""); });
+  expect_commit_of_parked_exports([] { return share_recy_del("b"); });
+  EXPECT_EQ(nfs(), "");
 }
 
 TEST_F(recycle_list, that_cannot_be_written_counts_more_than_a_missing_share) {
@@ -80,16 +100,30 @@ TEST_F(recycle_list, that_cannot_be_written_counts_more_than_a_missing_share) {
   const file_size_limit full(20);
   EXPECT_EQ(samba_recy_del(smb_recy_path, "x", ""), -2065);
   EXPECT_EQ(nfs_recy_del(exports_recy_path, "x", ""), -2065);
+  EXPECT_EQ(samba(), parked("a").substr(0, 20));
+  EXPECT_EQ(nfs(), exported("a").substr(0, 20));
+  EXPECT_FALSE(machine.exists("/var/lib/orv/kept"));
 }
 
-TEST_F(recycle_list, needs_the_name_of_a_share) {
-  nfs("/mnt/a/ *(rw)\n");
-  EXPECT_EQ(nfs_recy_del(exports_recy_path, nullptr, ""), -1);
-  EXPECT_EQ(nfs_recy_del(exports_recy_path, "", ""), -1);
-  EXPECT_EQ(samba_recy_del(smb_recy_path, "\n", ""), -1);
-  EXPECT_EQ(share_recy_del(nullptr), -1);
-  EXPECT_EQ(nfs(), "/mnt/a/ *(rw)\n");
-  EXPECT_FALSE(machine.exists(smb_recy_path));
+TEST_F(recycle_list, is_rewritten_whole_for_a_name_that_no_share_has) {
+  const std::string nameless = "/mnt/a/ *(rw,sync,no_root_squash)\n";
+  const std::string section = "[ ]\n" + parked("a").substr(4);
+  for (const char* const name : {"", " \n", static_cast<const char*>(nullptr)}) {
+    machine.forget();
+    nfs("# comment\n" + nameless);
+    samba("# comment\n" + section);
+    EXPECT_EQ(nfs_recy_del(exports_recy_path, name, ""), -2067);
+    EXPECT_EQ(samba_recy_del(smb_recy_path, name, ""), -2067);
+    EXPECT_EQ(nfs(), nameless);
+    EXPECT_EQ(samba(), section);
+    EXPECT_EQ(machine.log(), refusal("nfs_recy_del", -2067, "No such file or directory") +
+                                 refusal("samba_recy_del", -2067, "No such file or directory"));
+  }
+  nfs("# comment\n" + nameless);
+  samba("# comment\n" + section);
+  EXPECT_EQ(share_recy_del(nullptr), -2067);
+  EXPECT_EQ(nfs(), nameless);
+  EXPECT_EQ(samba(), section);
 }
 
 // --- Both lists ----------------------------------------------------------------------------------

@@ -64,6 +64,42 @@ TEST_F(share_addition, of_a_share_that_exists_brings_the_service_in_line_all_the
   EXPECT_EQ(machine.log(), refusal("share_add", -2066, "File exists"));
 }
 
+class repeated_addition : public share_addition {
+ protected:
+  static constexpr char comment[] = "# what is = not read\n";
+
+  repeated_addition() { shares(comment + listed("a")); }
+  ~repeated_addition() override {
+    EXPECT_EQ(shares(), comment + listed("a"));
+    EXPECT_FALSE(was_committed(shares_path));
+  }
+  void expect(int code, const std::string& service = "samba") {
+    EXPECT_EQ(add(a_share("a", service)), code);
+  }
+};
+
+TEST_F(repeated_addition, tells_that_the_service_is_locked) {
+  const foreign_lock lock(smb_path);
+  expect(-2061);
+}
+
+TEST_F(repeated_addition, tells_that_the_service_is_not_known) { expect(-2061, "none"); }
+
+TEST_F(repeated_addition, tells_that_the_service_cannot_be_read) {
+  smb("[ab\n");
+  expect(-2063);
+  EXPECT_EQ(smb(), "[ab\n");
+}
+
+TEST_F(repeated_addition, tells_that_the_service_cannot_be_written) {
+  const std::string settings = "[global]\n" + std::string(1000, '#') + "\n";
+  smb(settings);
+  const file_size_limit full(1050);
+  expect(-2065);
+  EXPECT_EQ(smb(), (settings + offered("a", "")).substr(0, 1050));
+  EXPECT_FALSE(was_committed(smb_path));
+}
+
 TEST_F(share_addition, finds_iscsi_targets_by_their_names_without_stamps) {
   shares(listed("v", "iscsi") + listed("v.1", "iscsi"));
   machine.file(ietd_path, "Target x:v.20240101000000\n\tIncomingUser ann x\n\tLun 0 Path=/old\n");

@@ -42,6 +42,34 @@ TEST_F(share_removal, of_an_ftp_share_changes_the_share_list_only) {
   EXPECT_EQ(machine.list("/etc"), (sandbox::lines{"samba", "sharefolder.conf"}));
 }
 
+TEST_F(share_removal, of_an_unknown_ftp_share_rewrites_the_share_list) {
+  shares("# what is = not read\n" + listed("a", "ftp"));
+  EXPECT_EQ(share_del("unknown", "ftp"), ORV_OK);
+  EXPECT_EQ(shares(), listed("a", "ftp"));
+  EXPECT_TRUE(is_committed(shares_path));
+  EXPECT_EQ(machine.log(), "");
+}
+
+TEST_F(share_removal, leaves_a_service_that_cannot_be_written_as_far_as_it_was) {
+  shares(listed("a") + listed("n", "nfs"));
+  const std::string kept = global + offered("b");
+  smb(kept + offered("a"));
+  exports(exported("m") + exported("n") + exported("o"));
+  {
+    const file_size_limit full(kept.size() - 10);
+    EXPECT_EQ(share_del("a", "samba"), -2065);
+  }
+  EXPECT_EQ(smb(), kept.substr(0, kept.size() - 10));
+  EXPECT_FALSE(was_committed(smb_path));
+  {
+    const file_size_limit full(exported("m").size() + 10);
+    EXPECT_EQ(share_del("n", "nfs"), -2065);
+  }
+  EXPECT_EQ(exports(), exported("m") + exported("o").substr(0, 10));
+  EXPECT_FALSE(was_committed(exports_path));
+  EXPECT_EQ(shares(), listed("a") + listed("n", "nfs"));
+}
+
 TEST_F(share_removal, tells_when_one_of_the_files_did_not_have_the_share) {
   shares(listed("a") + listed("b"));
   smb(global + offered("b") + offered("c"));

@@ -123,6 +123,31 @@ TEST_F(share_get_of, volumes_that_cannot_be_read_ends_before_the_targets) {
   EXPECT_THAT(machine.commands(), IsEmpty());
 }
 
+TEST_F(share_get_of, volumes_whose_copy_cannot_be_opened_ends_before_the_targets) {
+  machine.fail("fopen", EMFILE, 5);
+  EXPECT_EQ(share_get(list.get()), ORV_E_EXPORTS);
+  EXPECT_THAT(list.told(), ElementsAre("photos|of photos|/mnt/photos|samba|ann,bob|ro",
+                                       "films|of films|/mnt/films|nfs|10.0.0.0/24|ro",
+                                       "inbox|of inbox|/mnt/inbox|ftp|eve|ro",
+                                       "disk|Filesystem unmounted|/mnt/disk|iSCSI||rw"));
+  EXPECT_THAT(machine.commands(), ElementsAre("cat /proc/net/iet/volume > /tmp/iscsi.XXXXXX"));
+  ASSERT_EQ(machine.log_records().size(), 1U);
+  EXPECT_EQ(machine.log_records()[0].text,
+            "get_shareinfo_from_iSCSI:914 return 0 with Too many open files\n");
+}
+
+TEST_F(share_get_of, targets_whose_copy_cannot_be_opened_fails_with_all_that_is_known) {
+  machine.fail("fopen", EMFILE, 6);
+  EXPECT_EQ(share_get(list.get()), ORV_E_IETD);
+  EXPECT_EQ(list.told().size(), 4U);
+  EXPECT_EQ(list.told()[3], "disk|Filesystem unmounted|/mnt/pool/disk|iSCSI||rw");
+  EXPECT_THAT(machine.commands(), ElementsAre("cat /proc/net/iet/volume > /tmp/iscsi.XXXXXX",
+                                              "cat /etc/ietd.conf > /tmp/iscsi.XXXXXX"));
+  ASSERT_EQ(machine.log_records().size(), 1U);
+  EXPECT_EQ(machine.log_records()[0].text,
+            "get_shareinfo_from_ietd:705 return 0 with Too many open files\n");
+}
+
 TEST_F(share_get_of, a_list_without_a_list_is_refused) {
   expect_refusal_of_null(share_get, "share_get");
 }

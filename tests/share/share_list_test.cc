@@ -164,4 +164,8 @@ TEST_F(share_list_operation, service_words_are_joined_when_they_are_set) {
   for (int i = 0; i < 9; ++i) share_conf_set_value(services, "nfs", "1");
   EXPECT_EQ(std::string(services).size(), 31U);
   EXPECT_EQ(share_conf_set_value(nullptr, "nfs", "1"), -1);
+  machine.forget();
+  EXPECT_EQ(share_conf_set_value(nullptr, "nfs", "0"), ORV_OK);
+  EXPECT_EQ(share_conf_set_value(nullptr, "nfs", nullptr), ORV_OK);
+  EXPECT_EQ(machine.log(), "");
 }

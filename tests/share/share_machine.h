@@ -246,6 +246,15 @@ class share_test : public sandbox_test {
     return list.told();
   }
 
+  /// What is committed behind a change of the parked exports has another name than their file.
+  void expect_commit_of_parked_exports(const std::function<int()>& change) {
+    machine.remove("/var/lib/orv");
+    machine.file("/etc/exports_recy.conf", "committed\n");
+    EXPECT_EQ(change(), ORV_OK);
+    EXPECT_TRUE(is_committed("/etc/exports_recy.conf"));
+    EXPECT_FALSE(was_committed(exports_recy_path));
+  }
+
   /// The names of the shares in a file.
   sandbox::lines names_in(const char* path, share_reader reader) {
     const open_file file(path);

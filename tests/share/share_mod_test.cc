@@ -63,6 +63,15 @@ TEST_F(share_modification, of_an_ftp_share_changes_the_share_list_and_reports_it
   EXPECT_EQ(machine.list("/etc"), (sandbox::lines{"samba", "sharefolder.conf"}));
 }
 
+TEST_F(share_modification, of_an_ftp_share_reports_it_missing_also_when_nothing_can_be_written) {
+  shares(listed("a", "ftp"));
+  const file_size_limit full(20);
+  EXPECT_EQ(modify("a", "ftp"), -2067);
+  EXPECT_EQ(shares(), listed("a", "ftp", "new").substr(0, 20));
+  EXPECT_FALSE(was_committed(shares_path));
+  EXPECT_EQ(machine.log(), refusal("share_mod", -2067, "No such file or directory"));
+}
+
 TEST_F(share_modification, goes_on_when_the_share_list_cannot_be_written) {
   shares(listed("a", "nfs"));
   exports(exported("a"));
@@ -89,6 +98,29 @@ TEST_F(share_modification, fails_when_the_service_cannot_be_locked_read_or_writt
   }
   const foreign_lock lock(smb_path);
   EXPECT_EQ(modify("a"), -2061);
+}
+
+TEST_F(share_modification, stays_in_the_share_list_while_the_service_is_locked) {
+  shares(listed("a"));
+  smb("# comment\n" + offered("a"));
+  const foreign_lock lock(smb_path);
+  EXPECT_EQ(modify("a"), -2061);
+  EXPECT_EQ(shares(), listed("a", "samba", "new"));
+  EXPECT_TRUE(is_committed(shares_path));
+  EXPECT_EQ(smb(), "# comment\n" + offered("a"));
+  EXPECT_FALSE(was_committed(smb_path));
+}
+
+TEST_F(share_modification, stays_in_the_share_list_when_the_service_cannot_be_written) {
+  const std::string settings = "[global]\n" + std::string(1000, '#') + "\n";
+  shares(listed("a"));
+  smb(settings + offered("a"));
+  const file_size_limit full(1050);
+  EXPECT_EQ(modify("a"), -2065);
+  EXPECT_EQ(shares(), listed("a", "samba", "new"));
+  EXPECT_TRUE(is_committed(shares_path));
+  EXPECT_EQ(smb(), (settings + modified("a", "/mnt/a")).substr(0, 1050));
+  EXPECT_FALSE(was_committed(smb_path));
 }
 
 TEST_F(share_modification, changes_nothing_when_the_share_list_cannot_be_locked_or_read) {

@@ -88,6 +88,42 @@ TEST_F(parked_modification, fails_when_a_file_cannot_be_written) {
   EXPECT_EQ(modify("a"), -2064);
 }
 
+TEST_F(parked_modification, leaves_the_recycle_file_when_the_share_list_cannot_be_written) {
+  shares(listed("a", ""));
+  machine.file(smb_recy_path, "# comment\n" + parked("a"));
+  const file_size_limit full(20);
+  EXPECT_EQ(modify("a"), -2064);
+  EXPECT_EQ(shares(), listed("a", "", "new").substr(0, 20));
+  EXPECT_FALSE(was_committed(shares_path));
+  EXPECT_EQ(machine.read(smb_recy_path), "# comment\n" + parked("a"));
+  EXPECT_FALSE(was_committed(smb_recy_path));
+}
+
+TEST_F(parked_modification, has_changed_the_share_list_when_the_recycle_file_cannot_be_written) {
+  const std::string others = parked(std::string(32, 'x')) + parked(std::string(32, 'y'));
+  shares(listed("a", ""));
+  machine.file(smb_recy_path, others + parked("a"));
+  const auto size = others.size() + 20;
+  const file_size_limit full(size);
+  EXPECT_EQ(modify("a"), -2065);
+  EXPECT_EQ(shares(), listed("a", "", "new"));
+  EXPECT_TRUE(is_committed(shares_path));
+  EXPECT_EQ(machine.read(smb_recy_path), (others + modified("a")).substr(0, size));
+  EXPECT_FALSE(was_committed(smb_recy_path));
+}
+
+TEST_F(parked_modification, locks_the_share_list_first) {
+  const foreign_lock recycled(smb_recy_path);
+  const foreign_lock list(shares_path);
+  EXPECT_EQ(modify("a"), -2060);
+}
+
+TEST_F(parked_modification, of_an_export_commits_another_name_than_its_recycle_file) {
+  shares(listed("a", ""));
+  machine.file(exports_recy_path, exported("a"));
+  expect_commit_of_parked_exports([this] { return modify("a", "nfs"); });
+}
+
 TEST_F(parked_modification, changes_nothing_when_the_share_list_cannot_be_locked_or_read) {
   shares("no sense\n");
   EXPECT_EQ(modify("a"), -2063);
@@ -95,4 +131,15 @@ TEST_F(parked_modification, changes_nothing_when_the_share_list_cannot_be_locked
   EXPECT_EQ(modify("a"), -2060);
   EXPECT_EQ(shares(), "no sense\n");
   EXPECT_EQ(share_recy_mod(nullptr), -1);
+}
+
+TEST_F(parked_modification, clears_the_service_of_a_record_that_is_refused_too) {
+  for (const char* const name : {"", " \n", "Globals"}) {
+    tag_share_config refused = a_share(name);
+    machine.forget();
+    EXPECT_EQ(share_recy_mod(&refused), -1) << name;
+    EXPECT_STREQ(refused.service, "") << name;
+    EXPECT_EQ(machine.log(), refusal("share_recy_mod", -1, "Invalid argument"));
+  }
+  EXPECT_FALSE(machine.exists(shares_path));
 }

@@ -70,6 +70,25 @@ TEST_F(share_parking, tells_when_the_share_is_parked_already) {
   EXPECT_TRUE(is_committed(smb_recy_path));
 }
 
+TEST_F(share_parking, tells_rather_that_the_share_is_parked_than_that_it_was_missing) {
+  for (const std::string& list : {listed("a"), std::string()}) {
+    machine.forget();
+    shares(list);
+    smb(global);
+    machine.file(smb_recy_path, parked("a", "old"));
+    EXPECT_EQ(park("a"), -2066);
+    EXPECT_EQ(machine.read(smb_recy_path), parked("a", "old"));
+    EXPECT_EQ(machine.log(), refusal("share_set_use", -2066, "File exists"));
+  }
+}
+
+TEST_F(share_parking, of_an_export_commits_another_name_than_its_recycle_file) {
+  shares(listed("a", "nfs"));
+  exports(exported("a"));
+  expect_commit_of_parked_exports([this] { return park("a", "nfs"); });
+  EXPECT_EQ(machine.read(exports_recy_path), exported("a"));
+}
+
 TEST_F(share_parking, stops_where_a_file_cannot_be_locked_or_read) {
   const std::string live = global + offered("a");
   shares(listed("a"));
@@ -131,6 +150,35 @@ TEST_F(share_parking, stops_where_a_file_cannot_be_written) {
   EXPECT_EQ(park("a"), -2065);
 }
 
+TEST_F(share_parking, has_changed_the_share_list_when_the_live_file_cannot_be_written) {
+  const std::string settings = "[global]\n" + std::string(1000, '#') + "\n";
+  shares(listed("a"));
+  smb(settings + offered("b") + offered("a"));
+  const file_size_limit full(1050);
+  EXPECT_EQ(park("a"), -2065);
+  EXPECT_EQ(shares(), listed("a", ""));
+  EXPECT_TRUE(is_committed(shares_path));
+  EXPECT_EQ(smb(), (settings + offered("b")).substr(0, 1050));
+  EXPECT_FALSE(was_committed(smb_path));
+  EXPECT_FALSE(machine.exists(smb_recy_path));
+}
+
+TEST_F(share_parking, has_changed_both_lists_when_the_recycle_file_cannot_be_written) {
+  const std::string many = parked(std::string(32, 'x')) + parked(std::string(32, 'y'));
+  shares(listed("a"));
+  smb(global + offered("a"));
+  machine.file(smb_recy_path, many);
+  const auto size = many.size() + 10;
+  const file_size_limit full(size);
+  EXPECT_EQ(park("a"), -2065);
+  EXPECT_EQ(shares(), listed("a", ""));
+  EXPECT_EQ(smb(), global);
+  EXPECT_TRUE(is_committed(shares_path));
+  EXPECT_TRUE(is_committed(smb_path));
+  EXPECT_EQ(machine.read(smb_recy_path), (many + parked("a")).substr(0, size));
+  EXPECT_FALSE(was_committed(smb_recy_path));
+}
+
 TEST_F(share_parking, changes_nothing_when_the_share_list_cannot_be_locked_or_read) {
   shares("no sense\n");
   EXPECT_EQ(park("a"), -2063);
@@ -141,4 +189,15 @@ TEST_F(share_parking, changes_nothing_when_the_share_list_cannot_be_locked_or_re
   EXPECT_EQ(share_set_use(nullptr), -1);
   tag_share_config nameless = a_share("");
   EXPECT_EQ(share_set_use(&nameless), -1);
+}
+
+TEST_F(share_parking, clears_the_service_of_a_record_that_is_refused_too) {
+  for (const char* const name : {"", " \n", "Globals"}) {
+    tag_share_config refused = a_share(name);
+    machine.forget();
+    EXPECT_EQ(share_set_use(&refused), -1) << name;
+    EXPECT_STREQ(refused.service, "") << name;
+    EXPECT_EQ(machine.log(), refusal("share_set_use", -1, "Invalid argument"));
+  }
+  EXPECT_FALSE(machine.exists(shares_path));
 }
