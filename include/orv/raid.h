@@ -243,9 +243,9 @@ ORV_API int disk_set_hotspare(const char* dev, int flag);
 ORV_API int clear_disk(const char* dev);
 
 /// Applies `hotspare` (1 add, -1 remove, 0 nothing) of each requested disk, named by `ch` and
-/// `enclosure`. A disk is wiped before it becomes a spare; a request without a disk is skipped. One
-/// that is not wiped because the kernel itself uses it does not become a spare, which is logged: a
-/// rebuild would overwrite what is on it.
+/// `enclosure`. A disk is wiped before it becomes a spare, which it becomes also when its wiping
+/// fails; a request without a disk is skipped. One that is not wiped because the kernel itself uses
+/// it does not become a spare, which is logged: a rebuild would overwrite what is on it.
 /// @return ORV_OK whatever the tools returned; the code of the disk list when it could not be read,
 ///         or ORV_E_NO_DISK when a disk to change has no device name (model KTA7120U), and then
 ///         nothing is run; ORV_E_FAILED for NULL

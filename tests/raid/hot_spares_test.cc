@@ -142,7 +142,7 @@ TEST_F(hot_spares, disk_that_the_kernel_uses_becomes_no_spare) {
 
 /// Of a disk that is refused, which is logged once, no tool hears.
 int hot_spares::refusals_when_open_fails(int error, const std::string& why) {
-  constexpr int more_calls_than_there_are = 30;
+  constexpr int more_calls_than_there_are = 10;
   int refusals = 0;
   for (int nth = 1; nth <= more_calls_than_there_are; ++nth) {
     machine.forget();
