@@ -48,13 +48,26 @@ bool changes_spares(const tag_disk_info& request) {
   return request.hotspare == 1 || request.hotspare == -1;
 }
 
+struct wipe_outcome {
+  bool is_refused;  ///< the kernel uses the disk, and the tool was not run
+  int result;       ///< ORV_OK, or the result of the log call
+};
+
+/// The kernel is asked once: its answer may change while the tool runs.
+wipe_outcome wipe(const char* dev) {
+  const orv::command format("/usr/local/bin/diskformat /dev/%s", dev);
+  if (format.error() == 0 && orv::kernel_uses(orv::text_or_empty(dev))) {
+    return {true, orv::log_not_run(format)};
+  }
+  return {false, orv::execute(format)};
+}
+
 void change_spare(const tag_disk_info& request, const tag_disk_info* disk) {
   if (disk == nullptr) return;
-  const bool is_added = request.hotspare == 1;
-  // A disk is wiped before it becomes a spare.
-  if (is_added) clear_disk(disk->name);
-  // Of one that the kernel uses a rebuild would overwrite what is not to be wiped.
-  if (!is_added || !orv::kernel_uses(disk->name)) disk_set_hotspare(disk->name, request.hotspare);
+  // A disk is wiped before it becomes a spare, which it becomes also when that failed. Of one that
+  // the kernel uses a rebuild would overwrite what is not to be wiped.
+  if (request.hotspare == 1 && wipe(disk->name).is_refused) return;
+  disk_set_hotspare(disk->name, request.hotspare);
 }
 
 void clear_requested(const tag_disk_info& request, const tag_disk_info* disk) {
@@ -73,11 +86,7 @@ int disk_set_hotspare(const char* dev, int flag) try {
   return orv::without_memory();
 }
 
-int clear_disk(const char* dev) try {
-  const orv::command wipe("/usr/local/bin/diskformat /dev/%s", dev);
-  if (wipe.error() != 0 || !orv::kernel_uses(orv::text_or_empty(dev))) return orv::execute(wipe);
-  return orv::log_not_run(wipe);
-} catch (const std::bad_alloc&) {
+int clear_disk(const char* dev) try { return wipe(dev).result; } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }
 

@@ -24,6 +24,7 @@ bool has_physical_volume(const tag_vg_info& vg, tag_diskinfo_list* disks, const 
   for (const tag_pv_info& pv : orv::records(&vg.pvs)) {
     char device[256];
     read_device_name(pv, disks, device);
+    // As for hot spares below, marks are seen through: a failed member is still somebody's disk.
     if (found_disk(list, device) != 0) return true;
   }
   return false;

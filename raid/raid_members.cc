@@ -77,6 +77,7 @@ int check_free(const array_and_disk& named, const char* ch) {
 
 int check_failed(const array_and_disk& named, const char* ch) {
   const tag_md_info& array = *named.array();
+  // Membership is asked without marks, since a failed member always bears one.
   if (found_disk(array.disks, named.device()) == 0) {
     liborv_log_error("'%s' is not in %s", ch, array.name);
     return ORV_E_NO_DISK;

@@ -91,8 +91,9 @@ ORV_API int get_mdinfo_from_mdadm(tag_mdinfo_list* list);
 
 /// Fills members and enclosure of the listed arrays from sysfs and recomputes the state. The
 /// enclosure stays empty when the disks cannot be listed.
-/// @return ORV_OK; ORV_E_MD_SYSFS, also when a member's state cannot be opened though the member is
-///         there; ORV_E_FAILED
+/// @return ORV_OK; ORV_E_MD_SYSFS, also when the directory of an array cannot be read to its end,
+/// or
+///         a member's state cannot be opened though the member is there; ORV_E_FAILED
 ORV_API int get_mdinfo_from_sysblock(tag_mdinfo_list* list);
 
 /// Fills the rebuild progress of the listed arrays that are recovering or resyncing.
@@ -220,11 +221,14 @@ ORV_API int found_disk(const char* members, const char* names);
 ORV_API int get_disk_state(const char* dev, const char* members);
 /// @return number of items of a comma-separated list
 ORV_API int count_disks(const char* list);
-/// @return 1 when a global hot spare is among the members of the record, else 0
+/// @return 1 when a global hot spare is among the members of the record, also as one with a mark
+///         such as "(F)", else 0
 ORV_API int check_spare_disk(tag_md_info* md);
-/// @return 1 when a member or spare of the record is a physical volume, else 0
+/// @return 1 when a member, also one with a mark such as "(F)", or a spare of the record is a
+///         physical volume, else 0
 ORV_API int check_pv_disk(tag_md_info* md);
-/// @return 1 when a physical volume of the group is among the items of `list`, else 0
+/// @return 1 when a physical volume of the group is among the items of `list`, also as one with a
+///         mark such as "(F)", else 0
 ORV_API int found_pv_raid(tag_vg_info* vg, const char* list);
 
 // --- Hot spares and clearing ---------------------------------------------------------------------
@@ -239,9 +243,9 @@ ORV_API int disk_set_hotspare(const char* dev, int flag);
 ORV_API int clear_disk(const char* dev);
 
 /// Applies `hotspare` (1 add, -1 remove, 0 nothing) of each requested disk, named by `ch` and
-/// `enclosure`. A disk is wiped before it becomes a spare; a request without a disk is skipped. One
-/// that is not wiped because the kernel itself uses it does not become a spare, which is logged: a
-/// rebuild would overwrite what is on it.
+/// `enclosure`. A disk is wiped before it becomes a spare, which it becomes also when its wiping
+/// fails; a request without a disk is skipped. One that is not wiped because the kernel itself uses
+/// it does not become a spare, which is logged: a rebuild would overwrite what is on it.
 /// @return ORV_OK whatever the tools returned; the code of the disk list when it could not be read,
 ///         or ORV_E_NO_DISK when a disk to change has no device name (model KTA7120U), and then
 ///         nothing is run; ORV_E_FAILED for NULL

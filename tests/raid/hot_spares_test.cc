@@ -1,6 +1,8 @@
+#include <cerrno>
 #include <climits>
 
 #include "tests/raid/machine_with_disks.h"
+#include "tests/sandbox/bend.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -13,6 +15,18 @@ class hot_spares : public machine_with_disks {
     machine.tool("/usr/local/bin/hotspare").on("-r ...").if_asked();
     machine.tool("/usr/local/bin/diskformat").on("...").if_asked();
   }
+
+  /// In how many of the calls of open(2) its failure keeps a disk from becoming a spare.
+  int refusals_when_open_fails(int error, const std::string& why);
+
+  /// The kernel uses the device from the first open(2) on that finds the note of its wiping.
+  void use_once_wiped(const std::string& device) {
+    sandbox::before("open", [this, device] {
+      if (machine.exists("/told/wiped")) return machine.in_use(device);
+      use_once_wiped(device);
+    });
+  }
+
   disk_request request;
 };
 
@@ -126,6 +140,51 @@ TEST_F(hot_spares, disk_that_the_kernel_uses_becomes_no_spare) {
                           "Device or resource busy'"));
 }
 
+/// Of a disk that is refused, which is logged once, no tool hears.
+int hot_spares::refusals_when_open_fails(int error, const std::string& why) {
+  constexpr int more_calls_than_there_are = 10;
+  int refusals = 0;
+  for (int nth = 1; nth <= more_calls_than_there_are; ++nth) {
+    machine.forget();
+    machine.fail("open", error, nth);
+    const int code = disks_hotspare_set(request.get());
+    machine.fail("open", error, INT_MAX);  // No call of the machine's own.
+    const sandbox::lines run = changes();
+    if (run.empty() && code == ORV_OK) {
+      ++refusals;
+      EXPECT_THAT(
+          machine.log_lines(),
+          ElementsAre(failed_command("/usr/local/bin/diskformat /dev/sdb", 127) + why + "'"));
+    } else if (code == ORV_OK) {
+      EXPECT_THAT(run, ElementsAre("/usr/local/bin/diskformat /dev/sdb",
+                                   "/usr/local/bin/hotspare -a /dev/sdb"))
+          << nth;
+    } else {
+      EXPECT_THAT(run, IsEmpty()) << nth;
+    }
+  }
+  return refusals;
+}
+
+TEST_F(hot_spares, disk_of_which_the_kernel_is_asked_once_is_wiped_and_made_a_spare_or_neither) {
+  tools_succeed();
+  request.add(2, "1", 1);
+  EXPECT_EQ(refusals_when_open_fails(EBUSY, "Device or resource busy"), 1);
+  EXPECT_EQ(refusals_when_open_fails(EMFILE, "Too many open files"), 1);
+}
+
+TEST_F(hot_spares, disk_that_the_kernel_begins_to_use_while_it_is_wiped_becomes_a_spare) {
+  tools_succeed();
+  machine.tool("/usr/local/bin/diskformat").on("/dev/sdb").runs("echo > /told/wiped");
+  use_once_wiped("/dev/sdb");
+  request.add(2, "1", 1);
+  EXPECT_EQ(disks_hotspare_set(request.get()), 0);
+  EXPECT_THAT(changes(), ElementsAre("/usr/local/bin/diskformat /dev/sdb",
+                                     "/usr/local/bin/hotspare -a /dev/sdb"));
+  EXPECT_EQ(machine.log(), "");
+  EXPECT_EQ(clear_disk("sdb"), -1);  // From now on it is in use.
+}
+
 TEST_F(hot_spares, channel_of_another_enclosure_is_skipped) {
   put_in_main_chassis(3, "sdm");
   request.add(1, "0", 1);
@@ -146,8 +205,13 @@ TEST_F(hot_spares, result_is_good_whatever_the_tools_return) {
   request.add(1, "1", 1);
   request.add(2, "1", 1);
   EXPECT_EQ(disks_hotspare_set(request.get()), 0);
-  EXPECT_EQ(changes().size(), 4u);
-  EXPECT_EQ(machine.log_lines().size(), 4u);
+  const std::string format = "/usr/local/bin/diskformat /dev/sd";
+  const std::string add = "/usr/local/bin/hotspare -a /dev/sd";
+  EXPECT_THAT(changes(), ElementsAre(format + "a", add + "a", format + "b", add + "b"));
+  EXPECT_THAT(
+      machine.log_lines(),
+      ElementsAre(StartsWith(failed_command(format + "a")), StartsWith(failed_command(add + "a")),
+                  StartsWith(failed_command(format + "b")), StartsWith(failed_command(add + "b"))));
 }
 
 TEST_F(hot_spares, nothing_is_run_when_the_disks_cannot_be_read) {
@@ -184,6 +248,29 @@ TEST_F(hot_spares, clearing_prints_every_request_and_wipes_what_is_there) {
   EXPECT_THAT(changes(), ElementsAre("/usr/local/bin/diskformat /dev/sda",
                                      "/usr/local/bin/diskformat /dev/sdf"));
   EXPECT_THAT(machine.temp_files(), IsEmpty());
+}
+
+TEST_F(hot_spares, clearing_passes_over_a_channel_of_another_enclosure) {
+  put_in_main_chassis(3, "sdm");
+  request.add(1, "0", 0, "sda");
+  request.add(3, "2");
+  EXPECT_EQ(disks_clear(request.get()), 0);
+  EXPECT_EQ(machine.output(),
+            "disk : ch = 1, devcie = 0, name = sda\n"
+            "disk : ch = 3, devcie = 2, name = \n");
+  EXPECT_THAT(changes(), IsEmpty());
+  EXPECT_EQ(machine.log(), "");
+}
+
+TEST_F(hot_spares, first_of_two_disks_of_one_channel_is_taken) {
+  tools_succeed();
+  put_disks("1", "bus 2, slot 1", {"0 0 *sdx", "0 1 *sdy", "0 1 *sda", "0 2 *sdb"});
+  request.add(2, "1", 1);
+  EXPECT_EQ(disks_hotspare_set(request.get()), 0);
+  EXPECT_EQ(disks_clear(request.get()), 0);
+  EXPECT_THAT(changes(), ElementsAre("/usr/local/bin/diskformat /dev/sdy",
+                                     "/usr/local/bin/hotspare -a /dev/sdy",
+                                     "/usr/local/bin/diskformat /dev/sdy"));
 }
 
 TEST_F(hot_spares, clearing_passes_over_a_disk_that_the_kernel_uses) {

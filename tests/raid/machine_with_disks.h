@@ -51,6 +51,19 @@ class md_list {
   tag_mdinfo_list list_;
 };
 
+/// Every field of an array, in the order of the record.
+inline sandbox::lines fields_of(const tag_md_info& md) {
+  return {md.name,
+          md.level,
+          md.state,
+          md.progress,
+          std::to_string(md.size),
+          std::to_string(md.size2),
+          md.disks,
+          md.spares,
+          md.enclosure};
+}
+
 /// A request for disks, as the daemon makes it.
 class disk_request {
  public:

@@ -8,6 +8,8 @@
 
 #include "tests/raid/machine_with_disks.h"
 
+using testing::Each;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
@@ -117,6 +119,20 @@ TEST_F(md_sysfs, enclosure_is_that_of_a_member) {
   EXPECT_STREQ(read("raid1", 2, {{"sdx"}}).enclosure, "");
 }
 
+/// The kernel lists the members in an order of its own. One that is no known disk changes nothing.
+TEST_F(md_sysfs, enclosure_is_that_of_the_last_member_that_is_a_known_disk) {
+  put_in_main_chassis(1, "sdm");
+  using members = std::vector<member>;
+  for (const members& made :
+       {members{{"sdx"}, {"sda"}, {"sdm"}}, members{{"sdm"}, {"sda"}, {"sdx"}}}) {
+    const tag_md_info md = read("raid5", 3, made);
+    sandbox::lines known = items(md.disks);
+    std::erase(known, "sdx");
+    ASSERT_THAT(known, UnorderedElementsAre("sda", "sdm"));
+    EXPECT_STREQ(md.enclosure, known.back() == "sda" ? "1" : "0") << md.disks;
+  }
+}
+
 TEST_F(md_sysfs, members_are_read_without_a_disk_list) {
   hot_spares_unknown();
   machine.remove("/proc/scsi");
@@ -158,6 +174,41 @@ TEST_F(md_sysfs, member_that_went_away_is_lost) {
   tag_md_info& md = list.add("md0");
   EXPECT_EQ(get_mdinfo_from_sysblock(list.get()), ORV_OK);
   EXPECT_THAT(items(md.disks), UnorderedElementsAre("sda", "sdb", "sdc", "sdd"));
+}
+
+TEST_F(md_sysfs, member_without_a_state_is_there_but_not_in_sync) {
+  const std::string members = "/sys/block/md0/md/dev-";
+  put_members("md0", 4, {{"sda"}, {"sdb"}, {"sdc"}, {"sdd"}});
+  md_list list;
+  tag_md_info& md = list.add("md0");
+  liborv_strncpy(md.level, sizeof md.level, "raid5");
+  liborv_strncpy(md.state, sizeof md.state, "clean");
+  for (const std::string name : {"sdd", "sda"}) {
+    EXPECT_STREQ(md.state, "clean");
+    machine.remove(members + name + "/state");
+    machine.forget();
+    EXPECT_EQ(get_mdinfo_from_sysblock(list.get()), ORV_OK);
+    EXPECT_THAT(items(md.disks), UnorderedElementsAre("sda", "sdb", "sdc", "sdd"));
+    EXPECT_THAT(machine.output(), HasSubstr("cannot cat " + members + name + "/state\n"));
+    EXPECT_THAT(machine.log_lines(),
+                Each("get_disk_state:N return NULL with No such file or directory"));
+  }
+  EXPECT_STREQ(md.state, "inactive");
+  EXPECT_EQ(machine.log_lines().size(), 2u);
+}
+
+TEST_F(md_sysfs, array_of_an_unknown_number_of_members_misses_none) {
+  put_members("md0", 4, {{"sda", "faulty"}});
+  machine.remove("/sys/block/md0/md/raid_disks");
+  md_list list;
+  tag_md_info& md = list.add("md0");
+  liborv_strncpy(md.level, sizeof md.level, "raid5");
+  liborv_strncpy(md.state, sizeof md.state, "clean");
+  EXPECT_EQ(get_mdinfo_from_sysblock(list.get()), ORV_OK);
+  EXPECT_STREQ(md.disks, "sda(F)");
+  EXPECT_STREQ(md.state, "clean");
+  EXPECT_EQ(machine.output(), "cannot cat /sys/block/md0/md/raid_disks\n");
+  EXPECT_EQ(machine.log(), "get_raid_disks:N return NULL with No such file or directory\n");
 }
 
 /// What a getter says when the n-th call of a function fails, for every n until it succeeds.

@@ -54,6 +54,37 @@ TEST_F(raid_create_test, wipes_the_disks_of_the_channels_and_creates_the_array) 
   EXPECT_THAT(machine.temp_files(), IsEmpty());
 }
 
+TEST_F(raid_create_test, failure_of_mdadm_leaves_the_members_wiped) {
+  machine.tool("/usr/local/bin/diskformat").on("...");
+  machine.tool("/sbin/mdadm").on("-C ...").fails(2);
+  put_array("md0", "raid0", {{"sdd"}});
+  request("raid1", "2,1");
+  EXPECT_EQ(raid_create(&md), -11000);
+  const std::string creation =
+      "/sbin/mdadm -C  /dev/md1 -l 1 -n 2 -R /dev/sda /dev/sdb > /dev/null";
+  EXPECT_THAT(changes(), ElementsAre("/usr/local/bin/diskformat /dev/sda",
+                                     "/usr/local/bin/diskformat /dev/sdb", creation));
+  EXPECT_THAT(machine.log_lines(), ElementsAre(testing::StartsWith(failed_command(creation, 2))));
+  EXPECT_STREQ(md.name, "md1");
+  EXPECT_STREQ(md.disks, "/dev/sda /dev/sdb");
+  EXPECT_THAT(machine.temp_files(), IsEmpty());
+}
+
+TEST_F(raid_create_test, spares_are_only_looked_at) {
+  hot_spares("sde");
+  creation_succeeds();
+  request("raid1", "1,2");
+  spares("sde,sdf");
+  EXPECT_EQ(raid_create(&md), ORV_OK);
+  EXPECT_THAT(
+      changes(),
+      ElementsAre("/usr/local/bin/diskformat /dev/sda", "/usr/local/bin/diskformat /dev/sdb",
+                  "/sbin/mdadm -C  /dev/md0 -l 1 -n 2 -R /dev/sda /dev/sdb > /dev/null"));
+  EXPECT_STREQ(md.disks, "/dev/sda /dev/sdb");
+  EXPECT_STREQ(md.spares, "sde,sdf");
+  EXPECT_EQ(machine.log(), "");
+}
+
 TEST_F(raid_create_test, disks_are_taken_from_the_enclosure_of_the_request) {
   put_in_main_chassis(2, "sdm");
   creation_succeeds();
@@ -62,15 +93,18 @@ TEST_F(raid_create_test, disks_are_taken_from_the_enclosure_of_the_request) {
   EXPECT_STREQ(md.disks, "/dev/sda /dev/sdb");
 }
 
-TEST_F(raid_create_test, automatic_name_follows_the_highest_number) {
-  put_array("md3", "raid0", {{"sdc"}});
-  put_array("md0", "raid0", {{"sdd"}});
+TEST_F(raid_create_test, automatic_name_follows_the_highest_number_whatever_the_order) {
   creation_succeeds();
-  request("raid1", "1,2");
-  EXPECT_EQ(raid_create(&md), ORV_OK);
-  EXPECT_STREQ(md.name, "md4");
-  EXPECT_EQ(changes().back(),
-            "/sbin/mdadm -C  /dev/md4 -l 1 -n 2 -R /dev/sda /dev/sdb > /dev/null");
+  using numbers = std::vector<std::string>;
+  for (const numbers& order : {numbers{"3", "0"}, numbers{"0", "3"}, numbers{"1", "3", "2"}}) {
+    machine.file("/proc/mdstat", "");
+    for (const std::string& number : order) put_array("md" + number, "raid0", {{"sdc"}});
+    request("raid1", "1,2");
+    EXPECT_EQ(raid_create(&md), ORV_OK);
+    EXPECT_STREQ(md.name, "md4");
+    EXPECT_EQ(changes().back(),
+              "/sbin/mdadm -C  /dev/md4 -l 1 -n 2 -R /dev/sda /dev/sdb > /dev/null");
+  }
 }
 
 TEST_F(raid_create_test, automatic_name_is_not_that_of_an_array) {

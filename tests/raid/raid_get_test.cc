@@ -58,16 +58,18 @@ TEST_F(raid_get_of_md, may_fill_a_list_again_once_it_is_released) {
 }
 
 TEST_F(raid_get_of_md, lists_an_array_that_mdadm_cannot_describe) {
-  put_array("md0", "raid1", {{"sda"}, {"sdb"}});
-  put_array("md1", "raid0", {{"sdc"}, {"sdd"}});
+  put_array("md0", "raid1", {});
+  put_members("md0", 2, {{"sda", "faulty"}});
+  put_array("md1", "raid0", {{"sdc"}});
   machine.remove("/told/detail/md0");
   EXPECT_EQ(raid_get(list.get()), ORV_OK);
-  EXPECT_STREQ(list.records()[0]->level, "");
-  EXPECT_STREQ(list.records()[0]->state, "inactive");
-  EXPECT_EQ(found_disk(list.records()[0]->disks, "sda"), 1);
-  EXPECT_STREQ(list.records()[1]->level, "raid0");
-  EXPECT_STREQ(list.records()[1]->state, "clean");
-  EXPECT_EQ(machine.log_lines().size(), 1u);
+  ASSERT_THAT(list.names(), ElementsAre("md0", "md1"));
+  EXPECT_THAT(fields_of(*list.records()[0]),
+              ElementsAre("md0", "", "inactive", "", "0", "0", "sda(F),*(M)", "", "1"));
+  EXPECT_THAT(fields_of(*list.records()[1]),
+              ElementsAre("md1", "raid0", "clean", "", "1", "0", "sdc", "", "1"));
+  EXPECT_THAT(machine.log_lines(), ElementsAre(testing::StartsWith(failed_command(
+                                       "/sbin/mdadm --detail /dev/md0 > /tmp/md0.XXXXXX"))));
 }
 
 TEST_F(raid_get_of_md, goes_on_when_the_details_cannot_be_opened) {

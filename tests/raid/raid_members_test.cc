@@ -2,6 +2,7 @@
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 class raid_members : public machine_with_disks {
  protected:
@@ -40,6 +41,18 @@ TEST_F(raid_members, stripe_cannot_grow_or_shrink) {
   EXPECT_THAT(refused(raid_rm, "md0", "2", -2037), ElementsAre("'md0' is not support remove disk"));
   EXPECT_THAT(refused(raid_check_rm, "md0", "2", -2037),
               ElementsAre("'md0' is not support remove disk"));
+}
+
+TEST_F(raid_members, array_of_another_or_no_known_level_cannot_grow_or_shrink) {
+  for (const std::string level : {"raid10", ""}) {
+    machine.file("/proc/mdstat", "");
+    put_array("md0", level, {{"sda"}, {"sdb", "faulty"}});
+    EXPECT_THAT(refused(raid_add, "md0", "4", -2037), ElementsAre("'md0' is not support add disk"))
+        << level;
+    EXPECT_THAT(refused(raid_rm, "md0", "2", -2037),
+                ElementsAre("'md0' is not support remove disk"))
+        << level;
+  }
 }
 
 TEST_F(raid_members, disk_of_the_array_is_not_added_again) {
@@ -90,10 +103,14 @@ TEST_F(raid_members, disk_that_is_no_member_is_not_removed) {
 }
 
 TEST_F(raid_members, checked_removal_is_for_raid5_only) {
-  put_array("md0", "raid1", {{"sda"}, {"sdb", "faulty"}});
+  for (const std::string level : {"raid6", "raid1", "linear"}) {
+    machine.file("/proc/mdstat", "");
+    put_array("md0", level, {{"sda"}, {"sdb", "faulty"}});
+    EXPECT_THAT(refused(raid_check_rm, "md0", "2", -2037),
+                ElementsAre("'md0' is not support remove disk"))
+        << level;
+  }
   put_array("md1", "raid5", {{"sdc"}, {"sdd", "faulty"}});
-  EXPECT_THAT(refused(raid_check_rm, "md0", "2", -2037),
-              ElementsAre("'md0' is not support remove disk"));
   machine.tool("/sbin/mdadm").on("--manage /dev/md1 -r /dev/sdd");
   EXPECT_EQ(raid_check_rm("md1", "4"), ORV_OK);
   EXPECT_THAT(changes(), ElementsAre("/sbin/mdadm --manage /dev/md1 -r /dev/sdd > /dev/null"));
@@ -148,13 +165,28 @@ TEST_F(raid_members, channel_is_looked_up_in_the_enclosure_of_the_array) {
   EXPECT_EQ(raid_rm("md0", "1"), ORV_OK);
 }
 
+TEST_F(raid_members, channel_is_cut_to_seven_characters) {
+  put_array("md0", "raid5", {{"sda", "faulty"}, {"sdb"}});
+  for (operation* change : operations) {
+    EXPECT_THAT(refused(change, "md0", "9,9,9,9,1", -2033),
+                ElementsAre("'9,9,9,9,1' is not invalid disk"));
+  }
+  machine.tool("/sbin/mdadm").on("--manage /dev/md0 -r /dev/sda");
+  EXPECT_EQ(raid_rm("md0", "9,9,9,1"), ORV_OK);
+}
+
 TEST_F(raid_members, failure_of_mdadm_is_returned) {
   put_array("md0", "raid5", {{"sda", "faulty"}, {"sdb"}});
   machine.tool("/sbin/mdadm").on("--manage ...").fails(1);
   EXPECT_EQ(raid_add("md0", "4"), -11000);
   EXPECT_EQ(raid_rm("md0", "1"), -11000);
   EXPECT_EQ(raid_check_rm("md0", "1"), -11000);
-  EXPECT_EQ(machine.log_lines().size(), 3u);
+  const std::string addition = "/sbin/mdadm --manage /dev/md0 --add /dev/sdd > /dev/null";
+  const std::string removal = "/sbin/mdadm --manage /dev/md0 -r /dev/sda > /dev/null";
+  EXPECT_THAT(changes(), ElementsAre(addition, removal, removal));
+  EXPECT_THAT(machine.log_lines(),
+              ElementsAre(StartsWith(failed_command(addition)), StartsWith(failed_command(removal)),
+                          StartsWith(failed_command(removal))));
 }
 
 TEST_F(raid_members, nothing_is_run_when_a_list_cannot_be_read) {

@@ -56,6 +56,17 @@ class set_raid_test : public sandbox_test {
     return machine.log();
   }
 
+  static constexpr char creation_of_mirror[] =
+      "/sbin/mdadm -C  /dev/md2 -l 1 -n 2 -R /dev/sda /dev/sdb > /dev/null";
+  static constexpr char re_creation_of_mirror[] =
+      "/sbin/mdadm -C /dev/md2 -l 0 -n 2 -R /dev/sda /dev/sdb > /dev/null";
+
+  /// How the log tells that a command ended, but for the reason.
+  static std::string ended(const std::string& command, const std::string& how, int exit_code) {
+    return "system(\"" + command + "\") return " + how + " with exit(" + std::to_string(exit_code) +
+           ") for '";
+  }
+
   static std::string names(int count) {
     std::string list;
     for (int i = 0; i < count; ++i) {
@@ -152,14 +163,54 @@ TEST_F(set_raid_test, failure_of_mdadm_is_logged_and_leaves_the_members_wiped) {
   machine.tool("/sbin/mdadm").on("-C ...").fails(2);
   request("raid1", "sda,sdb");
   EXPECT_EQ(set_raid(&md), -11000);
-  EXPECT_THAT(
-      machine.log(),
-      StartsWith("system(\"/sbin/mdadm -C  /dev/md2 -l 1 -n 2 -R /dev/sda /dev/sdb > /dev/null\") "
-                 "return normal with exit(2) for '"));
-  EXPECT_THAT(machine.commands(), SizeIs(3));
+  EXPECT_THAT(machine.commands(),
+              ElementsAre("/usr/local/bin/diskformat /dev/sda",
+                          "/usr/local/bin/diskformat /dev/sdb", creation_of_mirror));
+  EXPECT_THAT(machine.log_lines(), ElementsAre(StartsWith(ended(creation_of_mirror, "normal", 2))));
+  EXPECT_STREQ(md.name, "md2");
   EXPECT_STREQ(md.disks, "/dev/sda /dev/sdb");
+}
+
+TEST_F(set_raid_test, failure_of_mdadm_to_create_anew_is_logged) {
+  machine.tool("/sbin/mdadm").on("-C ...").fails(2);
   request("raid1", "sda,sdb");
   EXPECT_EQ(reset_raid(&md), -11000);
+  EXPECT_THAT(machine.commands(), ElementsAre(re_creation_of_mirror));
+  EXPECT_THAT(machine.log_lines(),
+              ElementsAre(StartsWith(ended(re_creation_of_mirror, "normal", 2))));
+  EXPECT_STREQ(md.disks, "/dev/sda /dev/sdb");
+}
+
+TEST_F(set_raid_test, shell_of_mdadm_that_is_killed_is_logged) {
+  machine.remove("/bin/sh");
+  machine.file("/bin/sh", "#!/.sandbox/bin/bash\n[[ $* != *mdadm* ]] || kill -9 $$\n", 0755);
+  request("raid1", "sda,sdb");
+  EXPECT_EQ(set_raid(&md), -11000);
+  request("raid1", "sda,sdb");
+  EXPECT_EQ(reset_raid(&md), -11000);
+  EXPECT_THAT(machine.log_lines(),
+              ElementsAre(StartsWith(ended(creation_of_mirror, "unnormal", 0)),
+                          StartsWith(ended(re_creation_of_mirror, "unnormal", 0))));
+}
+
+/// Also with a shell that is left out where a command line is plain.
+TEST_F(set_raid_test, arrays_are_created_by_a_shell_and_nothing_else_is) {
+  machine.shell_is("dash");
+  tools_succeed();
+  request("raid1", "sda,sdb");
+  EXPECT_EQ(set_raid(&md), ORV_OK);
+  EXPECT_EQ(add_raid(&md, "sdc"), ORV_OK);
+  request("raid1", "sda,sdb");
+  EXPECT_EQ(reset_raid(&md), ORV_OK);
+  sandbox::lines run_by_shell, run_without_shell;
+  for (const sandbox::call_record& call : machine.call_records()) {
+    (call.by_shell ? run_by_shell : run_without_shell)
+        .push_back(call.words[0] + ' ' + call.words[1]);
+  }
+  EXPECT_THAT(run_by_shell, ElementsAre("/sbin/mdadm -C", "/sbin/mdadm -C"));
+  EXPECT_THAT(run_without_shell,
+              ElementsAre("/usr/local/bin/diskformat /dev/sda",
+                          "/usr/local/bin/diskformat /dev/sdb", "/sbin/mdadm --manage"));
 }
 
 TEST_F(set_raid_test, member_that_cannot_be_wiped_does_not_stop_the_creation) {
