@@ -15,6 +15,11 @@ class captured_groups : public storage_machine {
   /// The groups and their volumes as they are shown.
   std::string shown(const std::string& situation) {
     canned("vgdisplay", fixture("vgdisplay/" + situation + ".txt"));
+    return shown_with_volumes(situation);
+  }
+
+  /// Groups that the test tells, with the volumes of a situation.
+  std::string shown_with_volumes(const std::string& situation) {
     canned("pvdisplay", fixture("pvdisplay/" + situation + ".txt"));
     orv::scoped_list<tag_vginfo_list> groups;
     machine.forget();
@@ -28,6 +33,14 @@ class captured_groups : public storage_machine {
 TEST_F(captured_groups, of_a_machine_without_groups) {
   EXPECT_EQ(shown("none"), "");
   EXPECT_EQ(shown("pvs_without_group"), "");
+}
+
+TEST_F(captured_groups, take_none_of_the_volumes_of_no_group) {
+  group("vg1");
+  group("41943040");  // the size of those volumes
+  EXPECT_EQ(shown_with_volumes("pvs_without_group"),
+            "vg1\tresizable\t\t100G\t0G\n"
+            "41943040\tresizable\t\t100G\t0G\n");
 }
 
 TEST_F(captured_groups, without_pools) {

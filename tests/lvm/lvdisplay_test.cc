@@ -117,6 +117,13 @@ TEST_F(lvdisplay, cuts_names_that_are_too_long) {
   EXPECT_EQ(only().vgname, std::string(32, 'v'));
 }
 
+TEST_F(lvdisplay, sees_the_255th_character_of_a_line_but_not_the_next) {
+  const std::string longest = "/dev/" + std::string(247, 'p');  // behind two blanks
+  canned("lvdisplay", "  " + longest + ":\n   " + longest + ":\n  " + longest + "q:\n");
+  EXPECT_EQ(get(), ORV_OK);
+  EXPECT_THAT(names(), ElementsAre(longest.substr(0, 127)));
+}
+
 TEST_F(lvdisplay, survives_binary_output_and_very_long_lines) {
   std::string noise;
   for (int i = 0; i < 5000; ++i) noise += static_cast<char>(i * 37 % 256);

@@ -60,6 +60,8 @@ TEST_F(mount_point, stays_mutable_when_it_cannot_be_made) {
 TEST_F(mount_point, reports_that_it_cannot_be_made_immutable) {
   machine.tool("chattr").on("+i *").fails(1);
   EXPECT_EQ(mkdir_path("/mnt"), -11000);
+  EXPECT_THAT(machine.commands(),
+              ElementsAre("mkdir -m 0444 -p /mnt > /dev/null", "chattr  +i /mnt > /dev/null"));
   EXPECT_THAT(machine.log_lines(),
               ElementsAre(testing::StartsWith(tightly_failed("chattr  +i /mnt > /dev/null", 1))));
 }
@@ -91,6 +93,8 @@ TEST_F(mount_point, is_made_mutable_and_removed) {
 TEST_F(mount_point, is_removed_although_it_cannot_be_made_mutable) {
   machine.tool("chattr").on("-i *").fails(1);
   EXPECT_EQ(rmdir_path("/mnt/lv0"), ORV_OK);
+  EXPECT_THAT(machine.commands(),
+              ElementsAre("chattr  -i /mnt/lv0 > /dev/null", "rm -rf /mnt/lv0 > /dev/null"));
   EXPECT_THAT(
       machine.log_lines(),
       ElementsAre(testing::StartsWith(tightly_failed("chattr  -i /mnt/lv0 > /dev/null", 1))));

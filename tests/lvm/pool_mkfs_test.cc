@@ -39,6 +39,14 @@ TEST_F(pool_mkfs, reports_a_failing_tool) {
                                        "/sbin/mkfs.xfs -f -ssize=4k /dev/vg0/lv0 > /dev/null", 1)));
 }
 
+TEST_F(pool_mkfs, reports_the_other_tool_failing_too) {
+  model("KTA7120E");
+  machine.tool("mkfs.reiserfs").fails(8);
+  EXPECT_EQ(mkfs_pool("lv0", "vg0"), -11000);
+  EXPECT_THAT(machine.log_lines(),
+              ElementsAre(failed_command("mkfs.reiserfs -f /dev/vg0/lv0 > /dev/null", 8)));
+}
+
 TEST_F(pool_mkfs, passes_strange_names_as_one_word) {
   changer("/sbin/mkfs.xfs");
   EXPECT_EQ(mkfs_pool("a b", "$(x)"), ORV_OK);

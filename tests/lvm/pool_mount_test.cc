@@ -10,6 +10,14 @@ class pool_mount : public storage_machine {
     machine.tool("chmod").succeeds().if_asked();
     machine.tool("umount").succeeds().if_asked();
   }
+
+  /// Mounting ends with this command, which fails with 32.
+  void expect_not_mounted(const std::string& command) {
+    machine.forget();
+    EXPECT_EQ(mount_fs("/mnt/lv0", "vg0", "lv0"), -11000);
+    EXPECT_THAT(machine.commands(), ElementsAre(command));
+    EXPECT_THAT(machine.log_lines(), ElementsAre(failed_command(command, 32)));
+  }
 };
 
 TEST_F(pool_mount, mounts_xfs_with_large_inodes_and_opens_the_directory) {
@@ -29,9 +37,10 @@ TEST_F(pool_mount, compares_kernel_releases_byte_by_byte) {
     machine.forget();
     machine.kernel_release(release);
     EXPECT_EQ(mount_fs("/mnt", "vg0", "lv0"), ORV_OK);
-    EXPECT_EQ(machine.commands().front(),
-              large_inodes ? "mount -t xfs -o inode64 /dev/vg0/lv0 /mnt > /dev/null"
-                           : "mount -t xfs /dev/vg0/lv0 /mnt > /dev/null")
+    EXPECT_THAT(machine.commands(),
+                ElementsAre(large_inodes ? "mount -t xfs -o inode64 /dev/vg0/lv0 /mnt > /dev/null"
+                                         : "mount -t xfs /dev/vg0/lv0 /mnt > /dev/null",
+                            "chmod 0777 /mnt > /dev/null"))
         << release;
   }
 }
@@ -43,22 +52,29 @@ TEST_F(pool_mount, mounts_reiserfs_on_two_models_whatever_the_kernel) {
       model(name);
       machine.kernel_release(release);
       EXPECT_EQ(mount_fs("/mnt/lv0", "vg0", "lv0"), ORV_OK);
-      EXPECT_EQ(machine.commands().front(), "mount -t reiserfs /dev/vg0/lv0 /mnt/lv0 > /dev/null");
+      EXPECT_THAT(machine.commands(),
+                  ElementsAre("mount -t reiserfs /dev/vg0/lv0 /mnt/lv0 > /dev/null",
+                              "chmod 0777 /mnt/lv0 > /dev/null"));
     }
   }
 }
 
 TEST_F(pool_mount, leaves_the_directory_closed_when_nothing_was_mounted) {
-  machine.tool("mount").on("-t xfs ...").fails(32);
-  EXPECT_EQ(mount_fs("/mnt/lv0", "vg0", "lv0"), -11000);
-  const std::string mount = "mount -t xfs -o inode64 /dev/vg0/lv0 /mnt/lv0 > /dev/null";
-  EXPECT_THAT(machine.commands(), ElementsAre(mount));
-  EXPECT_THAT(machine.log_lines(), ElementsAre(failed_command(mount, 32)));
+  machine.tool("mount").on("-t ...").fails(32);
+  expect_not_mounted("mount -t xfs -o inode64 /dev/vg0/lv0 /mnt/lv0 > /dev/null");
+  machine.kernel_release("2.6.18");
+  expect_not_mounted("mount -t xfs /dev/vg0/lv0 /mnt/lv0 > /dev/null");
+  model("KTA7120E");
+  expect_not_mounted("mount -t reiserfs /dev/vg0/lv0 /mnt/lv0 > /dev/null");
 }
 
 TEST_F(pool_mount, reports_a_directory_that_cannot_be_opened_up) {
   machine.tool("chmod").on("0777 *").fails(1);
   EXPECT_EQ(mount_fs("/mnt/lv0", "vg0", "lv0"), -11000);
+  EXPECT_THAT(machine.commands(),
+              ElementsAre("mount -t xfs -o inode64 /dev/vg0/lv0 /mnt/lv0 > /dev/null",
+                          "chmod 0777 /mnt/lv0 > /dev/null"))
+      << "it stays mounted";
   EXPECT_THAT(machine.log_lines(), ElementsAre(failed_command("chmod 0777 /mnt/lv0 > /dev/null")));
 }
 

@@ -150,6 +150,23 @@ TEST_F(pv_check, shows_eight_characters_of_a_channel) {
   EXPECT_THAT(machine.log_lines(), ElementsAre("invalid disk channelID: '12345678'"));
 }
 
+TEST_F(pv_check, shows_eight_characters_of_a_channel_list_whose_disk_is_used) {
+  const char list[] = "1,91,92,93";
+  machine.in_use("/dev/sda");
+  EXPECT_EQ(check(list), -2043);
+  EXPECT_THAT(machine.log_lines(), ElementsAre("'1,91,92,' is used in kernel"));
+  group("vg0");
+  volume("/dev/sda", "vg0");
+  EXPECT_EQ(check(list), -2045);
+  EXPECT_THAT(machine.log_lines(), ElementsAre("'1,91,92,' is used in vg"));
+  hot_spares_are("sda");
+  EXPECT_EQ(check(list), -2043);
+  EXPECT_THAT(machine.log_lines(), ElementsAre("disk channelID '1,91,92,' used hotspare disk"));
+  array("md1", {"sda in_sync"});
+  EXPECT_EQ(check(list), -2043);
+  EXPECT_THAT(machine.log_lines(), ElementsAre("disk channelID '1,91,92,' used in raid"));
+}
+
 TEST_F(pv_check, refuses_the_nameless_disks_of_the_controller) {
   model("KTA7120U");
   machine.tool("/usr/local/bin/arcadm").on("--misc --scan").prints("0 a/WD/1000/NORMAL/Free\n");

@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include "tests/lvm/storage_machine.h"
 
 using testing::ElementsAre;
@@ -79,6 +81,25 @@ TEST_F(vg_create_request, changes_nothing_when_a_volume_is_refused) {
   EXPECT_EQ(vg_create(&vg), -2043);
   EXPECT_THAT(machine.log_lines(), ElementsAre("disk channelID '2' used in raid"));
   EXPECT_THAT(changes(), IsEmpty());
+}
+
+TEST_F(vg_create_request, names_the_volume_that_is_refused) {
+  disk("sdc", 3);
+  hot_spares_are("sdc");
+  const std::tuple<const char*, int, const char*> refused[] = {
+      {"3", -2043, "disk channelID '3' used hotspare disk"},
+      {"4", -2042, "invalid disk channelID: '4'"},
+      {"md1", -2044, "cannot find md 'md1'"}};
+  wants("1");
+  tag_pv_info& pv = wants("");
+  for (const auto& [name, result, logged] : refused) {
+    machine.forget();
+    orv::set_text(first_volume(vg).pvname, "1");
+    orv::set_text(pv.pvname, name);
+    EXPECT_EQ(vg_create(&vg), result);
+    EXPECT_THAT(machine.log_lines(), ElementsAre(logged));
+    EXPECT_THAT(changes(), IsEmpty());
+  }
 }
 
 TEST_F(vg_create_request, never_wipes_a_disk_of_another_group) {

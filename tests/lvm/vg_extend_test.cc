@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include "tests/lvm/storage_machine.h"
 
 using testing::ElementsAre;
@@ -43,13 +45,21 @@ TEST_F(vg_extend_request, needs_a_group_of_this_name_and_enclosure) {
 }
 
 TEST_F(vg_extend_request, passes_on_why_a_volume_is_refused) {
-  EXPECT_EQ(vg_extend("vg0", "1", "0"), -2043);
-  EXPECT_EQ(vg_extend("vg0", "2", "0"), -2045);
-  EXPECT_EQ(vg_extend("vg0", "4", "0"), -2042);
-  EXPECT_EQ(vg_extend("vg0", "", "0"), -2042);
-  EXPECT_EQ(vg_extend("vg0", nullptr, "0"), -2042);
-  EXPECT_EQ(vg_extend("vg0", "md1", "0"), -2044);
-  EXPECT_THAT(changes(), IsEmpty());
+  hot_spares_are("sdc");
+  const std::tuple<const char*, int, const char*> refused[] = {
+      {"1", -2043, "disk channelID '1' used in raid"},
+      {"2", -2045, "'2' is used in vg"},
+      {"3", -2043, "disk channelID '3' used hotspare disk"},
+      {"4", -2042, "invalid disk channelID: '4'"},
+      {"", -2042, "invalid disk channelID: ''"},
+      {nullptr, -2042, "invalid disk channelID: ''"},
+      {"md1", -2044, "cannot find md 'md1'"}};
+  for (const auto& [name, result, logged] : refused) {
+    machine.forget();
+    EXPECT_EQ(vg_extend("vg0", name, "0"), result) << logged;
+    EXPECT_THAT(machine.log_lines(), ElementsAre(logged));
+    EXPECT_THAT(changes(), IsEmpty());
+  }
 }
 
 TEST_F(vg_extend_request, does_not_cut_a_long_name_into_another_one) {

@@ -6,6 +6,19 @@ using testing::ElementsAreArray;
 
 class getting_groups : public storage_machine {
  protected:
+  /// The volumes are listed, but for the function of this name nothing can be read of them.
+  void expect_volumes_not_opened(int (*get)(tag_vginfo_list*), const std::string& function) {
+    machine.forget();
+    EXPECT_EQ(get(groups.get()), -1042);
+    EXPECT_THAT(machine.output(),
+                testing::MatchesRegex("cannot open /tmp/pvdisplay\\.[A-Za-z0-9]{6}\n"));
+    EXPECT_THAT(machine.log_lines(), ElementsAre(function + ":N return 0 with Input/output error"));
+    EXPECT_THAT(machine.temp_files(), ElementsAre("pvdisplay.XXXXXX"));
+    EXPECT_THAT(machine.open_descriptors(), ElementsAre());
+    machine.remove("/tmp");
+    machine.directory("/tmp");
+  }
+
   orv::scoped_list<tag_vginfo_list> groups;
 };
 
@@ -43,6 +56,46 @@ TEST_F(getting_groups, keeps_the_groups_when_the_volumes_cannot_be_listed) {
   fails_to_list("pvdisplay");
   EXPECT_EQ(vg_get(groups.get()), -11000);
   EXPECT_FALSE(orv::is_empty(groups.get()));
+}
+
+TEST_F(getting_groups, leaves_the_list_of_volumes_in_place_when_it_cannot_be_opened_or_examined) {
+  const std::pair<int (*)(tag_vginfo_list*), const char*> sources[] = {
+      {get_vginfo_from_pvdisplay, "get_vginfo_from_pvdisplay"},
+      {get_vginfo_from_arcadm, "get_vginfo_from_arcadm"}};
+  for (const char* function : {"fopen", "fstat"}) {
+    for (const auto& [source, name] : sources) {
+      machine.fail(function, EIO, 1);
+      expect_volumes_not_opened(source, name);
+    }
+  }
+}
+
+TEST_F(getting_groups, reports_volumes_that_cannot_be_opened_or_examined) {
+  group("vg0");
+  // The list of groups comes first, and then the model, which is not examined.
+  for (const auto& [function, call] : {std::pair("fopen", 3), {"fstat", 2}}) {
+    for (const auto& [product, name] : {std::pair("KTA7120X", "get_vginfo_from_pvdisplay"),
+                                        {"KTA7120U", "get_vginfo_from_arcadm"}}) {
+      model(product);
+      machine.fail(function, EIO, call);
+      expect_volumes_not_opened(vg_get, name);
+      EXPECT_STREQ((*groups.begin()).vgname, "vg0");
+      vg_list_fini(groups.get());
+    }
+  }
+}
+
+TEST_F(getting_groups, removes_the_lists_of_groups_and_volumes_on_a_controller) {
+  model("KTA7120U");
+  machine.tool("/usr/local/bin/arcadm")
+      .on("--display --scan")
+      .prints("====\nmd1 a/5 r/0/Normal x/1000 GB/sdb y/#1 #2\n");
+  group("vg0");
+  volume("/dev/sdb", "vg0");
+  EXPECT_EQ(vg_get(groups.get()), ORV_OK);
+  EXPECT_STREQ(first_volume(*groups.begin()).pvname, "md1");
+  EXPECT_THAT(machine.temp_files(), ElementsAre("mdstat.XXXXXX")) << "the arrays stay readable";
+  EXPECT_THAT(machine.open_descriptors(), ElementsAre());
 }
 
 TEST_F(getting_groups, needs_the_device_model) {

@@ -110,6 +110,13 @@ TEST_F(vgdisplay, takes_a_very_long_line_by_its_first_255_characters) {
   EXPECT_THAT(names(), ElementsAre("vg1", "vg2"));
 }
 
+TEST_F(vgdisplay, sees_the_255th_character_of_a_line_but_not_the_next) {
+  canned("vgdisplay", std::string(254, 'v') + ":\n" + std::string(255, 'w') + ":\n" +
+                          std::string(256, 'x') + ":\n");
+  EXPECT_EQ(get(), ORV_OK);
+  EXPECT_THAT(names(), ElementsAre(std::string(32, 'v')));
+}
+
 TEST_F(vgdisplay, survives_binary_output) {
   std::string noise;
   for (int i = 0; i < 5000; ++i) noise += static_cast<char>(i * 37 % 256);
