@@ -91,8 +91,7 @@ ORV_API int get_mdinfo_from_mdadm(tag_mdinfo_list* list);
 
 /// Fills members and enclosure of the listed arrays from sysfs and recomputes the state. The
 /// enclosure stays empty when the disks cannot be listed.
-/// @return ORV_OK; ORV_E_MD_SYSFS, also when the directory of an array cannot be read to its end,
-/// or
+/// @return ORV_OK; ORV_E_MD_SYSFS, also when the directory of an array cannot be read to its end or
 ///         a member's state cannot be opened though the member is there; ORV_E_FAILED
 ORV_API int get_mdinfo_from_sysblock(tag_mdinfo_list* list);
 
