@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <string>
 
 #include "common/log.h"
@@ -27,6 +28,12 @@ std::string_view take_until(std::string_view& text, std::string_view mark) {
   return orv::trimmed(taken);
 }
 
+/// The largest number for one that does not fit.
+uint32_t number_of_32_bits(std::string_view text) {
+  constexpr uint64_t largest = std::numeric_limits<uint32_t>::max();
+  return static_cast<uint32_t>(std::min(orv::leading_number(text), largest));
+}
+
 /// @param number  of the line in the output; the controller numbers no attributes
 void fill(tag_disksmart_info& attribute, std::string_view line, int number) {
   std::string_view rest = line;
@@ -35,7 +42,7 @@ void fill(tag_disksmart_info& attribute, std::string_view line, int number) {
   attribute.value = 0;
   attribute.worst = orv::short_number(take_until(rest, " ("));
   // Only the worst value is cut to 4 characters.
-  attribute.thresh = static_cast<uint32_t>(orv::leading_number(take_until(rest, ")")));
+  attribute.thresh = number_of_32_bits(take_until(rest, ")"));
   const auto words = orv::split(rest, " ");
   orv::set_text(attribute.status, words.empty() ? std::string_view() : words.front());
   attribute.raw = 0;

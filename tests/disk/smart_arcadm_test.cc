@@ -49,8 +49,9 @@ TEST_F(smart_arcadm, first_line_has_the_number_0_and_large_numbers_are_cut) {
 }
 
 TEST_F(smart_arcadm, worst_value_is_cut_to_four_characters_and_the_threshold_is_not) {
-  EXPECT_THAT(read("Spin Up Time : 12345 (67890) OK\n"),
-              ElementsAre("0|Spin Up Time|0|1234|67890|0|OK"));
+  EXPECT_THAT(
+      read("Spin Up Time : 12345 (67890) OK\nSeek Error Rate : 1 (4294967296) OK\n"),
+      ElementsAre("0|Spin Up Time|0|1234|67890|0|OK", "1|Seek Error Rate|0|1|4294967295|0|OK"));
 }
 
 TEST_F(smart_arcadm, name_is_all_before_the_colon) {
