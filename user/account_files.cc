@@ -6,15 +6,16 @@ namespace orv {
 namespace {
 
 constexpr const char* account_files[] = {"/etc/passwd", "/etc/shadow", "/etc/group",
-                                         "/etc/samba/private/smbpasswd", user_file_path};
+                                         "/etc/samba/private/smbpasswd"};
 
 bool save_after_change = true;
 
 }  // namespace
 
-void save_account_files() {
+void save_account_files(bool is_user_file_rewritten) {
   if (!save_after_change) return;
   for (const char* const path : account_files) conf_save(path);
+  if (is_user_file_rewritten) conf_save(user_file_path);
 }
 
 saving_held_back::saving_held_back() { save_after_change = false; }

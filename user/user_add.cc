@@ -62,7 +62,7 @@ int create_account(const std::string& name, const char* password) {
   if (result != ORV_OK) return result;
   result = append_to_user_file(name, password);
   // Whatever the user file says: the account is there.
-  orv::save_account_files();
+  orv::save_account_files(result == ORV_OK);
   return result;
 }
 

@@ -32,7 +32,7 @@ int sys_user_delete(const char* name) try {
   const int deleted = orv::run(orv::command("userdel %s", name));
   const int result = delete_from_user_file(orv::text_or_empty(name));
   // Whatever failed: an account that is gone stays gone.
-  orv::save_account_files();
+  orv::save_account_files(result == ORV_OK);
   return result == ORV_OK ? deleted : result;
 } catch (const std::bad_alloc&) {
   return orv::without_memory();

@@ -115,7 +115,7 @@ ORV_API int set_users_to_conf(tag_user_info_list* list);
 ///         "/etc/shadow+", empty and closed to all, or with its owner and mode, until the next
 ///         change replaces it); ORV_E_COMMAND when "smbpasswd" failed;
 ///         ORV_E_USER_FILE when the user file cannot be locked, read or written: it stays as it
-///         was, and the files are committed all the same.
+///         was, and the other files are committed all the same.
 ORV_API int sys_user_add(tag_user_info user);
 
 /// Deletes a user: its SMB user, its system account, and every record of its name in the user file;
