@@ -1,5 +1,4 @@
 #include <orv/service.h>
-#include <orv/support.h>
 
 #include <sys/stat.h>
 
@@ -10,7 +9,7 @@
 #include <string>
 
 #include "common/captured_output.h"
-#include "common/handles.h"
+#include "common/first_line.h"
 #include "common/log.h"
 #include "common/text.h"
 
@@ -34,15 +33,6 @@ int status_of(const char* path_template, std::initializer_list<const char*> daem
   return ORV_OK;
 } catch (const std::bad_alloc&) {
   return orv::without_memory(ORV_E_FAILED, function);
-}
-
-/// Reads the first line of a file. It is opened for writing too, so a file that could not be
-/// changed counts as unreadable.
-bool read_first_line(const std::string& path, char* line, int size) {
-  struct stat examined {};
-  if (stat(path.c_str(), &examined) != 0) return false;
-  const orv::unique_file file(std::fopen(path.c_str(), "r+e"));
-  return file && get_line_from_file(file.get(), nullptr, 0, nullptr, line, size) == 0;
 }
 
 /// What the appliance's `strtoul`, of 32 bits, gives for the number that a line begins with: a
@@ -69,7 +59,10 @@ int iscsi_status_get() { return status_of("/tmp/iscsi_status.XXXXXX", {"ietd"});
 
 int share_status_get(const char* path) try {
   char line[64] = "";
-  if (!read_first_line(std::string(orv::text_or_empty(path)), line, sizeof line)) {
+  const std::string answer(orv::text_or_empty(path));
+  struct stat examined {};
+  if (stat(answer.c_str(), &examined) != 0 ||
+      !orv::read_first_line(answer.c_str(), line, sizeof line)) {
     orv::log_failure(ORV_E_FAILED);
     return ORV_E_STATUS_OUTPUT;
   }

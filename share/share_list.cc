@@ -35,6 +35,17 @@ void take_settings(tag_share_config& share, const tag_share_config& from) {
   share.writable = from.writable;
 }
 
+/// @return false for a share that was not found, which is appended
+bool take_or_append(tag_shareconf_list* list, tag_share_config* found,
+                    const tag_share_config& share) {
+  if (found == nullptr) {
+    orv::append_copy(list, share);
+    return false;
+  }
+  take_settings(*found, share);
+  return true;
+}
+
 }  // namespace
 
 namespace orv {
@@ -59,11 +70,7 @@ bool add_share(tag_shareconf_list* list, const tag_share_config& share) {
 
 bool mod_share(tag_shareconf_list* list, const tag_share_config& share) {
   tag_share_config* const found = find_by_key(list, text_of(share.name));
-  if (found == nullptr) {
-    append_copy(list, share);
-    return false;
-  }
-  take_settings(*found, share);
+  if (!take_or_append(list, found, share)) return false;
   if (text_of(found->service).empty()) {
     set_text(found->path, text_of(share.path));
     set_text(found->service, text_of(share.service));
@@ -73,11 +80,7 @@ bool mod_share(tag_shareconf_list* list, const tag_share_config& share) {
 
 bool mod_parked_share(tag_shareconf_list* list, const tag_share_config& share) {
   tag_share_config* const found = find_by_name(list, text_of(share.name));
-  if (found == nullptr) {
-    append_copy(list, share);
-    return false;
-  }
-  take_settings(*found, share);
+  if (!take_or_append(list, found, share)) return false;
   std::memset(found->service, 0, sizeof found->service);
   set_text(found->service, text_of(share.service));
   return true;

@@ -3,10 +3,10 @@
 
 #include <ctime>
 
+#include "common/first_line.h"
 #include "common/local_time.h"
 #include "common/log.h"
 #include "system/buffer.h"
-#include "system/first_line.h"
 
 int hostname_get(char* buffer, int size) {
   if (orv::read_first_line("/etc/hostname", buffer, size)) return ORV_OK;

@@ -3,11 +3,11 @@
 #include <string_view>
 
 #include "common/captured_output.h"
+#include "common/first_line.h"
 #include "common/log.h"
 #include "common/models.h"
 #include "common/text.h"
 #include "system/buffer.h"
-#include "system/first_line.h"
 #include "system/state_file.h"
 
 namespace {

@@ -1,5 +1,5 @@
-#ifndef ORV_SYSTEM_FIRST_LINE_H
-#define ORV_SYSTEM_FIRST_LINE_H
+#ifndef ORV_COMMON_FIRST_LINE_H
+#define ORV_COMMON_FIRST_LINE_H
 
 namespace orv {
 

@@ -1,4 +1,4 @@
-#include "system/first_line.h"
+#include "common/first_line.h"
 
 #include <orv/support.h>
 
