@@ -4,7 +4,6 @@
 #include <dlfcn.h>
 #include <mntent.h>
 #include <orv/support.h>
-#include <spawn.h>
 #include <sys/stat.h>
 
 #include <cstdarg>
@@ -24,6 +23,9 @@ template <class Function>
 Function* next(const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
+
+// A child that shares this process's memory may find the lock of the dynamic linker taken.
+auto* const real_execve = next<int(const char*, char* const[], char* const[])>("execve");
 
 void count_open(const char* path) {
   if (watched_now != nullptr) ++watched_now->opens[path];
@@ -101,13 +103,11 @@ INTERPOSED int ftruncate64(int file, off64_t size) noexcept {
   return real(file, size);
 }
 
-INTERPOSED int posix_spawnp(pid_t* child, const char* program,
-                            const posix_spawn_file_actions_t* actions,
-                            const posix_spawnattr_t* attributes, char* const arguments[],
-                            char* const variables[]) {
-  static auto* const real = next<decltype(posix_spawnp)>("posix_spawnp");
+// In a child that shares this process's memory.
+INTERPOSED int execve(const char* program, char* const arguments[],
+                      char* const variables[]) noexcept {
   count_process();
-  return real(child, program, actions, attributes, arguments, variables);
+  return real_execve(program, arguments, variables);
 }
 
 INTERPOSED int system(const char* command) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "common/captured_output.h"
+#include "common/disk_list.h"
 #include "common/families.h"
 #include "common/gib.h"
 #include "common/line_reader.h"
@@ -82,7 +83,7 @@ class software_raid {
 
   software_raid()
       : raids_by_name_(read(raids_, raid_get), &tag_md_info::name),
-        disks_by_name_(read(disks_, disks_info_get), &tag_disk_info::name) {}
+        disks_by_name_(read(disks_, orv::disk_places_get), &tag_disk_info::name) {}
 
   /// Fills the enclosure; a disk takes its channel number as its name.
   void identify(tag_vg_info& vg, tag_pv_info& pv) {

@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+#include "common/disk_list.h"
 #include "common/families.h"
 #include "common/handles.h"
 #include "common/log.h"
@@ -164,7 +165,7 @@ int get_mdinfo_from_sysblock(tag_mdinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   // Only the enclosures come from the disks: without them the arrays are read all the same.
   orv::scoped_list<tag_diskinfo_list> disks;
-  disks_info_get(disks.get());
+  orv::disk_places_get(disks.get());
   const disk_index by_name(disks.get(), &tag_disk_info::name);
   for (tag_md_info& md : orv::records(list)) {
     orv::set_text(md.disks, "");

@@ -1,6 +1,5 @@
 #include <orv/support.h>
 
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,18 +9,18 @@
 #include <string>
 #include <vector>
 
-#include "support/child_settings.h"
 #include "support/limited_wait.h"
 #include "support/plain_command.h"
+#include "support/program_start.h"
 #include "support/signals.h"
 #include "support/tool_environment.h"
 
-using orv::support::child_settings;
 using orv::support::ending;
 using orv::support::plain_command;
 using orv::support::plain_command_of;
 using orv::support::set_of;
 using orv::support::signals_blocked;
+using orv::support::start_program;
 using orv::support::tool_environment;
 
 namespace {
@@ -40,31 +39,26 @@ int wait_for(pid_t child) {
 
 /// Starts a program and waits for it. Nothing when it cannot be started, and `errno` says why.
 /// The words are not copied: one may hold a password.
-std::optional<ending> run_program(const char* program, const std::vector<const char*>& words,
-                                  const child_settings& settings, tool_environment& environment,
+/// @param output  file that its output goes to; nullptr: where the caller's goes
+std::optional<ending> run_program(const char* path, const std::vector<const char*>& words,
+                                  const char* output, const tool_environment& environment,
                                   unsigned limit) {
   std::vector<char*> arguments;
   arguments.reserve(words.size() + 1);
   for (const char* const word : words) arguments.push_back(const_cast<char*>(word));
   arguments.push_back(nullptr);
-  pid_t child = 0;
-  int error = settings.error();
-  // posix_spawnp shares the caller's memory until the program runs: its cost does not grow with it.
-  if (error == 0) {
-    error = posix_spawnp(&child, program, settings.actions(), settings.attributes(),
-                         arguments.data(), environment.variables());
-  }
-  if (error != 0) {
-    errno = error;
-    return std::nullopt;
-  }
+  const pid_t child = start_program({.path = path,
+                                     .words = arguments.data(),
+                                     .variables = environment.variables(),
+                                     .output = output,
+                                     .leads_group = limit != 0});
+  if (child < 0) return std::nullopt;
   return limit == 0 ? ending{wait_for(child)} : orv::support::wait_at_most(child, limit);
 }
 
 ending run_shell(const char* cmd, unsigned limit) {
-  tool_environment environment;
-  const child_settings settings(limit != 0);
-  const auto made = run_program(shell_path, {"sh", "-c", cmd}, settings, environment, limit);
+  const tool_environment environment;
+  const auto made = run_program(shell_path, {"sh", "-c", cmd}, nullptr, environment, limit);
   if (made) return *made;
   return {errno == ENOENT || errno == EACCES ? shell_not_found : no_status};
 }
@@ -101,11 +95,13 @@ std::optional<ending> run_without_shell(const char* cmd, unsigned limit) {
   const shell instead_of = known_shell();
   tool_environment environment;
   if (instead_of == shell::other || !environment.pass_through_shell()) return std::nullopt;
-  const child_settings settings(limit != 0, line->output);
+  const std::string path = environment.program_path(line->words.front());
+  if (path.empty()) return std::nullopt;
   std::vector<const char*> words;
   words.reserve(line->words.size());
   for (const std::string& word : line->words) words.push_back(word.c_str());
-  const auto made = run_program(words.front(), words, settings, environment, limit);
+  const char* const output = line->output.empty() ? nullptr : line->output.c_str();
+  const auto made = run_program(path.c_str(), words, output, environment, limit);
   if (!made || made->was_ended || made->status == no_status || !WIFSIGNALED(made->status)) {
     return made;
   }

@@ -2,7 +2,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <sched.h>
 #include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -18,7 +17,7 @@
 
 #include "support/characters.h"
 #include "support/companion_path.h"
-#include "support/signals.h"
+#include "support/shared_child.h"
 
 namespace {
 
@@ -193,8 +192,8 @@ void sweep_copies(const commit& work) {
 bool run_in_child(commit& work) {
   constexpr std::size_t stack_size = 256UL * 1024;
   const auto stack = std::make_unique_for_overwrite<char[]>(stack_size);
-  const orv::support::signals_blocked blocked(orv::support::all_signals());
-  const int child = clone(commit_file, stack.get() + stack_size, CLONE_VM | CLONE_VFORK, &work);
+  const pid_t child =
+      orv::support::run_in_shared_child(commit_file, &work, {stack.get(), stack_size});
   if (child < 0) return false;
   while (waitpid(child, nullptr, __WALL) < 0 && errno == EINTR) {
   }

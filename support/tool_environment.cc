@@ -85,6 +85,28 @@ tool_environment::tool_environment() {
   variables_.push_back(nullptr);
 }
 
+std::optional<std::string_view> tool_environment::value_of(std::string_view name) const {
+  for (const char* const variable : variables_) {
+    if (variable != nullptr && name_of(variable) == name) return variable + name.size() + 1;
+  }
+  return std::nullopt;
+}
+
+std::string tool_environment::program_path(const std::string& word) const {
+  if (word.find('/') != word.npos) return word;
+  std::string_view folders = value_of("PATH").value_or("");
+  for (bool is_last = false; !is_last;) {
+    const std::size_t end = folders.find(':');
+    is_last = end == folders.npos;
+    std::string path(folders.substr(0, end));
+    if (!path.empty()) path += '/';  // an empty one is the working directory
+    path += word;
+    if (access(path.c_str(), X_OK) == 0) return path;
+    folders.remove_prefix(is_last ? folders.size() : end + 1);
+  }
+  return "";
+}
+
 bool tool_environment::pass_through_shell() { return has_plain_names() && set_working_directory(); }
 
 /// Each name once; among them that of the folders that programs are looked for in, for which a

@@ -1,7 +1,9 @@
 #ifndef ORV_SUPPORT_TOOL_ENVIRONMENT_H
 #define ORV_SUPPORT_TOOL_ENVIRONMENT_H
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace orv::support {
@@ -19,9 +21,15 @@ class tool_environment {
   /// more of it, such as of a name that is none
   bool pass_through_shell();
 
-  char* const* variables() { return variables_.data(); }
+  char* const* variables() const { return variables_.data(); }
+
+  /// @return the path of the program that a command's first word names; empty: there is none. (What
+  /// it names may turn out to be no program, and a shell may then look further.)
+  std::string program_path(const std::string& word) const;
 
  private:
+  /// @return the value of a variable; nothing when there is none of this name
+  std::optional<std::string_view> value_of(std::string_view name) const;
   bool has_plain_names() const;
   bool set_working_directory();
 

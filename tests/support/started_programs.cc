@@ -1,7 +1,6 @@
 #include "tests/support/started_programs.h"
 
 #include <dlfcn.h>
-#include <spawn.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,6 +13,9 @@ constexpr std::string_view link_to_shell = "/bin/sh";
 std::vector<std::string> programs;
 bool are_there = true;
 std::string shell;  // a name in "/usr/bin"; empty: the machine's own
+
+// A child that shares this process's memory may find the lock of the dynamic linker taken.
+auto* const real_execve = reinterpret_cast<decltype(&execve)>(dlsym(RTLD_NEXT, "execve"));
 
 }  // namespace
 
@@ -30,20 +32,28 @@ none_is_found::~none_is_found() { are_there = true; }
 
 }  // namespace started_programs
 
-extern "C" __attribute__((visibility("default"))) int posix_spawnp(
-    pid_t* child, const char* program, const posix_spawn_file_actions_t* actions,
-    const posix_spawnattr_t* attributes, char* const* arguments, char* const* environment) {
-  static auto* const real =
-      reinterpret_cast<decltype(&posix_spawnp)>(dlsym(RTLD_NEXT, "posix_spawnp"));
-  programs.emplace_back(program);
-  const std::string found =
-      program == link_to_shell && !shell.empty() ? "/usr/bin/" + shell : program;
-  return are_there ? real(child, found.c_str(), actions, attributes, arguments, environment)
-                   : ENOENT;
+// Runs in a child that shares this process's memory.
+extern "C" __attribute__((visibility("default"))) int execve(const char* path,
+                                                             char* const* arguments,
+                                                             char* const* environment) noexcept {
+  const bool is_shell = path == link_to_shell;
+  programs.emplace_back(is_shell ? path : arguments[0]);
+  if (!are_there) {
+    errno = ENOENT;
+    return -1;
+  }
+  const std::string found = is_shell && !shell.empty() ? "/usr/bin/" + shell : path;
+  return real_execve(found.c_str(), arguments, environment);
+}
+
+// A program is looked for before it is asked for.
+extern "C" __attribute__((visibility("default"))) int access(const char* path, int mode) noexcept {
+  static auto* const real = reinterpret_cast<decltype(&access)>(dlsym(RTLD_NEXT, "access"));
+  return are_there ? real(path, mode) : 0;
 }
 
 extern "C" __attribute__((visibility("default"))) ssize_t readlink(const char* path, char* target,
-                                                                   size_t size) {
+                                                                   size_t size) noexcept {
   static auto* const real = reinterpret_cast<decltype(&readlink)>(dlsym(RTLD_NEXT, "readlink"));
   if (path != link_to_shell || shell.empty()) return real(path, target, size);
   return static_cast<ssize_t>(shell.copy(target, size));

@@ -144,13 +144,19 @@ TEST_P(tool_environment, says_where_tools_are) {
   script("first/tool", "#!/bin/sh\necho not to be run\n", 0644);
   script("second/tool", "#!/bin/sh\necho second $0\n");
   script("second/in_second", "#!/bin/sh\necho second $0\n");
+  script("no_folder", "");
   for (const std::string folders :
        {":/usr/bin", "/usr/bin:", "/usr/bin::/bin", ".:/usr/bin", "first:second",
-        "/nowhere:first:second:", "second:first", "tool:second", "", "/nowhere"}) {
+        "/nowhere:first:second:", "second:first", "no_folder:second", ""}) {
     environment({"PATH=" + folders, here_});
-    is_the_same("tool > out");
-    is_the_same("in_second > out");
+    needs_no_shell("tool > out");
   }
+  environment({"PATH=/nowhere", here_});
+  is_left_to_the_shell("tool > out");
+  environment({"PATH=second:first", here_});
+  needs_no_shell("in_second > out");
+  environment({"PATH=first:second", here_});
+  is_left_to_the_shell("in_second > out");  // which passes over a folder of this name
   for (const std::string odd : {"A=1", "PATH=/usr/bin%func:second", "PATH=%builtin:/usr/bin"}) {
     environment({odd, here_});
     needs_a_shell("tool");
