@@ -2,7 +2,6 @@
 
 #include <dirent.h>
 #include <dlfcn.h>
-#include <mntent.h>
 #include <orv/support.h>
 #include <sys/stat.h>
 
@@ -89,12 +88,6 @@ INTERPOSED DIR* opendir(const char* path) {
   static auto* const real = next<DIR*(const char*)>("opendir");
   count_open(path);
   return real(path);
-}
-
-INTERPOSED FILE* setmntent(const char* path, const char* mode) noexcept {
-  static auto* const real = next<FILE*(const char*, const char*)>("setmntent");
-  count_open(path);
-  return real(path, mode);
 }
 
 INTERPOSED int ftruncate64(int file, off64_t size) noexcept {

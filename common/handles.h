@@ -2,7 +2,6 @@
 #define ORV_COMMON_HANDLES_H
 
 #include <dirent.h>
-#include <mntent.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -18,9 +17,6 @@ struct close_file {
 struct close_directory {
   void operator()(DIR* directory) const { closedir(directory); }
 };
-struct close_mount_table {
-  void operator()(FILE* table) const { endmntent(table); }
-};
 
 /// An open stdio stream; closed when it goes out of scope. Open it with mode "...e": every
 /// descriptor is close-on-exec.
@@ -28,9 +24,6 @@ using unique_file = std::unique_ptr<FILE, close_file>;
 
 /// An open directory (close-on-exec by itself); closed when it goes out of scope.
 using unique_directory = std::unique_ptr<DIR, close_directory>;
-
-/// A table of mounts opened with `setmntent`; closed when it goes out of scope.
-using unique_mount_table = std::unique_ptr<FILE, close_mount_table>;
 
 /// An open descriptor, or none; closed when it goes out of scope. `errno` is kept.
 class unique_descriptor {

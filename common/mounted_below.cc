@@ -1,19 +1,14 @@
 #include "common/mounted_below.h"
 
-#include <mntent.h>
-
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
 
-#include "common/handles.h"
+#include "common/mount_table.h"
 #include "common/text.h"
 
 namespace orv {
 namespace {
-
-/// Holds the longest line there is: device and directory with every byte written as "\ooo".
-constexpr int line_capacity = 65536;
 
 bool is_inside(std::string_view path, std::string_view directory) {
   return path.starts_with(directory) &&
@@ -24,14 +19,12 @@ bool is_inside(std::string_view path, std::string_view directory) {
 /// table that cannot be read
 template <class Condition>
 int find_mount(Condition is_it) {
-  const unique_mount_table table(setmntent("/proc/mounts", "re"));
-  if (!table) return errno;
-  const auto line = std::make_unique_for_overwrite<char[]>(line_capacity);
-  mntent entry{};
-  while (getmntent_r(table.get(), &entry, line.get(), line_capacity) != nullptr) {
-    if (is_it(without_empty_components(entry.mnt_dir))) return EBUSY;
+  mount_table mounts;
+  if (!mounts) return errno;
+  while (mounts.next()) {
+    if (is_it(without_empty_components(mounts.directory()))) return EBUSY;
   }
-  return std::ferror(table.get()) != 0 ? EIO : 0;
+  return mounts.failed() ? EIO : 0;
 }
 
 }  // namespace

@@ -1,15 +1,13 @@
 #include <orv/fs.h>
 #include <orv/lvm.h>
 
-#include <mntent.h>
-
 #include <algorithm>
 #include <string_view>
 #include <vector>
 
 #include "common/families.h"
-#include "common/handles.h"
 #include "common/log.h"
+#include "common/mount_table.h"
 #include "common/text.h"
 #include "lvm/pool_reader.h"
 
@@ -62,14 +60,10 @@ class met_file_systems {
 /// when its list of mounts cannot be opened.
 template <class Take>
 void each_mounted_directory(Take take) {
-  const orv::unique_mount_table mounts(setmntent("/proc/mounts", "re"));
+  orv::mount_table mounts;
   if (!mounts) return orv::check_memory();
-  char strings[4096];
-  mntent entry{};
-  while (getmntent_r(mounts.get(), &entry, strings, sizeof strings) != nullptr) {
-    const std::string_view directory(entry.mnt_dir);
-    if (!directory.empty()) take(directory);
-  }
+  while (mounts.next()) take(mounts.directory());
+  if (mounts.failed()) orv::check_memory();
 }
 
 void complete_from_pool(tag_fs_info& fs, const tag_pool_info& pool) {

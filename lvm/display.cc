@@ -29,8 +29,7 @@ std::optional<std::string> text_column(const char* line, int index) {
 
 uint64_t number_column(const char* line, int index) {
   uint64_t number = 0;
-  errno = 0;
-  if (get_size_from_display(line, length_of(line), ":", index, &number) != 0) check_memory();
+  get_size_from_display(line, length_of(line), ":", index, &number);
   return number;
 }
 

@@ -40,7 +40,7 @@ GROUPS = [
         disk/mvsata.cc disk/partitions.cc disk/smart_arcadm.cc disk/smart_attributes.cc
         disk/smart_detail.cc disk/smart_summary.cc disk/sysfs_disk.cc disk/value_from_file.cc
         fs/mdfstab_line.cc fs/mdfstab_read.cc fs/mount_state.cc fs/usage.cc
-        lvm/display.cc lvm/lvdisplay.cc common/mounted_below.cc lvm/pvdisplay.cc lvm/vg_backup.cc
+        lvm/display.cc lvm/lvdisplay.cc common/mount_table.cc common/mounted_below.cc lvm/pvdisplay.cc lvm/vg_backup.cc
         lvm/vgdisplay.cc
         raid/arcadm_display.cc raid/md_partitions.cc raid/md_sysfs.cc raid/mdadm_detail.cc
         raid/mdstat.cc raid/member_list.cc

@@ -1,13 +1,13 @@
-#include <mntent.h>
 #include <orv/share.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <string_view>
 
 #include "common/families.h"
-#include "common/handles.h"
 #include "common/log.h"
+#include "common/mount_table.h"
 #include "common/text.h"
 #include "share/share_index.h"
 #include "share/share_list.h"
@@ -24,16 +24,15 @@ bool has_mount_point(const tag_share_config& share) { return !orv::is_iscsi(shar
 /// For each mount the records are searched, in their order, for the share that is called like the
 /// mount point.
 /// @return the most records that a search passed over
-std::size_t find_mounted(FILE* mounts, tag_shareconf_list* list) {
+std::size_t find_mounted(orv::mount_table& mounts, tag_shareconf_list* list) {
   const orv::share_index shares(list, &tag_share_config::name, has_mount_point);
   std::size_t passed_over = 0;
-  char strings[4096];
-  mntent entry{};
-  while (getmntent_r(mounts, &entry, strings, sizeof strings) != nullptr) {
-    const orv::share_index::place found = shares.search(orv::after_last(entry.mnt_dir, '/'));
+  while (mounts.next()) {
+    const std::string_view directory = mounts.directory();
+    const orv::share_index::place found = shares.search(orv::after_last(directory, '/'));
     passed_over = std::max(passed_over, found.passed_over);
     if (found.share == nullptr) continue;
-    orv::set_text(found.share->path, entry.mnt_dir);
+    orv::set_text(found.share->path, directory);
     found.share->used = mounted;
   }
   return passed_over;
@@ -51,14 +50,17 @@ void mark_volumes(tag_shareconf_list* list, std::size_t passed_over) {
 
 int get_shareinfo_from_mount(tag_shareconf_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
-  const orv::unique_mount_table mounts(setmntent("/proc/mounts", "re"));
+  orv::mount_table mounts;
   if (!mounts) {
     orv::check_memory();
     return ORV_OK;
   }
-  const std::size_t passed_over = find_mounted(mounts.get(), list);
+  const std::size_t passed_over = find_mounted(mounts, list);
   // Of mounts that were not read nothing is known: no share is called unmounted.
-  if (std::ferror(mounts.get()) != 0) return ORV_OK;
+  if (mounts.failed()) {
+    orv::check_memory();
+    return ORV_OK;
+  }
   mark_volumes(list, passed_over);
   for (tag_share_config& share : orv::records(list)) {
     if (share.used == mounted) continue;

@@ -2,13 +2,14 @@
 
 #include <pthread.h>
 
+#include <bitset>
 #include <cerrno>
 #include <charconv>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 #include <optional>
-#include <string>
+#include <string_view>
 
 #include "support/characters.h"
 
@@ -22,19 +23,37 @@ std::string_view first_bytes(const char* line, int len) {
   return {line, strnlen(line, static_cast<std::size_t>(len))};
 }
 
+/// The characters between fields. The list tools' lines are asked for field after field: one look
+/// answers for each character.
+class separator_set {
+ public:
+  explicit separator_set(std::string_view characters) {
+    for (const char c : characters) is_in_[static_cast<unsigned char>(c)] = true;
+  }
+  bool has(char c) const { return is_in_[static_cast<unsigned char>(c)]; }
+
+ private:
+  std::bitset<1UL << CHAR_BIT> is_in_;
+};
+
+/// Place of the first character from `start` on for which the condition holds, or the line's size.
+template <class Condition>
+std::size_t find_from(std::string_view line, std::size_t start, Condition condition) {
+  while (start < line.size() && !condition(line[start])) ++start;
+  return start;
+}
+
 /// Start of the field `index`, or npos. A run of separators counts as one, so an empty column
 /// shifts the columns behind it: the list tools' outputs are read that way throughout.
-std::size_t field_start(std::string_view line, std::string_view separators, int index) {
+std::size_t field_start(std::string_view line, const separator_set& separators, int index) {
   if (index < 0) return std::string_view::npos;
-  std::string leading(separators);
-  leading += " \t";
-  std::size_t start = line.find_first_not_of(leading);
-  for (; index > 0 && start != std::string_view::npos; --index) {
-    const std::size_t end = line.find_first_of(separators, start);
-    if (end == std::string_view::npos) return end;
-    start = line.find_first_not_of(separators, end);
-  }
-  return start;
+  const auto is_separator = [&](char c) { return separators.has(c); };
+  const auto is_text = [&](char c) { return !separators.has(c); };
+  std::size_t start =
+      find_from(line, 0, [&](char c) { return is_text(c) && c != ' ' && c != '\t'; });
+  for (; index > 0 && start < line.size(); --index)
+    start = find_from(line, find_from(line, start, is_separator), is_text);
+  return start < line.size() ? start : std::string_view::npos;
 }
 
 /// None where the program has used up its keys: what stands under a key that is not ours is not
@@ -70,33 +89,29 @@ char* keep_for_thread(std::string_view line) {
 bool find_field(const char* line, int len, const char* separators, int index,
                 std::string_view& field) {
   const std::string_view text = first_bytes(line, len);
-  const std::string_view characters = text_or_empty(separators);
-  const std::size_t start = field_start(text, characters, index);
+  const separator_set ends(text_or_empty(separators));
+  const std::size_t start = field_start(text, ends, index);
   if (start == std::string_view::npos) return false;
-  field = text.substr(start);
-  field = field.substr(0, field.find_first_of(characters));
-  field = field.substr(0, field.find_first_of("\r\n"));
+  const auto is_end = [&](char c) { return ends.has(c) || c == '\r' || c == '\n'; };
+  field = text.substr(start, find_from(text, start, is_end) - start);
   return true;
 }
 
 }  // namespace
 
 int get_substr_from_line(const char* line, int len, const char* separators, int index,
-                         char** field) try {
+                         char** field) {
   if (field == nullptr) return 0;
   const std::string_view text = first_bytes(line, len);
-  const std::size_t start = field_start(text, text_or_empty(separators), index);
+  const std::size_t start = field_start(text, separator_set(text_or_empty(separators)), index);
   char* const kept = start == std::string_view::npos ? nullptr : keep_for_thread(text);
   if (kept == nullptr) return 0;
   *field = kept + start;
   return 1;
-} catch (const std::bad_alloc&) {
-  errno = ENOMEM;
-  return 0;
 }
 
 int get_size_from_display(const char* line, int len, const char* separators, int index,
-                          uint64_t* value) try {
+                          uint64_t* value) {
   std::string_view field;
   if (value == nullptr || !find_field(line, len, separators, index, field)) return -1;
   uint64_t number = 0;
@@ -105,18 +120,12 @@ int get_size_from_display(const char* line, int len, const char* separators, int
   if (error != std::errc() || stopped != end) return -1;
   *value = number;
   return 0;
-} catch (const std::bad_alloc&) {
-  errno = ENOMEM;
-  return -1;
 }
 
 int get_str_from_display(const char* line, int len, const char* separators, int index, char* out,
-                         int size) try {
+                         int size) {
   std::string_view field;
   if (out == nullptr || size <= 0 || !find_field(line, len, separators, index, field)) return -1;
   copy_text(out, size, field);
   return 0;
-} catch (const std::bad_alloc&) {
-  errno = ENOMEM;
-  return -1;
 }

@@ -54,9 +54,10 @@ constexpr std::string_view names_of_the_shell[] = {"COMP_WORDBREAKS",
                                                    "SRANDOM",
                                                    "UID"};
 
+static_assert(std::ranges::is_sorted(names_of_the_shell));
+
 bool is_the_shells(std::string_view name) {
-  return name.starts_with("BASH") ||
-         std::ranges::find(names_of_the_shell, name) != std::end(names_of_the_shell);
+  return name.starts_with("BASH") || std::ranges::binary_search(names_of_the_shell, name);
 }
 
 bool is_here(const char* directory) {
@@ -113,18 +114,21 @@ bool tool_environment::pass_through_shell() { return has_plain_names() && set_wo
 /// shell has a default of its own.
 bool tool_environment::has_plain_names() const {
   std::vector<std::string_view> names;
+  names.reserve(variables_.size());
   bool has_path = false;
   for (const char* const variable : variables_) {
     if (variable == nullptr) break;
-    const std::string_view name = name_of(variable);
-    if (!is_name(name) || is_the_shells(name) || name.size() == std::string_view(variable).size()) {
-      return false;
-    }
+    const std::string_view text(variable);
+    const std::size_t end = text.find('=');
+    const std::string_view name = text.substr(0, end);
+    if (end == text.npos || !is_name(name) || is_the_shells(name)) return false;
     // "%" has a meaning to dash there.
-    if (name == "PATH") has_path = std::string_view(variable).find('%') == name.npos;
+    if (name == "PATH") has_path = text.find('%') == text.npos;
     names.push_back(name);
   }
-  std::ranges::sort(names);
+  std::ranges::sort(names, [](std::string_view one, std::string_view other) {
+    return one.size() != other.size() ? one.size() < other.size() : one < other;
+  });
   return has_path && std::ranges::adjacent_find(names) == names.end();
 }
 

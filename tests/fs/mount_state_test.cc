@@ -41,8 +41,19 @@ TEST_F(mount_check_of, a_path_fails_without_a_list_of_mounts) {
   EXPECT_EQ(mount_check("/mnt/data"), ORV_E_FAILED);
 }
 
+TEST_F(mount_check_of, a_path_fails_without_memory_for_the_list) {
+  mounts(data_mounted);
+  machine.fail("getline", ENOMEM, 1);
+  EXPECT_EQ(mount_check("/mnt/data"), ORV_E_FAILED);
+  EXPECT_THAT(machine.log(), testing::HasSubstr("Cannot allocate memory"));
+  machine.forget();
+}
+
 TEST_F(mount_check_of, a_path_with_blanks_sees_through_the_escapes_of_the_kernel) {
-  mounts("/dev/a /mnt/my\\040disk xfs rw 0 0\n/dev/b /mnt/a\\011b\\012c\\134d xfs rw 0 0\n");
+  mounts(
+      "/dev/a /mnt/my\\040disk xfs rw 0 0\n/dev/b /mnt/a\\011b\\012c\\134d xfs rw 0 0\n"
+      "\\043c /mnt/\\043one xfs rw 0 0\n");
+  EXPECT_EQ(mount_check("/mnt/#one"), ORV_OK);
   EXPECT_EQ(mount_check("/mnt/my disk"), ORV_OK);
   EXPECT_EQ(mount_check("/mnt/a\tb\nc\\d"), ORV_OK);
   EXPECT_EQ(mount_check("/mnt/my\\040disk"), ORV_E_FAILED);
@@ -146,6 +157,20 @@ TEST_F(mountfs, takes_everything_for_unmounted_without_a_list_of_mounts) {
   list.add("/dev/vg1/data", "/mnt/data");
   EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
   expect_facts(list.only(), "umount", "vg1", "2", mib_of_10_gib);
+}
+
+TEST_F(mountfs, calls_nothing_unmounted_without_memory_for_a_line) {
+  lvdisplay().prints(two_pools);
+  mounts("/dev/mapper/vg1-data /mnt/data xfs rw 0 0\n");
+  int failures = 0;
+  for (int nth = 1; nth < 40; ++nth) {
+    fs_list list;
+    list.add("/dev/vg1/data", "/mnt/data");
+    machine.fail("getline", ENOMEM, nth);
+    failures += mountfs_get(list.get()) == ORV_E_FAILED ? 1 : 0;
+    EXPECT_NE(list.only().state, std::string("umount")) << nth;
+  }
+  EXPECT_EQ(failures, 2);  // of the line, and of what may stand behind it
 }
 
 TEST_F(mountfs, compares_the_whole_device_path) {

@@ -194,6 +194,14 @@ TEST_F(mount_point, is_kept_when_the_mount_table_cannot_be_read) {
   EXPECT_THAT(machine.commands(), IsEmpty());
 }
 
+TEST_F(mount_point, is_kept_when_the_mount_table_breaks_off) {
+  mounted("/mnt/lv0");
+  for (const int error : {EIO, ENOMEM}) {
+    machine.fail("getline", error, 2);
+    expect_refused("/mnt/lv0", "Input/output error");
+  }
+}
+
 TEST_F(mount_point, is_kept_when_its_links_cannot_be_followed) {
   machine.link("/mnt/loop", "/mnt/loop");
   expect_refused("/mnt/loop/lv0", "Too many levels of symbolic links");

@@ -124,7 +124,7 @@ TEST_F(share_get_of, volumes_that_cannot_be_read_ends_before_the_targets) {
 }
 
 TEST_F(share_get_of, volumes_whose_copy_cannot_be_opened_ends_before_the_targets) {
-  machine.fail("fopen", EMFILE, 5);
+  machine.fail("fopen", EMFILE, 6);
   EXPECT_EQ(share_get(list.get()), ORV_E_EXPORTS);
   EXPECT_THAT(list.told(), ElementsAre("photos|of photos|/mnt/photos|samba|ann,bob|ro",
                                        "films|of films|/mnt/films|nfs|10.0.0.0/24|ro",
@@ -137,7 +137,7 @@ TEST_F(share_get_of, volumes_whose_copy_cannot_be_opened_ends_before_the_targets
 }
 
 TEST_F(share_get_of, targets_whose_copy_cannot_be_opened_fails_with_all_that_is_known) {
-  machine.fail("fopen", EMFILE, 6);
+  machine.fail("fopen", EMFILE, 7);
   EXPECT_EQ(share_get(list.get()), ORV_E_IETD);
   EXPECT_EQ(list.told().size(), 4U);
   EXPECT_EQ(list.told()[3], "disk|Filesystem unmounted|/mnt/pool/disk|iSCSI||rw");
@@ -192,8 +192,8 @@ TEST_F(share_get_of, thousands_of_shares_opens_each_file_as_often_as_for_one) {
   exports(nfs);
   mounts(directories);
   machine.file(ietd_path, targets);
-  // The shares, Samba, one FTP user, the exports, the volumes and the targets.
-  machine.fail("fopen", EMFILE, 7);
+  // The shares, Samba, one FTP user, the exports, the mounts, the volumes and the targets.
+  machine.fail("fopen", EMFILE, 8);
   after(share_get);
   const auto records = list.records();
   ASSERT_EQ(records.size(), std::size_t{count} + 1);
