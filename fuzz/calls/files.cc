@@ -150,7 +150,6 @@ FILE* machine_fopen(const char* path, const char* mode) {
   return number < 0 ? nullptr : machine_fdopen(number, mode);
 }
 
-
 int machine_fileno(FILE* stream) {
   for (const open_stream& known : streams) {
     if (known.stream == stream) return known.descriptor;

@@ -163,7 +163,7 @@ TEST_F(mountfs, calls_nothing_unmounted_without_memory_for_a_line) {
   lvdisplay().prints(two_pools);
   mounts("/dev/mapper/vg1-data /mnt/data xfs rw 0 0\n");
   int failures = 0;
-  for (int nth = 1; nth < 40; ++nth) {
+  for (int nth = 1; nth < 100; ++nth) {
     fs_list list;
     list.add("/dev/vg1/data", "/mnt/data");
     machine.fail("getline", ENOMEM, nth);

@@ -102,7 +102,8 @@ DEFINE_WEAK(int, fcntl64, int file, int command, void* value) {
   return lock_fails(command) ? -1 : real<own_fcntl64>("fcntl64", file, command, value);
 }
 
-// What is not closed on exec(2) is opened for a tool, in its own process: the error is the caller's.
+// What is not closed on exec(2) is opened for a tool, in its own process: the error is the
+// caller's.
 bool open_fails(const char* path, int flags) {
   if ((flags & O_CLOEXEC) != 0 && fails_here("open")) return true;
   const bool wants_device = (flags & O_EXCL) != 0 && (flags & O_CREAT) == 0;
