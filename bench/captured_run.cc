@@ -65,7 +65,7 @@ void add_captured_run(rows& all) {
   all.push_back({"captured run of cat", "posix_spawn of cat into a file", 2.0, limit, prepare,
                  time_of(run_captured), time_of(run_directly), 400});
   all.push_back({"captured run, caller with 2 GiB", "the same in a small process", 1.3,
-                 "posix_spawn shares the caller's memory until the tool runs", prepare,
+                 "the child shares the caller's memory until the tool runs", prepare,
                  captured_in_large_process, mean_of_runs, 5});
 }
 
