@@ -78,9 +78,11 @@ INTERPOSED int open64(const char* path, int flags, ...) {
   va_start(values, flags);
   const mode_t mode = va_arg(values, mode_t);
   va_end(values);
-  count_open(path);
   const int file = real(path, flags, mode);
-  if (watched_now != nullptr && file >= 0) paths_of_descriptors[file] = path;
+  // What is not closed on exec(2) is opened in a tool's process, which shares this one's memory.
+  if (watched_now == nullptr || (flags & O_CLOEXEC) == 0) return file;
+  count_open(path);
+  if (file >= 0) paths_of_descriptors[file] = path;
   return file;
 }
 

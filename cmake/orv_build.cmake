@@ -74,9 +74,11 @@ function(orv_add_library name)
       <algorithm> <cerrno> <chrono> <cstdio> <cstring> <functional> <map> <optional> <string>
       <string_view> <unordered_map> <vector>)
   endif()
-  # nodelete: the system log keeps a pointer to the ident that the library gave it.
+  # nodelete: the system log keeps a pointer to the ident that the library gave it. now: a function that
+  # is looked up at its first call has the caller's registers, which may hold part of a password, saved
+  # on the stack.
   target_link_options(${name} PRIVATE
-    -Wl,-z,nodelete -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/hidden_std.map)
+    -Wl,-z,nodelete -Wl,-z,now -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/hidden_std.map)
   set_property(TARGET ${name} APPEND PROPERTY
     LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/hidden_std.map)
   install(TARGETS ${name} EXPORT orv LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})

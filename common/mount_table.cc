@@ -23,7 +23,8 @@ bool mount_table::next() {
   directory_ = {};
   while (directory_.empty()) {
     const ssize_t size = getline(&line_, &room_, file_.get());
-    if (size < 0) return false;
+    // A line that breaks off is none.
+    if (size < 0 || std::ferror(file_.get()) != 0) return false;
     std::string_view rest(line_, static_cast<std::size_t>(size));
     next_word(rest);  // the device
     directory_ = next_word(rest);

@@ -11,7 +11,8 @@
 
 namespace orv {
 
-/// The kernel's table of mounts, read mount by mount.
+/// The kernel's table of mounts, read mount by mount: all of them, also those that getmntent(3)
+/// passes over because whoever made them asked for that.
 class mount_table {
  public:
   mount_table() : file_(std::fopen("/proc/mounts", "re")) {}

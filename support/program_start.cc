@@ -49,6 +49,14 @@ bool open_null_if_closed(int number) {
   return fcntl(number, F_GETFD) >= 0 || open_as(number, "/dev/null", O_WRONLY);
 }
 
+void close_others() {
+  constexpr int first = STDERR_FILENO + 1;
+  if (close_range(first, ~0U, 0) == 0) return;
+  // Kernels before 5.9 close them one by one.
+  const long end = sysconf(_SC_OPEN_MAX);
+  for (int number = first; number < end; ++number) close(number);
+}
+
 bool set_descriptors(const char* output) {
   if (!open_as(STDIN_FILENO, "/dev/null", O_RDONLY) || !open_null_if_closed(STDOUT_FILENO) ||
       !open_null_if_closed(STDERR_FILENO)) {
@@ -57,7 +65,7 @@ bool set_descriptors(const char* output) {
   if (output != nullptr && !open_as(STDOUT_FILENO, output, O_WRONLY | O_CREAT | O_TRUNC)) {
     return false;
   }
-  closefrom(STDERR_FILENO + 1);
+  close_others();
   return true;
 }
 
@@ -78,8 +86,8 @@ int become_program(void* argument) {
 }  // namespace
 
 pid_t start_program(const program_start& how) {
-  // The child calls nothing that needs more than a little of it.
-  constexpr std::size_t stack_size = 16UL * 1024;
+  // The child needs little of it, and of what is not touched nothing is ever there.
+  constexpr std::size_t stack_size = 32UL * 1024;
   const auto stack = std::make_unique_for_overwrite<char[]>(stack_size);
   const int saved_errno = errno;
   attempt asked{how};

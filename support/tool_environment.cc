@@ -1,5 +1,6 @@
 #include "support/tool_environment.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -102,7 +103,7 @@ std::string tool_environment::program_path(const std::string& word) const {
     std::string path(folders.substr(0, end));
     if (!path.empty()) path += '/';  // an empty one is the working directory
     path += word;
-    if (access(path.c_str(), X_OK) == 0) return path;
+    if (faccessat(AT_FDCWD, path.c_str(), X_OK, AT_EACCESS) == 0) return path;
     folders.remove_prefix(is_last ? folders.size() : end + 1);
   }
   return "";

@@ -23,12 +23,12 @@ class tool_environment {
 
   char* const* variables() const { return variables_.data(); }
 
-  /// @return the path of the program that a command's first word names; empty: there is none. (What
-  /// it names may turn out to be no program, and a shell may then look further.)
+  /// Once it has passed, the path of the program that a command's first word names; empty: there is
+  /// none. (What it names may turn out to be no program, and a shell may then look further.)
   std::string program_path(const std::string& word) const;
 
  private:
-  /// @return the value of a variable; nothing when there is none of this name
+  /// The value of a variable, once all have plain names; nothing when there is none of this name.
   std::optional<std::string_view> value_of(std::string_view name) const;
   bool has_plain_names() const;
   bool set_working_directory();

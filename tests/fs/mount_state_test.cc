@@ -59,6 +59,11 @@ TEST_F(mount_check_of, a_path_with_blanks_sees_through_the_escapes_of_the_kernel
   EXPECT_EQ(mount_check("/mnt/my\\040disk"), ORV_E_FAILED);
 }
 
+TEST_F(mount_check_of, a_mount_that_is_to_be_passed_over_succeeds_all_the_same) {
+  mounts("/etc/auto.misc /misc autofs rw,relatime,ignore 0 0\n");
+  EXPECT_EQ(mount_check("/misc"), ORV_OK);
+}
+
 TEST_F(mount_check_of, a_long_path_succeeds) {
   const std::string path = '/' + std::string(4000, 'm');
   mounts("/dev/a " + path + " xfs rw 0 0\n");

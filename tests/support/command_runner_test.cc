@@ -68,6 +68,16 @@ TEST_F(liborv_system_, gives_a_command_output_that_the_caller_has_closed) {
   EXPECT_EQ(status, 0);
 }
 
+TEST_F(liborv_system_, fails_without_a_process_for_the_command) {
+  machine.fail("clone", ENOMEM);
+  for (const char* const line : {"true", "cat /proc/version > /tmp/x", "echo text; true"}) {
+    errno = 0;
+    EXPECT_EQ(liborv_system(line), -1) << line;
+    EXPECT_EQ(errno, ENOMEM) << line;
+  }
+  EXPECT_NE(access("/tmp/x", F_OK), 0);
+}
+
 TEST_F(liborv_system_, runs_tools_with_no_signal_blocked) {
   sigset_t term;
   sigemptyset(&term);

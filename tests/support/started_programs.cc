@@ -11,6 +11,7 @@ namespace {
 constexpr std::string_view link_to_shell = "/bin/sh";
 
 std::vector<std::string> programs;
+int started = 0;
 bool are_there = true;
 std::string shell;  // a name in "/usr/bin"; empty: the machine's own
 
@@ -22,7 +23,11 @@ auto* const real_execve = reinterpret_cast<decltype(&execve)>(dlsym(RTLD_NEXT, "
 namespace started_programs {
 
 std::vector<std::string> all() { return programs; }
-void forget() { programs.clear(); }
+int running() { return started; }
+void forget() {
+  programs.clear();
+  started = 0;
+}
 
 shell_is::shell_is(const std::string& name) { shell = name; }
 shell_is::~shell_is() { shell.clear(); }
@@ -43,13 +48,17 @@ extern "C" __attribute__((visibility("default"))) int execve(const char* path,
     return -1;
   }
   const std::string found = is_shell && !shell.empty() ? "/usr/bin/" + shell : path;
-  return real_execve(found.c_str(), arguments, environment);
+  ++started;
+  const int result = real_execve(found.c_str(), arguments, environment);
+  --started;
+  return result;
 }
 
 // A program is looked for before it is asked for.
-extern "C" __attribute__((visibility("default"))) int access(const char* path, int mode) noexcept {
-  static auto* const real = reinterpret_cast<decltype(&access)>(dlsym(RTLD_NEXT, "access"));
-  return are_there ? real(path, mode) : 0;
+extern "C" __attribute__((visibility("default"))) int faccessat(int folder, const char* path,
+                                                                int mode, int flags) noexcept {
+  static auto* const real = reinterpret_cast<decltype(&faccessat)>(dlsym(RTLD_NEXT, "faccessat"));
+  return are_there ? real(folder, path, mode, flags) : 0;
 }
 
 extern "C" __attribute__((visibility("default"))) ssize_t readlink(const char* path, char* target,

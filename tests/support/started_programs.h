@@ -9,6 +9,8 @@ namespace started_programs {
 
 /// What was asked for since the last `forget`.
 std::vector<std::string> all();
+/// How many of these became programs.
+int running();
 void forget();
 
 /// While an object of this type lives "/bin/sh" is a link to this shell of "/usr/bin".

@@ -120,10 +120,11 @@ class without_shell : public testing::TestWithParam<const char*> {
     is_tried_without(line);
     EXPECT_EQ(started_programs::all().size(), 1U) << line;
   }
-  /// Nothing else has been run before the shell is.
+  /// What was tried before the shell, if anything, was no program.
   outcome is_left_to_the_shell(const std::string& line) const {
     const outcome made = is_the_same(line);
     EXPECT_EQ(started_programs::all().back(), "/bin/sh") << line;
+    EXPECT_EQ(started_programs::running(), 1) << line;
     return made;
   }
   void needs_a_shell(const std::string& line) const {

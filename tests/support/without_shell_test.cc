@@ -98,11 +98,35 @@ TEST_P(without_shell, starts_tools_in_the_same_state) {
   sigaddset(&some, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &some, &before);
   look();
+  const auto signals = [this](const std::string& kind) {
+    needs_no_shell("grep " + kind + " /proc/self/status > out");
+    return std::stoull(text_of("out").substr(kind.size() + 1), nullptr, 16);
+  };
+  const auto bit = [](int signal) { return 1ULL << (signal - 1); };
+  EXPECT_EQ(signals("SigBlk"), 0U);
+  EXPECT_EQ(signals("SigIgn") & (bit(SIGINT) | bit(SIGPIPE) | bit(SIGRTMIN + 3)),
+            bit(SIGINT) | bit(SIGRTMIN + 3));
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
   sigaction(SIGINT, &former[0], nullptr);
   sigaction(SIGPIPE, &former[1], nullptr);
   sigaction(SIGRTMIN + 3, &former[2], nullptr);
   close(inherited);
+}
+
+TEST_P(without_shell, gives_a_tool_nothing_where_its_caller_has_closed_something) {
+  const pid_t child = fork();
+  if (child == 0) {
+    for (const int number : {0, 1, 2}) close(number);
+    const bool ran = liborv_system("readlink /proc/self/fd/0 > input") == 0 &&
+                     liborv_system("readlink /proc/self/fd/2 > errors") == 0 &&
+                     liborv_system("cat /proc/version") == 0;
+    _exit(ran ? 0 : 1);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(text_of("input"), "/dev/null\n");
+  EXPECT_EQ(text_of("errors"), "/dev/null\n");
 }
 
 std::atomic<bool> handled_elsewhere = false;
