@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <memory>
 
 #include "support/shared_child.h"
@@ -86,7 +87,7 @@ int become_program(void* argument) {
 }  // namespace
 
 pid_t start_program(const program_start& how) {
-  // The child needs little of it, and of what is not touched nothing is ever there.
+  // The child needs little of it; what is not touched costs nothing.
   constexpr std::size_t stack_size = 32UL * 1024;
   const auto stack = std::make_unique_for_overwrite<char[]>(stack_size);
   const int saved_errno = errno;
