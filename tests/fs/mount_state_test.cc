@@ -49,6 +49,15 @@ TEST_F(mount_check_of, a_path_fails_without_memory_for_the_list) {
   machine.forget();
 }
 
+TEST_F(mount_check_of, a_path_of_which_only_the_beginning_could_be_read_fails) {
+  mounts("/dev/a /mnt/data/of/a/long/name xfs rw 0 0\n/dev/a /mnt/data/x xfs rw,inode64 0 0\n");
+  for (const int nth : {1, 2}) {
+    machine.fail("getline within a line", EIO, nth);
+    const std::string line = nth == 1 ? "/mnt/data/of/a" : "/mnt/data/x";
+    EXPECT_EQ(mount_check(line.c_str()), ORV_E_FAILED) << nth;
+  }
+}
+
 TEST_F(mount_check_of, a_path_with_blanks_sees_through_the_escapes_of_the_kernel) {
   mounts(
       "/dev/a /mnt/my\\040disk xfs rw 0 0\n/dev/b /mnt/a\\011b\\012c\\134d xfs rw 0 0\n"

@@ -17,9 +17,10 @@ namespace sandbox::libc {
 namespace {
 
 constexpr std::string_view functions[] = {
-    "clone",     "connect",  "fallocate", "fchmod", "fcntl",   "fdopen", "flock", "fread",
-    "ftruncate", "futimens", "getline",   "kill",   "lstat",   "open",   "pread", "readdir",
-    "read",      "recv",     "sendfile",  "unlink", "waitpid", "write"};
+    "clone", "connect",  "fallocate", "fchmod",   "fcntl",   "fdopen",
+    "flock", "fread",    "ftruncate", "futimens", "getline", "getline within a line",
+    "kill",  "lstat",    "open",      "pread",    "readdir", "read",
+    "recv",  "sendfile", "unlink",    "waitpid",  "write"};
 
 // The threads of the sandbox and of the test's own daemons go on undisturbed.
 constinit thread_local bool is_under_test = false;
@@ -60,11 +61,6 @@ DEFINE_FAILING(int, "flock", flock, (int file, int operation), file, operation)
 DEFINE_FAILING(int, "ftruncate", ftruncate, (int file, off_t size), file, size)
 DEFINE_FAILING(int, "ftruncate", ftruncate64, (int file, off_t size), file, size)
 DEFINE_FAILING(int, "futimens", futimens, (int file, const timespec* times), file, times)
-DEFINE_FAILING(ssize_t, "getline", getline, (char** line, size_t* size, FILE* file), line, size,
-               file)
-// What it is called by the header in an optimised build.
-DEFINE_FAILING(ssize_t, "getline", __getdelim, (char** line, size_t* size, int end, FILE* file),
-               line, size, end, file)
 DEFINE_FAILING(int, "kill", kill, (pid_t process, int signal), process, signal)
 DEFINE_FAILING(int, "lstat", lstat, (const char* path, struct stat* found), path, found)
 DEFINE_FAILING(int, "lstat", lstat64, (const char* path, struct stat64* found), path, found)
@@ -150,6 +146,28 @@ DEFINE_WEAK(size_t, fread_unlocked, void* to, size_t size, size_t count, FILE* s
   const size_t got =
       real<own_fread_unlocked>("fread_unlocked", to, size, is_failing ? 1 : count, stream);
   return is_failing ? as_failed(stream, got) : got;
+}
+
+// Half a line is read before the error.
+ssize_t cut_line(char* line, FILE* stream, ssize_t size) {
+  if (size <= 0) return size;
+  line[size / 2] = '\0';
+  return static_cast<ssize_t>(as_failed(stream, static_cast<std::size_t>(size / 2)));
+}
+
+DEFINE_WEAK(ssize_t, getline, char** line, size_t* room, FILE* stream) {
+  if (fails_here("getline")) return -1;
+  const bool breaks_off = fails_here("getline within a line");
+  const ssize_t size = real<own_getline>("getline", line, room, stream);
+  return breaks_off ? cut_line(*line, stream, size) : size;
+}
+
+// What it is called by the header in an optimised build.
+DEFINE_WEAK(ssize_t, __getdelim, char** line, size_t* room, int end, FILE* stream) {
+  if (fails_here("getline")) return -1;
+  const bool breaks_off = fails_here("getline within a line");
+  const ssize_t size = real<own___getdelim>("__getdelim", line, room, end, stream);
+  return breaks_off ? cut_line(*line, stream, size) : size;
 }
 
 // Its further arguments are not used here.
