@@ -34,14 +34,14 @@ GROUPS = [
         "parsers",
         90,
         """
-        common/control_characters.h common/line_reader.cc common/octal_code.cc
+        common/control_characters.h common/line_reader.cc common/mount_table.cc
+        common/mounted_below.cc common/octal_code.cc
         common/partitions.cc common/text.cc common/text.h
         disk/arcadm_scan.cc disk/channels.cc disk/diskinfo_file.cc disk/hotspare_list.cc
         disk/mvsata.cc disk/partitions.cc disk/smart_arcadm.cc disk/smart_attributes.cc
         disk/smart_detail.cc disk/smart_summary.cc disk/sysfs_disk.cc disk/value_from_file.cc
         fs/mdfstab_line.cc fs/mdfstab_read.cc fs/mount_state.cc fs/usage.cc
-        lvm/display.cc lvm/lvdisplay.cc common/mount_table.cc common/mounted_below.cc lvm/pvdisplay.cc lvm/vg_backup.cc
-        lvm/vgdisplay.cc
+        lvm/display.cc lvm/lvdisplay.cc lvm/pvdisplay.cc lvm/vg_backup.cc lvm/vgdisplay.cc
         raid/arcadm_display.cc raid/md_partitions.cc raid/md_sysfs.cc raid/mdadm_detail.cc
         raid/mdstat.cc raid/member_list.cc
         service/check_ip.cc service/iscsi_session.cc service/line_parts.h service/netstat.cc

@@ -24,8 +24,8 @@ struct attempt {
 bool is_relied_on(int signal) { return signal == SIGPIPE || signal == SIGCHLD; }
 
 /// A handler would run in the child, with this process's memory, until the program runs. What is
-/// ignored stays so, as a shell has it. posix_spawn(3) also sets what is in its default state, and
-/// makes a mapping for each child's stack: a short tool takes 6 % longer with it.
+/// ignored stays so, as a shell has it. posix_spawn(3) sets what is in its default state too, and
+/// maps a stack for each child: with short tools that shows.
 void drop_handlers() {
   struct sigaction by_default {};
   by_default.sa_handler = SIG_DFL;
