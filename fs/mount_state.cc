@@ -2,6 +2,7 @@
 #include <orv/lvm.h>
 
 #include <algorithm>
+#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -19,41 +20,53 @@ std::string_view device_of(const tag_fs_info* fs) { return orv::text_of(fs->devn
 std::string_view mount_point_of(const tag_fs_info* fs) { return orv::text_of(fs->mountpoint); }
 
 /// The file systems of a list, found by one of their texts, of each of which it is noted once
-/// whether it was met. It takes eight bytes for each: there may be thousands.
+/// whether it was met. There may be thousands: they are sorted by a hash of the text, and sixteen
+/// bytes are kept for each.
 class met_file_systems {
  public:
   met_file_systems(tag_fsinfo_list* list, text_of_file_system text) : text_(text) {
     std::size_t count = 0;
     for ([[maybe_unused]] const tag_fs_info& fs : orv::records(list)) ++count;
     sorted_.reserve(count);
-    for (tag_fs_info& fs : orv::records(list)) sorted_.push_back(&fs);
-    std::ranges::sort(sorted_, {}, text_);
-    is_met_.resize(count);
+    for (tag_fs_info& fs : orv::records(list)) {
+      sorted_.push_back({.hash = hash_of(text_(&fs)), .is_met = false, .fs = &fs});
+    }
+    std::ranges::sort(sorted_, {}, &entry::hash);
   }
 
   /// Hands over those with this text that were not met before.
   template <class Take>
   void meet(std::string_view text, Take take) {
-    for (auto each = std::ranges::lower_bound(sorted_, text, {}, text_);
-         each != sorted_.end() && text_(*each) == text; ++each) {
-      const auto number = static_cast<std::size_t>(each - sorted_.begin());
-      if (!is_met_[number]) take(**each);
-      is_met_[number] = true;
+    const uint32_t hash = hash_of(text);
+    for (auto each = std::ranges::lower_bound(sorted_, hash, {}, &entry::hash);
+         each != sorted_.end() && each->hash == hash; ++each) {
+      if (each->is_met || text_(each->fs) != text) continue;
+      take(*each->fs);
+      each->is_met = true;
     }
   }
 
   /// Hands over those that were never met.
   template <class Take>
   void others(Take take) {
-    for (std::size_t number = 0; number < sorted_.size(); ++number) {
-      if (!is_met_[number]) take(*sorted_[number]);
+    for (const entry& each : sorted_) {
+      if (!each.is_met) take(*each.fs);
     }
   }
 
  private:
+  struct entry {
+    uint32_t hash;
+    bool is_met;
+    tag_fs_info* fs;
+  };
+
+  static uint32_t hash_of(std::string_view text) {
+    return static_cast<uint32_t>(std::hash<std::string_view>()(text));
+  }
+
   text_of_file_system text_;
-  std::vector<tag_fs_info*> sorted_;
-  std::vector<bool> is_met_;
+  std::vector<entry> sorted_;
 };
 
 /// Hands over each directory on which the kernel has something mounted, never an empty name; none

@@ -1,7 +1,6 @@
 #include <orv/lvm.h>
 #include <orv/support.h>
 
-#include <cstdio>
 #include <cstring>
 #include <string_view>
 
@@ -47,8 +46,7 @@ bool pool_reader::next() {
 
 void pool_reader::fill(tag_pool_info& pool) const {
   set_text(pool.poolname, path_);
-  std::snprintf(pool.state, sizeof pool.state, "%savailable",
-                number_column(line_, 3) != 0 ? "" : "not ");
+  set_text(pool.state, number_column(line_, 3) != 0 ? "available" : "not available");
   get_str_from_display(line_, static_cast<int>(std::strlen(line_)), ":", 1, pool.vgname,
                        sizeof pool.vgname);
   pool.size = nearest_gib_of_sectors(number_column(line_, 6));

@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <bitset>
 #include <cerrno>
 #include <charconv>
@@ -23,19 +24,6 @@ std::string_view first_bytes(const char* line, int len) {
   return {line, strnlen(line, static_cast<std::size_t>(len))};
 }
 
-/// The characters between fields. The list tools' lines are asked for field after field: one look
-/// answers for each character.
-class separator_set {
- public:
-  explicit separator_set(std::string_view characters) {
-    for (const char c : characters) is_in_[static_cast<unsigned char>(c)] = true;
-  }
-  bool has(char c) const { return is_in_[static_cast<unsigned char>(c)]; }
-
- private:
-  std::bitset<1UL << CHAR_BIT> is_in_;
-};
-
 /// Place of the first character from `start` on for which the condition holds, or the line's size.
 template <class Condition>
 std::size_t find_from(std::string_view line, std::size_t start, Condition condition) {
@@ -43,16 +31,36 @@ std::size_t find_from(std::string_view line, std::size_t start, Condition condit
   return start;
 }
 
+/// The characters between fields. The list tools' lines are asked for field after field: one look
+/// answers for each character, and what is one character, as nearly always, is searched for.
+class separator_set {
+ public:
+  explicit separator_set(std::string_view characters) : characters_(characters) {
+    for (const char c : characters) is_in_[static_cast<unsigned char>(c)] = true;
+  }
+  bool has(char c) const { return is_in_[static_cast<unsigned char>(c)]; }
+
+  /// Place of the first separator from `start` on, or the line's size.
+  std::size_t find(std::string_view line, std::size_t start) const {
+    if (characters_.size() == 1)
+      return std::min(line.find(characters_.front(), start), line.size());
+    return find_from(line, start, [this](char c) { return has(c); });
+  }
+
+ private:
+  std::string_view characters_;
+  std::bitset<1UL << CHAR_BIT> is_in_;
+};
+
 /// Start of the field `index`, or npos. A run of separators counts as one, so an empty column
 /// shifts the columns behind it: the list tools' outputs are read that way throughout.
 std::size_t field_start(std::string_view line, const separator_set& separators, int index) {
   if (index < 0) return std::string_view::npos;
-  const auto is_separator = [&](char c) { return separators.has(c); };
   const auto is_text = [&](char c) { return !separators.has(c); };
   std::size_t start =
       find_from(line, 0, [&](char c) { return is_text(c) && c != ' ' && c != '\t'; });
   for (; index > 0 && start < line.size(); --index)
-    start = find_from(line, find_from(line, start, is_separator), is_text);
+    start = find_from(line, separators.find(line, start), is_text);
   return start < line.size() ? start : std::string_view::npos;
 }
 
@@ -92,8 +100,8 @@ bool find_field(const char* line, int len, const char* separators, int index,
   const separator_set ends(text_or_empty(separators));
   const std::size_t start = field_start(text, ends, index);
   if (start == std::string_view::npos) return false;
-  const auto is_end = [&](char c) { return ends.has(c) || c == '\r' || c == '\n'; };
-  field = text.substr(start, find_from(text, start, is_end) - start);
+  field = text.substr(start, ends.find(text, start) - start);
+  field = field.substr(0, find_from(field, 0, [](char c) { return c == '\r' || c == '\n'; }));
   return true;
 }
 

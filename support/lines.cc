@@ -18,21 +18,24 @@ namespace {
 constexpr int end_of_file = -1;
 constexpr int read_error = -2;
 
-/// True for every line when no key is asked for.
-bool has_key(std::string_view line, const char* key, std::string_view separators) {
-  if (key == nullptr) return true;
+/// A key may be looked for in many lines, of which few begin with it.
+bool has_key(std::string_view line, std::string_view key, std::string_view separators) {
   const std::string_view text = trimmed_left(line);
-  return trimmed(text.substr(0, text.find_first_of(separators))) == key;
+  return text.starts_with(key) && trimmed(text.substr(0, text.find_first_of(separators))) == key;
 }
 
-/// Copies the `wanted`-th matching line; otherwise says how many matched through `found`.
+/// Copies the `wanted`-th matching line; otherwise says how many matched through `found`. Every
+/// line matches when no key is asked for.
 int copy_line(FILE* stream, const char* key, int wanted, const char* separators, char* out,
               int size, int& found) {
   found = 0;
   if (!to_beginning(stream)) return read_error;
+  const bool is_any = key == nullptr;
+  const std::string_view wanted_key = text_or_empty(key);
+  const std::string_view ends = text_or_empty(separators);
   line_scanner lines(stream);
   while (lines.next()) {
-    if (!has_key(lines.line(), key, text_or_empty(separators))) continue;
+    if (!is_any && !has_key(lines.line(), wanted_key, ends)) continue;
     if (found++ != wanted) continue;
     copy_text(out, size, lines.line());
     return 0;

@@ -5,7 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <climits>
+#include <cstring>
+#include <functional>
+#include <iterator>
 #include <string_view>
 
 #include "support/characters.h"
@@ -15,9 +19,11 @@ namespace {
 
 constexpr std::string_view directory_name = "PWD";
 
-std::string_view name_of(const char* variable) {
-  const std::string_view text(variable);
-  return text.substr(0, text.find('='));
+/// Whether a variable "NAME=VALUE", or "NAME" alone, has this name.
+bool has_name(const char* variable, std::string_view name) {
+  if (std::strncmp(variable, name.data(), name.size()) != 0) return false;
+  const char end = variable[name.size()];
+  return end == '=' || end == '\0';
 }
 
 bool is_name(std::string_view name) {
@@ -55,10 +61,17 @@ constexpr std::string_view names_of_the_shell[] = {"COMP_WORDBREAKS",
                                                    "SRANDOM",
                                                    "UID"};
 
-static_assert(std::ranges::is_sorted(names_of_the_shell));
-
-bool is_the_shells(std::string_view name) {
-  return name.starts_with("BASH") || std::ranges::binary_search(names_of_the_shell, name);
+/// The hashes of these names, and of those that the caller will add.
+std::vector<std::size_t> hashes_of_shell_names(std::size_t and_of_others) {
+  static const auto known = [] {
+    std::array<std::size_t, std::size(names_of_the_shell)> hashes{};
+    std::ranges::transform(names_of_the_shell, hashes.begin(), std::hash<std::string_view>());
+    return hashes;
+  }();
+  std::vector<std::size_t> hashes;
+  hashes.reserve(known.size() + and_of_others);
+  hashes.assign(known.begin(), known.end());
+  return hashes;
 }
 
 bool is_here(const char* directory) {
@@ -82,14 +95,14 @@ tool_environment::tool_environment() {
   static char locale[] = "LC_ALL=C";
   variables_.push_back(locale);
   for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
-    if (name_of(*variable) != "LC_ALL") variables_.push_back(*variable);
+    if (!has_name(*variable, "LC_ALL")) variables_.push_back(*variable);
   }
   variables_.push_back(nullptr);
 }
 
 std::optional<std::string_view> tool_environment::value_of(std::string_view name) const {
   for (const char* const variable : variables_) {
-    if (variable != nullptr && name_of(variable) == name) return variable + name.size() + 1;
+    if (variable != nullptr && has_name(variable, name)) return variable + name.size() + 1;
   }
   return std::nullopt;
 }
@@ -111,31 +124,29 @@ std::string tool_environment::program_path(const std::string& word) const {
 
 bool tool_environment::pass_through_shell() { return has_plain_names() && set_working_directory(); }
 
-/// Each name once; among them that of the folders that programs are looked for in, for which a
-/// shell has a default of its own.
+/// Each name once, and none of the shell's; among them that of the folders that programs are looked
+/// for in, for which a shell has a default of its own. All are looked at for each tool, so their
+/// hashes are compared: two names that have the same one are left to a shell.
 bool tool_environment::has_plain_names() const {
-  std::vector<std::string_view> names;
-  names.reserve(variables_.size());
+  std::vector<std::size_t> hashes = hashes_of_shell_names(variables_.size());
   bool has_path = false;
   for (const char* const variable : variables_) {
     if (variable == nullptr) break;
     const std::string_view text(variable);
     const std::size_t end = text.find('=');
     const std::string_view name = text.substr(0, end);
-    if (end == text.npos || !is_name(name) || is_the_shells(name)) return false;
+    if (end == text.npos || !is_name(name) || name.starts_with("BASH")) return false;
     // "%" has a meaning to dash there.
     if (name == "PATH") has_path = text.find('%') == text.npos;
-    names.push_back(name);
+    hashes.push_back(std::hash<std::string_view>()(name));
   }
-  std::ranges::sort(names, [](std::string_view one, std::string_view other) {
-    return one.size() != other.size() ? one.size() < other.size() : one < other;
-  });
-  return has_path && std::ranges::adjacent_find(names) == names.end();
+  std::ranges::sort(hashes);
+  return has_path && std::ranges::adjacent_find(hashes) == hashes.end();
 }
 
 bool tool_environment::set_working_directory() {
   const auto is_directory = [](const char* variable) {
-    return variable != nullptr && name_of(variable) == directory_name;
+    return variable != nullptr && has_name(variable, directory_name);
   };
   const auto place = std::ranges::find_if(variables_, is_directory);
   if (place != variables_.end()) {
