@@ -63,8 +63,8 @@ void add_getters(rows& all) {
     const char* text;
     int rounds;
   } const machines[] = {{{4, 1, 1}, ", 4 disks, 1 array, 1 pool", 21},
-                        {{40, 20, 50}, ", 40 disks, 20 arrays, 50 pools", 9},
-                        {{80, 40, 500}, ", 80 disks, 40 arrays, 500 pools", 7}};
+                        {{40, 20, 50}, ", 40 disks, 20 arrays, 50 pools", 15},
+                        {{80, 40, 500}, ", 80 disks, 40 arrays, 500 pools", 15}};
   for (const auto& machine : machines) {
     const auto set_up = [machine] {
       set_storage(machine.sizes);

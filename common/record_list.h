@@ -88,6 +88,14 @@ bool is_empty(const List* list) {
   return !(all.begin() != all.end());
 }
 
+/// The number of a list's records, for which it is walked.
+template <class List>
+std::size_t count(const List* list) {
+  std::size_t found = 0;
+  for ([[maybe_unused]] const record_of<List>& record : records<const List>(list)) ++found;
+  return found;
+}
+
 /// Adds one cleared record at the tail. @return the record, or NULL without memory
 template <class List>
 record_of<List>* append(List* list) {

@@ -25,9 +25,7 @@ std::string_view mount_point_of(const tag_fs_info* fs) { return orv::text_of(fs-
 class met_file_systems {
  public:
   met_file_systems(tag_fsinfo_list* list, text_of_file_system text) : text_(text) {
-    std::size_t count = 0;
-    for ([[maybe_unused]] const tag_fs_info& fs : orv::records(list)) ++count;
-    sorted_.reserve(count);
+    sorted_.reserve(orv::count(list));
     for (tag_fs_info& fs : orv::records(list)) {
       sorted_.push_back({.hash = hash_of(text_(&fs)), .is_met = false, .fs = &fs});
     }

@@ -10,7 +10,7 @@ inline constexpr std::string_view white_space = " \t\r\n\v\f";
 
 /// Tab, line feed, vertical tab, form feed and carriage return follow each other.
 constexpr bool is_white(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
+constexpr bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 inline std::string_view trimmed_left(std::string_view text) {
   while (!text.empty() && is_white(text.front())) text.remove_prefix(1);

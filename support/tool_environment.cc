@@ -7,9 +7,10 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cstdint>
 #include <cstring>
-#include <functional>
 #include <iterator>
+#include <numeric>
 #include <string_view>
 
 #include "support/characters.h"
@@ -19,18 +20,42 @@ namespace {
 
 constexpr std::string_view directory_name = "PWD";
 
+bool begins_with(const char* text, std::string_view beginning) {
+  return std::strncmp(text, beginning.data(), beginning.size()) == 0;
+}
+
 /// Whether a variable "NAME=VALUE", or "NAME" alone, has this name.
 bool has_name(const char* variable, std::string_view name) {
-  if (std::strncmp(variable, name.data(), name.size()) != 0) return false;
+  if (!begins_with(variable, name)) return false;
   const char end = variable[name.size()];
   return end == '=' || end == '\0';
 }
 
-bool is_name(std::string_view name) {
-  const auto is_part = [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || is_digit(c);
-  };
-  return !name.empty() && !is_digit(name.front()) && std::ranges::all_of(name, is_part);
+/// The characters of names, for one look at each.
+constexpr auto is_part_of_name = [] {
+  std::array<bool, 1U + UCHAR_MAX> parts{};
+  for (unsigned c = 0; c < parts.size(); ++c) {
+    parts[c] =
+        (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+  }
+  return parts;
+}();
+
+/// All names are compared for each tool: by their hashes (FNV-1a).
+constexpr uint64_t hash_of_none = 14695981039346656037U;
+
+constexpr uint64_t hash_with(uint64_t hash, unsigned char next) {
+  return (hash ^ next) * 1099511628211U;
+}
+
+/// The hash of a variable's name; nothing when a shell would call it no name.
+std::optional<uint64_t> hash_of_name(const char* variable) {
+  uint64_t hash = hash_of_none;
+  const char* end = variable;
+  for (unsigned char next = 0; is_part_of_name[next = static_cast<unsigned char>(*end)]; ++end)
+    hash = hash_with(hash, next);
+  if (*end != '=' || end == variable || is_digit(*variable)) return std::nullopt;
+  return hash;
 }
 
 /// Variables that dash or bash gives values of its own, or that change what it does.
@@ -61,18 +86,13 @@ constexpr std::string_view names_of_the_shell[] = {"COMP_WORDBREAKS",
                                                    "SRANDOM",
                                                    "UID"};
 
-/// The hashes of these names, and of those that the caller will add.
-std::vector<std::size_t> hashes_of_shell_names(std::size_t and_of_others) {
-  static const auto known = [] {
-    std::array<std::size_t, std::size(names_of_the_shell)> hashes{};
-    std::ranges::transform(names_of_the_shell, hashes.begin(), std::hash<std::string_view>());
-    return hashes;
-  }();
-  std::vector<std::size_t> hashes;
-  hashes.reserve(known.size() + and_of_others);
-  hashes.assign(known.begin(), known.end());
+constexpr auto hashes_of_shell_names = [] {
+  std::array<uint64_t, std::size(names_of_the_shell)> hashes{};
+  std::ranges::transform(names_of_the_shell, hashes.begin(), [](std::string_view name) {
+    return std::accumulate(name.begin(), name.end(), hash_of_none, hash_with);
+  });
   return hashes;
-}
+}();
 
 bool is_here(const char* directory) {
   struct stat named {};
@@ -125,20 +145,19 @@ std::string tool_environment::program_path(const std::string& word) const {
 bool tool_environment::pass_through_shell() { return has_plain_names() && set_working_directory(); }
 
 /// Each name once, and none of the shell's; among them that of the folders that programs are looked
-/// for in, for which a shell has a default of its own. All are looked at for each tool, so their
-/// hashes are compared: two names that have the same one are left to a shell.
+/// for in, for which a shell has a default of its own. Two names that have the same hash are left
+/// to a shell.
 bool tool_environment::has_plain_names() const {
-  std::vector<std::size_t> hashes = hashes_of_shell_names(variables_.size());
+  std::vector<uint64_t> hashes(hashes_of_shell_names.begin(), hashes_of_shell_names.end());
+  hashes.reserve(hashes.size() + variables_.size());
   bool has_path = false;
   for (const char* const variable : variables_) {
     if (variable == nullptr) break;
-    const std::string_view text(variable);
-    const std::size_t end = text.find('=');
-    const std::string_view name = text.substr(0, end);
-    if (end == text.npos || !is_name(name) || name.starts_with("BASH")) return false;
+    const std::optional<uint64_t> hash = hash_of_name(variable);
+    if (!hash || begins_with(variable, "BASH")) return false;
     // "%" has a meaning to dash there.
-    if (name == "PATH") has_path = text.find('%') == text.npos;
-    hashes.push_back(std::hash<std::string_view>()(name));
+    if (has_name(variable, "PATH")) has_path = std::strchr(variable, '%') == nullptr;
+    hashes.push_back(*hash);
   }
   std::ranges::sort(hashes);
   return has_path && std::ranges::adjacent_find(hashes) == hashes.end();
