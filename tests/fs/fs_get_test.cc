@@ -3,7 +3,6 @@
 #include "tests/fs/machine_with_pools.h"
 #include "tests/lvm/list_commands.h"
 
-using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
