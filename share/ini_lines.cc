@@ -20,10 +20,9 @@ bool ini_lines::next() {
 }
 
 std::optional<std::string_view> ini_lines::sought_name() const {
-  constexpr std::string_view ends("]\r\0", 3);
-  const std::string_view name = lines_.line().substr(1);
-  const std::size_t end = name.find_first_of(ends);
-  if (end == std::string_view::npos || name[end] != ']') return std::nullopt;
+  const std::string_view name = lines_.before_nul(lines_.line().substr(1));
+  const std::size_t end = name.find(']');
+  if (end >= name.find('\r')) return std::nullopt;
   return name.substr(0, end);
 }
 

@@ -18,8 +18,8 @@ constexpr int logged_code = 0;
 
 /// "data" of "Target iqn.2006-05.org.orv:data.20240131235959".
 std::string_view share_name(std::string_view line) {
-  const auto parts = orv::split(line, ":");
-  return parts.size() < 2 ? std::string_view() : orv::trimmed(orv::without_stamp(parts[1]));
+  orv::next_part(line, ":");
+  return orv::trimmed(orv::without_stamp(orv::next_part(line, ":")));
 }
 
 /// Reads the target's configuration: below each target its users.

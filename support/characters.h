@@ -8,8 +8,9 @@ namespace orv::support {
 /// White space of every trim routine, whatever the locale says.
 inline constexpr std::string_view white_space = " \t\r\n\v\f";
 
-/// Tab, line feed, vertical tab, form feed and carriage return follow each other.
-constexpr bool is_white(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+/// Tab, line feed, vertical tab, form feed and carriage return follow each other. Nearly every
+/// character that is asked for is beyond the blank.
+constexpr bool is_white(char c) { return c <= ' ' && (c == ' ' || (c >= '\t' && c <= '\r')); }
 constexpr bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 inline std::string_view trimmed_left(std::string_view text) {

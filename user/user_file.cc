@@ -30,7 +30,7 @@ constexpr std::size_t shortest_san_password = 12;
 
 /// What stands before the first "|" is the name, what stands behind the last one the password.
 bool append_line(tag_user_info_list* list, std::string_view line) {
-  const std::string_view name = before(line, "|");
+  const std::string_view name = line.substr(0, line.find('|'));
   const std::string_view rest = line.substr(name.size());
   return append_user(list, name, rest.empty() ? rest : after_last(rest, '|'));
 }
@@ -89,7 +89,7 @@ bool append_user(tag_user_info_list* list, std::string_view name, std::string_vi
   if (user == nullptr) return false;
   set_text(user->name, name);
   set_text(user->password, password);
-  set_text(user->type, text_of(user->password).size() < shortest_san_password ? "NAS" : "SAN");
+  set_text(user->type, password.size() < shortest_san_password ? "NAS" : "SAN");
   return true;
 }
 
