@@ -63,7 +63,7 @@ inline constexpr getter getters[] = {
     {"vg_get", call_getter<vg_get, orv::volume_group_list>},
     {"pool_get", call_getter<pool_get, orv::pool_list>},
     {"fs_get", call_getter<fs_get, orv::file_system_list>,
-     "starting the tools; a file is written and removed in each file system while lvdisplay runs"},
+     "starting the tools, and a file written and removed in each file system"},
     {"share_get", call_getter<share_get, orv::share_list>,
      "starting the tools, and statfs of each share's path", 7},
     {"share_conn_get", call_getter<share_conn_get, orv::connection_list>},

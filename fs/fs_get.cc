@@ -3,8 +3,6 @@
 #include <cstdio>
 
 #include "common/log.h"
-#include "common/meanwhile.h"
-#include "fs/write_probes.h"
 
 namespace {
 
@@ -20,13 +18,9 @@ int print_failure(int code) {
 int fs_get(tag_fsinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
   int result = mdfstab_get(list);
+  if (result == ORV_OK) result = mountfs_get(list);
   if (result != ORV_OK) return print_failure(result);
-  orv::write_probes probes(list);
-  const orv::meanwhile probing([&probes]() noexcept { probes.make(); });
-  result = mountfs_get(list);
-  if (result != ORV_OK) return print_failure(result);
-  probes.measure_file_systems();
-  return ORV_OK;
+  return get_usedsize_from_df(list);
 } catch (const std::bad_alloc&) {
   return orv::without_memory();
 }

@@ -8,35 +8,27 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
 #include <string>
 
 #include "common/families.h"
 #include "common/log.h"
 #include "common/text.h"
-#include "fs/write_probes.h"
 
 namespace {
 
 constexpr std::string_view not_available = "not available";
 
-/// What a file system holds, in MiB.
-struct usage {
-  uint64_t size;
-  uint64_t used;
-
-  bool is_full() const { return size <= used + 1; }
-};
-
 /// Blocks reserved for the superuser count as used. Blocks of less than 1 KiB count as nothing.
-usage usage_of(const struct statfs64& figures) {
+void set_usage(tag_fs_info& fs, const struct statfs64& figures) {
   const uint64_t kib_per_block = static_cast<uint64_t>(figures.f_bsize) / 1024;
   const uint64_t total = figures.f_blocks;
   // A file system that tells of more is not used below nothing, which would be exabytes.
   const uint64_t available = std::min<uint64_t>(total, figures.f_bavail);
-  return {.size = (total * kib_per_block) >> 10,
-          .used = ((total - available) * kib_per_block) >> 10};
+  fs.size = (total * kib_per_block) >> 10;
+  fs.used = ((total - available) * kib_per_block) >> 10;
 }
+
+bool is_full(const tag_fs_info& fs) { return fs.size <= fs.used + 1; }
 
 /// Makes a new file in a directory and completes its path. A file, link or directory named "test"
 /// that is there already belongs to a user: another name is taken then.
@@ -60,60 +52,24 @@ bool is_writable(const std::string& directory) {
   return written;
 }
 
-std::optional<usage> usage_at(const std::string& mountpoint) {
-  struct statfs64 figures {};
-  if (statfs64(mountpoint.c_str(), &figures) != 0) return std::nullopt;
-  return usage_of(figures);
-}
-
-void measure(tag_fs_info& fs, orv::probe made) {
+void measure(tag_fs_info& fs) {
   const std::string mountpoint(orv::text_of(fs.mountpoint));
+  struct statfs64 figures {};
   if (mountpoint.empty()) {
     std::printf("filesystem %s cannot statfs\n", mountpoint.c_str());
-    return;
+  } else if (statfs64(mountpoint.c_str(), &figures) != 0) {
+    orv::set_text(fs.state, not_available);
+  } else {
+    set_usage(fs, figures);
+    if (!is_full(fs) && !is_writable(mountpoint)) orv::set_text(fs.state, not_available);
   }
-  const std::optional<usage> found = usage_at(mountpoint);
-  if (!found) return orv::set_text(fs.state, not_available);
-  fs.size = found->size;
-  fs.used = found->used;
-  if (found->is_full()) return;
-  const bool is_fine =
-      made == orv::probe::not_made ? is_writable(mountpoint) : made == orv::probe::written;
-  if (!is_fine) orv::set_text(fs.state, not_available);
-}
-
-/// As `measure` would probe it.
-orv::probe probe_at(const std::string& mountpoint) {
-  if (mountpoint.empty()) return orv::probe::not_made;
-  const std::optional<usage> found = usage_at(mountpoint);
-  if (!found || found->is_full()) return orv::probe::not_made;
-  return is_writable(mountpoint) ? orv::probe::written : orv::probe::failed;
 }
 
 }  // namespace
 
-namespace orv {
-
-write_probes::write_probes(tag_fsinfo_list* list) : list_(list), made_(count(list)) {}
-
-void write_probes::make() noexcept try {
-  auto made = made_.begin();
-  for (const tag_fs_info& fs : records(list_))
-    *made++ = probe_at(std::string(text_of(fs.mountpoint)));
-} catch (const std::bad_alloc&) {
-  // What is left is probed when it is measured.
-}
-
-void write_probes::measure_file_systems() const {
-  auto made = made_.begin();
-  for (tag_fs_info& fs : records(list_)) measure(fs, *made++);
-}
-
-}  // namespace orv
-
 int get_usedsize_from_df(tag_fsinfo_list* list) try {
   if (list == nullptr) return orv::log_missing_argument();
-  for (tag_fs_info& fs : orv::records(list)) measure(fs, orv::probe::not_made);
+  for (tag_fs_info& fs : orv::records(list)) measure(fs);
   return ORV_OK;
 } catch (const std::bad_alloc&) {
   return orv::without_memory();

@@ -7,7 +7,6 @@
 #include <new>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "support/limited_wait.h"
@@ -38,28 +37,6 @@ int wait_for(pid_t child) {
   return status;
 }
 
-/// What the thread does while its next tool runs.
-class given_work {
- public:
-  void take(void (*work)(void*), void* context) {
-    work_ = work;
-    context_ = context;
-  }
-  /// Once.
-  void do_now() {
-    if (work_ == nullptr) return;
-    const int saved_errno = errno;
-    std::exchange(work_, nullptr)(context_);
-    errno = saved_errno;
-  }
-
- private:
-  void (*work_)(void*) = nullptr;
-  void* context_ = nullptr;
-};
-
-constinit thread_local given_work meanwhile;
-
 /// Starts a program and waits for it. Nothing when it cannot be started, and `errno` says why.
 /// The words are not copied: one may hold a password.
 /// @param output  file that its output goes to; nullptr: where the caller's goes
@@ -76,7 +53,6 @@ std::optional<ending> run_program(const char* path, const std::vector<const char
                                      .output = output,
                                      .leads_group = limit != 0});
   if (child < 0) return std::nullopt;
-  meanwhile.do_now();
   return limit == 0 ? ending{wait_for(child)} : orv::support::wait_at_most(child, limit);
 }
 
@@ -157,5 +133,3 @@ int liborv_system(const char* cmd) try {
   errno = ENOMEM;
   return no_status;
 }
-
-void orv_do_while_tool_runs(void (*work)(void*), void* context) { meanwhile.take(work, context); }

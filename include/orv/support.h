@@ -55,15 +55,6 @@ ORV_API unsigned orv_set_tool_timeout(unsigned seconds);
 /// @return the calling thread's limit for commands in seconds; 0: none
 ORV_API unsigned orv_tool_timeout();
 
-/// Gives the calling thread something to do while its next command runs: as soon as that has a
-/// process `liborv_system` calls `work`, once, and waits for the command, with the limit that it
-/// has, behind that. It must not throw. What is given replaces what was given before and has not
-/// been done.
-///
-/// @param work     NULL: nothing
-/// @param context  is handed to `work`
-ORV_API void orv_do_while_tool_runs(void (*work)(void* context), void* context);
-
 /// Formats like `printf` and appends the text to the error log: `syslog(3)` with the ident "orv",
 /// facility daemon, priority error. Nothing is added to the text. `errno` is kept.
 ///

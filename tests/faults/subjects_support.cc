@@ -1,6 +1,4 @@
-#include <fcntl.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include "subject.h"
 
@@ -50,15 +48,6 @@ std::vector<subject> runs() {
          return static_cast<int>(orv_set_tool_timeout(0));
        }),
        .expected = 60},
-      {.name = "orv_do_while_tool_runs(void (*)(void*), void*)",
-       .documented = {-1, 127 << 8, 5 << 8, 137 << 8, SIGKILL},
-       .prepare = call([] {
-         orv_do_while_tool_runs([](void* /*context*/) { close(open("/dev/null", O_RDONLY)); },
-                                nullptr);
-         const int status = liborv_system("/etc/init.d/samba start > /dev/null");
-         orv_do_while_tool_runs(nullptr, nullptr);
-         return status;
-       })},
       {.name = "orv_tool_timeout()",
        .prepare = call([] { return static_cast<int>(orv_tool_timeout()); })},
       {.name = "liborv_system(char const*)",

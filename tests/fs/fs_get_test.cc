@@ -70,31 +70,6 @@ TEST_F(fs_get_of, a_read_only_file_system_is_not_available) {
   EXPECT_EQ(shown(), "/dev/vg1/data\t/mnt/data\tnot available\t10240M\t9216M\tvg1\t2\n");
 }
 
-// There may be hundreds of file systems, and lvdisplay takes its time.
-TEST_F(fs_get_of, a_mounted_pool_is_written_while_the_first_tool_runs) {
-  lvdisplay().prints(two_pools);
-  // A later tool puts a file where the mount point was: no probe succeeds from there on.
-  machine.tool("cat").on("/proc/mdstat").runs("rmdir /mnt/data; echo > /mnt/data");
-  table(data_entry);
-  mounts("/dev/mapper/vg1-data /mnt/data xfs rw 0 0\n");
-  machine.directory("/mnt/data");
-  machine.statfs("/mnt/data", of_10_gib);
-  EXPECT_EQ(shown(), "/dev/vg1/data\t/mnt/data\tavailable\t10240M\t9216M\tvg1\t2\n");
-  EXPECT_THAT(machine.commands(), ElementsAreArray(list_commands::pools()));
-}
-
-TEST_F(fs_get_of, a_mount_point_that_comes_while_the_tools_run_is_written_behind_them) {
-  lvdisplay().prints(two_pools);
-  machine.tool("cat").on("/proc/mdstat").runs("mkdir -p /mnt/data");
-  machine.directory("/mnt");
-  table(data_entry);
-  mounts("/dev/mapper/vg1-data /mnt/data xfs rw 0 0\n");
-  fs_list list;
-  EXPECT_EQ(fs_get(list.get()), ORV_OK);
-  EXPECT_STREQ(list.only().state, "available");
-  EXPECT_THAT(machine.list("/mnt/data"), IsEmpty());
-}
-
 TEST_F(fs_get_of, an_unmounted_pool_without_a_mount_point_is_not_available) {
   lvdisplay().prints(two_pools);
   table(data_entry);

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <string>
-#include <thread>
 
 #include "tests/sandbox/sandbox.h"
 
@@ -77,92 +76,6 @@ TEST_F(liborv_system_, fails_without_a_process_for_the_command) {
     EXPECT_EQ(errno, ENOMEM) << line;
   }
   EXPECT_NE(access("/tmp/x", F_OK), 0);
-}
-
-/// Work that is given to the thread: it makes a file, which a command waits for, and counts.
-class given_work {
- public:
-  ~given_work() { orv_do_while_tool_runs(nullptr, nullptr); }
-
-  void give() {
-    orv_do_while_tool_runs([](void* itself) { static_cast<given_work*>(itself)->work(); }, this);
-  }
-  int done() const { return done_; }
-
- private:
-  void work() {
-    ++done_;
-    close(open("/tmp/done", O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-    errno = EIO;
-  }
-
-  int done_ = 0;
-};
-
-/// Succeeds when the work is done before it gives up.
-constexpr char wait_for_work[] =
-    "for n in {1..100000}; do [ -e /tmp/done ] && exit 0; done; exit 1";
-
-TEST_F(liborv_system_, does_what_it_is_given_while_the_command_runs) {
-  given_work given;
-  given.give();
-  errno = ENOSPC;
-  EXPECT_EQ(liborv_system(wait_for_work), 0);
-  EXPECT_EQ(errno, ENOSPC);
-  EXPECT_EQ(liborv_system("true"), 0);
-  EXPECT_EQ(given.done(), 1);
-}
-
-TEST_F(liborv_system_, does_what_it_is_given_while_a_tool_runs_without_a_shell) {
-  machine.shell_is("dash");
-  machine.tool("/bin/tool").runs(wait_for_work);
-  given_work given;
-  given.give();
-  EXPECT_EQ(liborv_system("/bin/tool"), 0);
-  EXPECT_FALSE(machine.call_records().at(0).by_shell);
-  EXPECT_EQ(given.done(), 1);
-}
-
-TEST_F(liborv_system_, does_what_it_is_given_under_a_limit) {
-  orv_set_tool_timeout(60);
-  given_work given;
-  given.give();
-  EXPECT_EQ(liborv_system(wait_for_work), 0);
-  orv_set_tool_timeout(0);
-  EXPECT_EQ(given.done(), 1);
-}
-
-TEST_F(liborv_system_, keeps_what_it_is_given_until_a_command_has_a_process) {
-  given_work given;
-  given.give();
-  machine.fail("clone", ENOMEM, 1);
-  EXPECT_EQ(liborv_system("true"), -1);
-  EXPECT_EQ(liborv_system(nullptr), -1);
-  EXPECT_EQ(given.done(), 0);
-  EXPECT_EQ(liborv_system("true"), 0);
-  EXPECT_EQ(given.done(), 1);
-}
-
-TEST_F(liborv_system_, does_only_what_it_is_given_last) {
-  given_work first;
-  given_work second;
-  first.give();
-  second.give();
-  EXPECT_EQ(liborv_system("true"), 0);
-  EXPECT_EQ(first.done(), 0);
-  EXPECT_EQ(second.done(), 1);
-
-  first.give();
-  orv_do_while_tool_runs(nullptr, nullptr);
-  EXPECT_EQ(liborv_system("true"), 0);
-  EXPECT_EQ(first.done(), 0);
-}
-
-TEST_F(liborv_system_, does_not_do_what_another_thread_is_given) {
-  given_work given;
-  given.give();
-  std::thread([] { EXPECT_EQ(liborv_system("true"), 0); }).join();
-  EXPECT_EQ(given.done(), 0);
 }
 
 TEST_F(liborv_system_, runs_tools_with_no_signal_blocked) {
