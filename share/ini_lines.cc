@@ -22,7 +22,7 @@ bool ini_lines::next() {
 std::optional<std::string_view> ini_lines::sought_name() const {
   const std::string_view name = lines_.before_nul(lines_.line().substr(1));
   const std::size_t end = name.find(']');
-  if (end >= name.find('\r')) return std::nullopt;
+  if (end >= name.find('\r')) return std::nullopt;  // also when there is neither
   return name.substr(0, end);
 }
 

@@ -52,8 +52,10 @@ constexpr uint64_t hash_with(uint64_t hash, unsigned char next) {
 std::optional<uint64_t> hash_of_name(const char* variable) {
   uint64_t hash = hash_of_none;
   const char* end = variable;
-  for (unsigned char next = 0; is_part_of_name[next = static_cast<unsigned char>(*end)]; ++end)
-    hash = hash_with(hash, next);
+  while (is_part_of_name[static_cast<unsigned char>(*end)]) {
+    hash = hash_with(hash, static_cast<unsigned char>(*end));
+    ++end;
+  }
   if (*end != '=' || end == variable || is_digit(*variable)) return std::nullopt;
   return hash;
 }
@@ -148,8 +150,9 @@ bool tool_environment::pass_through_shell() { return has_plain_names() && set_wo
 /// for in, for which a shell has a default of its own. Two names that have the same hash are left
 /// to a shell.
 bool tool_environment::has_plain_names() const {
-  std::vector<uint64_t> hashes(hashes_of_shell_names.begin(), hashes_of_shell_names.end());
-  hashes.reserve(hashes.size() + variables_.size());
+  std::vector<uint64_t> hashes;
+  hashes.reserve(hashes_of_shell_names.size() + variables_.size());
+  hashes.assign(hashes_of_shell_names.begin(), hashes_of_shell_names.end());
   bool has_path = false;
   for (const char* const variable : variables_) {
     if (variable == nullptr) break;
