@@ -1,4 +1,7 @@
 #include <cerrno>
+#include <functional>
+#include <unordered_map>
+#include <utility>
 
 #include "tests/fs/machine_with_pools.h"
 
@@ -227,6 +230,30 @@ TEST_F(mountfs, takes_a_file_system_without_a_mount_point_for_unmounted) {
   list.add("/dev/vg1/data", "");
   EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
   expect_facts(list.only(), "umount", "vg1", "2", mib_of_10_gib);
+}
+
+/// Two mount points that 32 bits of the hash with which they are looked up do not tell apart.
+std::pair<std::string, std::string> mount_points_of_one_hash() {
+  std::unordered_map<uint32_t, std::string> seen;
+  for (int number = 0;; ++number) {
+    const std::string next = "/mnt/" + std::to_string(number);
+    const auto hash = static_cast<uint32_t>(std::hash<std::string_view>()(next));
+    const auto [known, is_new] = seen.emplace(hash, next);
+    if (!is_new) return {known->second, next};
+  }
+}
+
+TEST_F(mountfs, tells_mount_points_of_one_hash_apart) {
+  lvdisplay().prints(two_pools);
+  const auto [mounted, other] = mount_points_of_one_hash();
+  mounts("/dev/mapper/vg1-data " + mounted + " xfs rw 0 0\n");
+  fs_list list;
+  for (const std::string& mount_point : {other, mounted, other})
+    list.add("/dev/vg1/data", mount_point);
+  EXPECT_EQ(mountfs_get(list.get()), ORV_OK);
+  expect_facts(*list.records()[0], "umount", "vg1", "2", mib_of_10_gib);
+  expect_facts(*list.records()[1], "available", "vg1", "2", mib_of_10_gib);
+  expect_facts(*list.records()[2], "umount", "vg1", "2", mib_of_10_gib);
 }
 
 TEST_F(mountfs, uses_what_a_failing_tool_has_listed) {
