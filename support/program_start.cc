@@ -21,19 +21,11 @@ struct attempt {
   int error = 0;
 };
 
-bool is_relied_on(int signal) { return signal == SIGPIPE || signal == SIGCHLD; }
-
-/// A handler would run in the child, with this process's memory, until the program runs. What is
-/// ignored stays so, as a shell has it. posix_spawn(3) sets what is in its default state too, and
-/// maps a stack for each child: with short tools that shows.
-void drop_handlers() {
-  struct sigaction by_default {};
-  by_default.sa_handler = SIG_DFL;
-  for (int signal = 1; signal < NSIG; ++signal) {
-    struct sigaction now {};
-    if (sigaction(signal, nullptr, &now) != 0 || now.sa_handler == SIG_DFL) continue;
-    if (now.sa_handler != SIG_IGN || is_relied_on(signal)) sigaction(signal, &by_default, nullptr);
-  }
+/// A daemon that ignores these would pass that on: tools end by the one, and wait by the other. What
+/// else is ignored stays so, as a shell has it.
+void heed_what_is_relied_on() {
+  signal(SIGPIPE, SIG_DFL);
+  signal(SIGCHLD, SIG_DFL);
 }
 
 bool open_as(int number, const char* path, int flags) {
@@ -74,7 +66,7 @@ bool set_descriptors(const char* output) {
 int become_program(void* argument) {
   attempt& asked = *static_cast<attempt*>(argument);
   const program_start& how = asked.how;
-  drop_handlers();
+  heed_what_is_relied_on();
   if ((!how.leads_group || setpgid(0, 0) == 0) && set_descriptors(how.output)) {
     const sigset_t none = set_of({});
     sigprocmask(SIG_SETMASK, &none, nullptr);

@@ -137,7 +137,9 @@ bool only_asks(const seccomp_data& data) {
 
 system_call described(const seccomp_data& data) {
   const kind& one = kind_of(data.nr);
-  system_call call{.number = data.nr, .text = one.name, .errors = one.errors};
+  // A process that is refused for ever is so in every way.
+  const long number = data.nr == SYS_clone3 ? SYS_clone : data.nr;
+  system_call call{.number = number, .text = one.name, .errors = one.errors};
   if (one.path_argument != no_path) {
     const auto path = static_cast<uintptr_t>(data.args[static_cast<size_t>(one.path_argument)]);
     // NOLINTNEXTLINE(performance-no-int-to-ptr): the caller's own pointer, and its memory is ours
@@ -151,27 +153,28 @@ system_call described(const seccomp_data& data) {
 }
 
 struct code_range {
+  const char* library;
   uintptr_t begin = 0;
   uintptr_t end = 0;
 };
 
-int find_c_library(dl_phdr_info* object, size_t /*size*/, void* found) {
-  if (std::strstr(object->dlpi_name, "/libc.so") == nullptr) return 0;
+int find_library(dl_phdr_info* object, size_t /*size*/, void* sought) {
+  auto& range = *static_cast<code_range*>(sought);
+  if (std::strstr(object->dlpi_name, range.library) == nullptr) return 0;
   for (int i = 0; i < object->dlpi_phnum; ++i) {
     const auto& part = object->dlpi_phdr[i];
     if (part.p_type != PT_LOAD || (part.p_flags & PF_X) == 0) continue;
-    auto& range = *static_cast<code_range*>(found);
     range.begin = object->dlpi_addr + part.p_vaddr;
     range.end = range.begin + part.p_memsz;
   }
   return 1;
 }
 
-code_range c_library() {
-  code_range range;
-  ::dl_iterate_phdr(find_c_library, &range);
+code_range code_of(const char* library) {
+  code_range range{library};
+  ::dl_iterate_phdr(find_library, &range);
   if (range.begin == 0 || range.begin >> 32 != range.end >> 32)
-    throw std::runtime_error("the code of the C library is not where a filter can name it");
+    throw std::runtime_error("the code of a library is not where a filter can name it");
   return range;
 }
 
@@ -179,22 +182,29 @@ sock_filter load(size_t offset) {
   return BPF_STMT(BPF_LD | BPF_W | BPF_ABS, static_cast<uint32_t>(offset));
 }
 
-/// Watched calls from the C library's code wait for us; everything else goes on.
-std::vector<sock_filter> filter() {
-  static const code_range code = c_library();
+/// Steps that go on behind `otherwise` more ones when a call comes from this code.
+std::vector<sock_filter> comes_from(const code_range& code, size_t otherwise) {
   constexpr size_t address = offsetof(seccomp_data, instruction_pointer);
-  const sock_filter allow = BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
-  std::vector<sock_filter> steps = {
+  return {
       load(address + 4),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<uint32_t>(code.begin >> 32), 1, 0),
-      allow,
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<uint32_t>(code.begin >> 32), 0, 4),
       load(address),
-      BPF_JUMP(BPF_JMP | BPF_JGE | BPF_K, static_cast<uint32_t>(code.begin), 1, 0),
-      allow,
-      BPF_JUMP(BPF_JMP | BPF_JGE | BPF_K, static_cast<uint32_t>(code.end), 0, 1),
-      allow,
-      load(offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JGE | BPF_K, static_cast<uint32_t>(code.begin), 0, 2),
+      BPF_JUMP(BPF_JMP | BPF_JGE | BPF_K, static_cast<uint32_t>(code.end), 1, 0),
+      BPF_STMT(BPF_JMP | BPF_JA, static_cast<uint32_t>(otherwise)),
   };
+}
+
+/// Watched calls from the code of the C library, and of ours that asks the kernel itself, wait for
+/// us; everything else goes on.
+std::vector<sock_filter> filter() {
+  const sock_filter allow = BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
+  std::vector<sock_filter> steps = {allow};
+  for (const char* const library : {"/libc.so", "/liborvsupport.so"}) {
+    const auto more = comes_from(code_of(library), steps.size());
+    steps.insert(steps.begin(), more.begin(), more.end());
+  }
+  steps.push_back(load(offsetof(seccomp_data, nr)));
   for (const kind& one : kinds()) {
     steps.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<uint32_t>(one.number), 0, 1));
     steps.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_USER_NOTIF));

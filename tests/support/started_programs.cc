@@ -1,6 +1,7 @@
 #include "tests/support/started_programs.h"
 
 #include <dlfcn.h>
+#include <sched.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,6 +13,7 @@ constexpr std::string_view link_to_shell = "/bin/sh";
 
 std::vector<std::string> programs;
 int started = 0;
+int cloned = 0;
 bool are_there = true;
 std::string shell;  // a name in "/usr/bin"; empty: the machine's own
 
@@ -24,9 +26,11 @@ namespace started_programs {
 
 std::vector<std::string> all() { return programs; }
 int running() { return started; }
+int clones() { return cloned; }
 void forget() {
   programs.clear();
   started = 0;
+  cloned = 0;
 }
 
 shell_is::shell_is(const std::string& name) { shell = name; }
@@ -52,6 +56,15 @@ extern "C" __attribute__((visibility("default"))) int execve(const char* path,
   const int result = real_execve(found.c_str(), arguments, environment);
   --started;
   return result;
+}
+
+// Its further arguments are not used here.
+extern "C" __attribute__((visibility("default"))) int clone(int (*run)(void*), void* stack,
+                                                            int flags, void* argument,
+                                                            ...) noexcept {
+  static auto* const real = reinterpret_cast<decltype(&clone)>(dlsym(RTLD_NEXT, "clone"));
+  ++cloned;
+  return real(run, stack, flags, argument);
 }
 
 // A program is looked for before it is asked for.

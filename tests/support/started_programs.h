@@ -11,6 +11,8 @@ namespace started_programs {
 std::vector<std::string> all();
 /// How many of these became programs.
 int running();
+/// How many processes the C library's `clone` was asked for.
+int clones();
 void forget();
 
 /// While an object of this type lives "/bin/sh" is a link to this shell of "/usr/bin".

@@ -2,6 +2,7 @@
 #include "tests/support/without_shell.h"
 
 #include <signal.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 
 #include <atomic>
@@ -159,6 +160,19 @@ TEST_P(without_shell, runs_no_handler_of_the_caller_in_the_child) {
   int status = -1;
   waitpid(child, &status, 0);
   EXPECT_EQ(status, 0);
+}
+
+/// A kernel that knows it wants to be told what is to be made.
+bool kernel_has_clone3() { return syscall(SYS_clone3, nullptr, 0) != 0 && errno != ENOSYS; }
+
+TEST_P(without_shell, asks_for_no_handlers_where_the_kernel_leaves_them_out) {
+#if defined(__x86_64__) && defined(__LP64__)
+  const int clones = kernel_has_clone3() ? 0 : 1;
+#else
+  const int clones = 1;
+#endif
+  run("true");
+  EXPECT_EQ(started_programs::clones(), clones);
 }
 
 TEST_P(without_shell, keeps_to_the_time_limit) {

@@ -1,0 +1,20 @@
+// Runs a program on a kernel that has no clone3(2), as those before 5.3 and some that confine it.
+//
+//   without_clone3 PROGRAM ARGUMENTS...
+#include <unistd.h>
+
+#include <cstdio>
+#include <exception>
+
+#include "tests/sandbox/kernel.h"
+
+int main(int count, char** arguments) try {
+  if (count < 2) return 2;
+  sandbox::refuse_clone3();
+  execv(arguments[1], arguments + 1);
+  std::perror(arguments[1]);
+  return 2;
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "without_clone3: %s\n", error.what());
+  return 2;
+}
