@@ -15,7 +15,7 @@ struct getter {
   const char* name;
   void (*call)();
   const char* limit = "starting the tools, and a temporary file for each";
-  int times_more_rounds = 1;  ///< than others, of one that takes little time
+  int times_more_rounds = 1;  ///< than others, of one that some rounds do not tell apart
 };
 
 /// Reads a list and releases it.
@@ -63,9 +63,9 @@ inline constexpr getter getters[] = {
     {"vg_get", call_getter<vg_get, orv::volume_group_list>},
     {"pool_get", call_getter<pool_get, orv::pool_list>},
     {"fs_get", call_getter<fs_get, orv::file_system_list>,
-     "starting the tools, and a file written and removed in each file system"},
+     "starting the tools, and a file written and removed in each file system", 7},
     {"share_get", call_getter<share_get, orv::share_list>,
-     "starting the tools, and statfs of each share's path", 7},
+     "starting the tools, and statfs of each share's path", 35},
     {"share_conn_get", call_getter<share_conn_get, orv::connection_list>},
     {"smart_info_get of attributes", call_smart_info_get_of_attributes},
 };

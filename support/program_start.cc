@@ -21,8 +21,8 @@ struct attempt {
   int error = 0;
 };
 
-/// A daemon that ignores these would pass that on: tools end by the one, and wait by the other. What
-/// else is ignored stays so, as a shell has it.
+/// A daemon that ignores these would pass that on: tools end by the one, and wait by the other.
+/// What else is ignored stays so, as a shell has it.
 void heed_what_is_relied_on() {
   signal(SIGPIPE, SIG_DFL);
   signal(SIGCHLD, SIG_DFL);

@@ -35,8 +35,9 @@ struct work {
 constexpr int shared = CLONE_VM | CLONE_VFORK;
 
 #if defined(__x86_64__) && defined(__LP64__)
-/// By clone3(2), for which the C library has no function. The child has an empty stack, with nothing
-/// to return to: the instructions here call the function, and end the child with what that returns.
+/// By clone3(2), for which the C library has no function. The child has an empty stack, with
+/// nothing to return to: the instructions here call the function, and end the child with what that
+/// returns.
 /// @return the child's number, or -errno
 long clone_without_handlers(const work& asked) {
   clone_args how{};
@@ -57,8 +58,8 @@ long clone_without_handlers(const work& asked) {
       "syscall\n"
       "1:"
       : "+a"(child)
-      : "D"(&how), "S"(sizeof how), [run] "r"(asked.run), [argument] "r"(asked.argument),
-        [exit] "i"(SYS_exit)
+      : [how] "D"(&how), [size] "S"(sizeof how), [run] "r"(asked.run),
+        [argument] "r"(asked.argument), [exit] "i"(SYS_exit)
       : "rcx", "r11", "cc", "memory");
   return child;
 }

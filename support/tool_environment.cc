@@ -20,8 +20,9 @@ namespace {
 
 constexpr std::string_view directory_name = "PWD";
 
+/// Most variables differ in the first character. No beginning is empty.
 bool begins_with(const char* text, std::string_view beginning) {
-  return std::strncmp(text, beginning.data(), beginning.size()) == 0;
+  return *text == beginning.front() && std::strncmp(text, beginning.data(), beginning.size()) == 0;
 }
 
 /// Whether a variable "NAME=VALUE", or "NAME" alone, has this name.
