@@ -15,7 +15,7 @@ struct getter {
   const char* name;
   void (*call)();
   const char* limit = "starting the tools, and a temporary file for each";
-  int times_more_rounds = 1;  ///< than others, of one that some rounds do not tell apart
+  int processes = 1;  ///< more where a shell takes about as long: memory lies differently in each
 };
 
 /// Reads a list and releases it.

@@ -35,9 +35,8 @@ turn measure_turn(const row& measured, bool we_begin) {
   return taken;
 }
 
-/// In a process of its own: what a row does to the heap and the environment is none of the next
-/// one's.
-std::vector<turn> measure_turns(const row& measured, std::size_t count) {
+/// What a row does to the heap and the environment is none of the next one's.
+std::vector<turn> measure_in_process(const row& measured, std::size_t count) {
   return items_of_child<turn>(count, [&](std::size_t number) {
     if (number == 0) {
       keep_freed_memory();
@@ -45,6 +44,17 @@ std::vector<turn> measure_turns(const row& measured, std::size_t count) {
     }
     return measure_turn(measured, number % 2 == 0);
   });
+}
+
+std::vector<turn> measure_turns(const row& measured, std::size_t count) {
+  std::vector<turn> turns;
+  while (turns.size() < count) {
+    const std::size_t missing = count - turns.size();
+    const auto more =
+        measure_in_process(measured, std::min(missing, static_cast<std::size_t>(measured.rounds)));
+    turns.insert(turns.end(), more.begin(), more.end());
+  }
+  return turns;
 }
 
 double median(const std::vector<turn>& turns, double turn::*value) {
@@ -90,7 +100,7 @@ void register_rows(const rows& all, int rounds) {
     benchmark::RegisterBenchmark(each.name.c_str(),
                                  [each](benchmark::State& state) { run(state, each); })
         ->UseManualTime()
-        ->Iterations(rounds == 0 ? each.rounds : rounds);
+        ->Iterations(rounds == 0 ? each.rounds * each.processes : rounds);
   }
 }
 

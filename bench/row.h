@@ -21,10 +21,11 @@ struct row {
   std::function<void()> prepare;
   side ours;
   side others;
-  int rounds = 15;
+  int rounds = 15;  ///< of one process
   unit in = unit::seconds;
   /// Whether the share of our own processor time in ours is reported.
   bool tells_own_share = false;
+  int processes = 1;  ///< one after the other, each with the machine set up anew
 };
 
 /// Each part of the table adds its rows.
@@ -39,7 +40,7 @@ void add_users(rows& all);
 void add_memory(rows& all);
 void add_peers(rows& all);
 
-/// Registers rows as benchmarks. @param rounds  instead of each row's own, when not 0
+/// Registers rows as benchmarks. @param rounds  in all, instead of each row's own, when not 0
 void register_rows(const rows& all, int rounds);
 
 /// A side that does the same work each time.
