@@ -10,9 +10,8 @@ namespace orv::support {
 /// Runs a function in a child that shares this process's memory but not its descriptors, so that
 /// the cost of making it does not grow with the memory. The calling thread waits until the function
 /// returns, which ends the child, or becomes another program. Neither a signal nor a cancellation
-/// reaches the two meanwhile. Where the function lets signals in, no handler of this process runs in
-/// the child, with its memory: they are by default there what they are handled by here. What is ignored
-/// is so there, too.
+/// reaches the two meanwhile. Where the function lets signals in, those that this process handles
+/// do in the child what they do by default, and what it ignores stays ignored.
 ///
 /// The function may allocate nothing, and what it would clean up when it returns it must clean up
 /// before it becomes another program. Its `errno` is the calling thread's.
