@@ -36,22 +36,23 @@ turn measure_turn(const row& measured, bool we_begin) {
 }
 
 /// What a row does to the heap and the environment is none of the next one's.
-std::vector<turn> measure_in_process(const row& measured, std::size_t count) {
+/// @param taken  turns before these
+std::vector<turn> measure_in_process(const row& measured, std::size_t taken, std::size_t count) {
   return items_of_child<turn>(count, [&](std::size_t number) {
     if (number == 0) {
       keep_freed_memory();
       if (measured.prepare) measured.prepare();
     }
-    return measure_turn(measured, number % 2 == 0);
+    return measure_turn(measured, (taken + number) % 2 == 0);
   });
 }
 
 std::vector<turn> measure_turns(const row& measured, std::size_t count) {
   std::vector<turn> turns;
   while (turns.size() < count) {
-    const std::size_t missing = count - turns.size();
-    const auto more =
-        measure_in_process(measured, std::min(missing, static_cast<std::size_t>(measured.rounds)));
+    const std::size_t taken = turns.size();
+    const std::size_t next = std::min(count - taken, static_cast<std::size_t>(measured.rounds));
+    const auto more = measure_in_process(measured, taken, next);
     turns.insert(turns.end(), more.begin(), more.end());
   }
   return turns;

@@ -148,7 +148,7 @@ bool sync_directory(const std::string& path) {
 }
 
 /// Runs in the child; the first failure is reported, but the file is synced all the same.
-int commit_file(void* argument) {
+int commit_file(void* argument) noexcept {
   commit& work = *static_cast<commit*>(argument);
   const auto check = [&work](bool succeeded) {
     if (!succeeded && work.error == 0) work.error = errno;

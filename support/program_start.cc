@@ -24,8 +24,12 @@ struct attempt {
 /// A daemon that ignores these would pass that on: tools end by the one, and wait by the other.
 /// What else is ignored stays so, as a shell has it.
 void heed_what_is_relied_on() {
-  signal(SIGPIPE, SIG_DFL);
-  signal(SIGCHLD, SIG_DFL);
+  for (const int signal : {SIGPIPE, SIGCHLD}) {
+    struct sigaction now {};
+    if (sigaction(signal, nullptr, &now) != 0 || now.sa_handler != SIG_IGN) continue;
+    now.sa_handler = SIG_DFL;
+    sigaction(signal, &now, nullptr);
+  }
 }
 
 bool open_as(int number, const char* path, int flags) {
@@ -63,7 +67,7 @@ bool set_descriptors(const char* output) {
 }
 
 /// Runs in the child.
-int become_program(void* argument) {
+int become_program(void* argument) noexcept {
   attempt& asked = *static_cast<attempt*>(argument);
   const program_start& how = asked.how;
   heed_what_is_relied_on();

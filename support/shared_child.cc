@@ -26,7 +26,7 @@ class not_to_be_cancelled {
 };
 
 struct work {
-  int (*run)(void*);
+  int (*run)(void*) noexcept;
   void* argument;
   std::span<char> stack;
   int end_signal;
@@ -37,7 +37,7 @@ constexpr int shared = CLONE_VM | CLONE_VFORK;
 #if defined(__x86_64__) && defined(__LP64__)
 /// By clone3(2), for which the C library has no function. The child has an empty stack, with
 /// nothing to return to: the instructions here call the function, and end the child with what that
-/// returns.
+/// returns. An exception would find this process's frames: the function has none.
 /// @return the child's number, or -errno
 long clone_without_handlers(const work& asked) {
   clone_args how{};
@@ -57,7 +57,7 @@ long clone_without_handlers(const work& asked) {
       "mov %[exit], %%eax\n\t"
       "syscall\n"
       "1:"
-      : "+a"(child)
+      : "+&a"(child)
       : [how] "D"(&how), [size] "S"(sizeof how), [run] "r"(asked.run),
         [argument] "r"(asked.argument), [exit] "i"(SYS_exit)
       : "rcx", "r11", "cc", "memory");
@@ -79,7 +79,7 @@ void drop_handlers() {
   }
 }
 
-int run_without_handlers(void* given) {
+int run_without_handlers(void* given) noexcept {
   const work& asked = *static_cast<work*>(given);
   drop_handlers();
   return asked.run(asked.argument);
@@ -87,7 +87,7 @@ int run_without_handlers(void* given) {
 
 }  // namespace
 
-pid_t run_in_shared_child(int (*run)(void*), void* argument, std::span<char> stack,
+pid_t run_in_shared_child(int (*run)(void*) noexcept, void* argument, std::span<char> stack,
                           int end_signal) {
   const not_to_be_cancelled whole;
   const signals_blocked blocked(all_signals());

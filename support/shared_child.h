@@ -19,7 +19,7 @@ namespace orv::support {
 /// @param end_signal  that tells this process of the child's end; 0: none, and the child is waited
 ///                    for as a clone (__WALL)
 /// @return the child's number; -1: it could not be made, and `errno` says why
-pid_t run_in_shared_child(int (*run)(void*), void* argument, std::span<char> stack,
+pid_t run_in_shared_child(int (*run)(void*) noexcept, void* argument, std::span<char> stack,
                           int end_signal = 0);
 
 }  // namespace orv::support

@@ -277,7 +277,11 @@ void call_watch::answer() {
     } else {
       call.text += by_the_child;
     }
-    const int error = error_for(call, argument, by_watched_thread);
+    // Who is refused a process by clone3 is so by clone, which is asked for next.
+    const bool is_second_try = asked.data.nr == SYS_clone && error_of_clone3_ != 0;
+    const int error =
+        is_second_try ? error_of_clone3_ : error_for(call, argument, by_watched_thread);
+    error_of_clone3_ = asked.data.nr == SYS_clone3 ? error : 0;
     if (error != 0 || !may_happen(call.number)) reply.flags = 0;
     reply.error = -error;
     if (error == 0 && before_each_) before_each_(call);

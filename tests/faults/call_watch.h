@@ -3,8 +3,9 @@
 ///
 /// The library under test uses stdio, mount tables, directories and processes, whose system calls
 /// are made inside the C library where no wrapper function reaches them. So the kernel is asked: a
-/// seccomp filter hands every call that comes from the C library's code to a thread of ours, which
-/// lets it through or answers in the kernel's place. The tools that the library runs inherit the
+/// seccomp filter hands every call that comes from the C library's code, or from the one place of
+/// ours that asks the kernel itself, to a thread of ours, which lets it through or answers in the
+/// kernel's place. The tools that the library runs inherit the
 /// filter, but are programs of other code, and run untouched.
 #pragma once
 
@@ -68,6 +69,7 @@ class call_watch {
   std::vector<int> closed_twice_;
   long failing_kind_ = -1;
   int failures_ = 0;
+  int error_of_clone3_ = 0;
   std::atomic<bool> counting_ = false;
   std::atomic<bool> installed_ = false;
   int listener_ = -1;

@@ -26,8 +26,9 @@
 #include <thread>
 #include <vector>
 
-// ThreadSanitizer takes every clone for a fork, and forgets its own locks in the child. That of
-// `conf_save` shares the memory, and its thread waits for it: to the C library's, then.
+// ThreadSanitizer takes every clone for a fork, and forgets its own locks in the child. Ours, which
+// are made by it where the kernel has no clone3, share the memory, and a thread waits for them: to
+// the C library's, then.
 extern "C" __attribute__((visibility("default"))) int clone(int (*run)(void*), void* stack,
                                                             int flags, void* given, ...) noexcept {
   using function = int (*)(int (*)(void*), void*, int, void*);
