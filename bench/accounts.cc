@@ -4,6 +4,7 @@
 
 #include "bench/appliance.h"
 #include "bench/clock.h"
+#include "bench/getters.h"
 #include "bench/row.h"
 
 namespace bench {
@@ -14,6 +15,7 @@ constexpr double linear = 11;
 void get_users() {
   orv::user_list users;
   orv::check(users.read(sys_user_get));
+  expect_records(users);
 }
 
 void add_user() {
@@ -26,6 +28,7 @@ void add_user() {
 void get_connections() {
   orv::connection_list connections;
   orv::check(connections.read(share_conn_get));
+  expect_records(connections);
 }
 
 template <class SetUp>

@@ -242,6 +242,8 @@ void set_users(int count) {
   write_file("/etc/shadow", shadow);
   write_file("/etc/group", groups);
   write_file("/etc/samba/private/smbpasswd", users);
+  can("adduser -DH -s /bin/nologin newcomer", "");
+  can("smbpasswd -a -s newcomer", "");
 }
 
 void set_connections(int count) {
@@ -252,14 +254,16 @@ void set_connections(int count) {
   string processes = "\nSamba version 4.17.12-Debian\nPID  Username  Group  Machine\n" + line;
   string shares = "\nService      pid     Machine       Connected at\n" + line;
   string sessions;
-  for (int client = 0; client < count / 3; ++client) {
+  for (int client = 0; client < (count + 2) / 3; ++client) {
     const string number = to_string(client + 1);
     const string address = "10.1." + to_string(client / 250) + '.' + to_string(client % 250 + 1);
     sockets += "tcp        0      0 nas:ftp                 " + address + ":42" +
                to_string(client % 1000) + "         ESTABLISHED\n";
+    if (client >= (count + 1) / 3) continue;
     processes += number + "  user" + number + "  user" + number + "  " + address +
                  " (ipv4:" + address + ":42794)  SMB3_11  -  partial(AES-128-GMAC)\n";
     shares += "share" + number + "  " + number + "  " + address + "  Sat Nov 21 08:08:06 2026\n";
+    if (client >= count / 3) continue;
     sessions += "tid:" + number + " name:iqn.2006-05.org.orv:share" + number + "\n\tsid:" + number +
                 " initiator:iqn.1993-08.org.debian:01:" + number + "\n\t\tcid:0 ip:" + address +
                 " state:active hd:none dd:none\n";

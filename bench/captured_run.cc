@@ -3,8 +3,12 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <system_error>
+
 #include "bench/appliance.h"
 #include "bench/clock.h"
+#include "bench/getters.h"
 #include "bench/process.h"
 #include "bench/row.h"
 
@@ -18,6 +22,7 @@ constexpr char limit[] =
 void run_captured() {
   orv::array_list arrays;
   orv::check(arrays.read(get_mdinfo_from_proc));
+  expect_records(arrays);
 }
 
 void run_directly() { run_program({"/usr/bin/cat", "/proc/mdstat"}, "/tmp/direct"); }
@@ -27,15 +32,13 @@ class touched_memory {
  public:
   touched_memory()
       : start_(mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {
-    const long page = sysconf(_SC_PAGESIZE);
-    for (std::size_t at = 0; start_ != MAP_FAILED && at < size;
-         at += static_cast<std::size_t>(page)) {
+    if (start_ == MAP_FAILED) throw std::system_error(errno, std::generic_category(), "2 GiB");
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    for (std::size_t at = 0; at < size; at += page) {
       static_cast<volatile char*>(start_)[at] = 1;
     }
   }
-  ~touched_memory() {
-    if (start_ != MAP_FAILED) munmap(start_, size);
-  }
+  ~touched_memory() { munmap(start_, size); }
   touched_memory(const touched_memory&) = delete;
   touched_memory& operator=(const touched_memory&) = delete;
 

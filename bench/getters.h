@@ -97,7 +97,7 @@ inline constexpr getter getters_of_services[] = {
     {"ftp_status_get", call_status_getter<ftp_status_get>, starting_one},
     {"iscsi_status_get", call_status_getter<iscsi_status_get>, starting_one},
     {"orv_status_get", call_status_getter<orv_status_get>, starting_one},
-    {"pwstate_get", call_pwstate_get, starting_one},
+    {"pwstate_get", call_pwstate_get, starting_one, 1, false},
     {"procinfo_get", call_procinfo_get, starting_one},
 };
 

@@ -18,6 +18,7 @@ void ask(const command& program, const std::string& answer) { run_program(progra
 void expect_same(const command& ours, const command& other) {
   ask(ours, "/tmp/ours");
   ask(other, "/tmp/other");
+  if (read_file("/tmp/ours").empty()) throw std::runtime_error("no answer");
   std::istringstream our_answer(read_file("/tmp/ours"));
   std::istringstream other_answer(read_file("/tmp/other"));
   std::string our_line;

@@ -39,7 +39,8 @@ bool read_all(int file, void* bytes, std::size_t size) {
 
 int wait_for(pid_t child) {
   int status = 0;
-  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  while (waitpid(child, &status, 0) < 0) {
+    if (errno != EINTR) throw std::system_error(errno, std::generic_category(), "waitpid");
   }
   return status;
 }

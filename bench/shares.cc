@@ -2,8 +2,11 @@
 #include <orv/scoped.h>
 #include <orv/support.h>
 
+#include <stdexcept>
+
 #include "bench/appliance.h"
 #include "bench/clock.h"
+#include "bench/getters.h"
 #include "bench/machine.h"
 #include "bench/row.h"
 #include "bench/watch.h"
@@ -25,6 +28,7 @@ side with_shares(int count, services used, side measured) {
 void get_shares() {
   orv::share_list shares;
   orv::check(shares.read(share_get));
+  expect_records(shares);
 }
 
 /// Throws when the watch has seen none.
@@ -72,10 +76,13 @@ struct change {
 constexpr change changes[] = {
     {"share_add", add_share}, {"share_mod", mod_share}, {"share_del", del_share}};
 
-double file_syncs_of(void (*make)()) {
+/// Throws when the watch has seen none.
+double syncs_of(void (*make)(), int watched::*kind) {
   const watch watching;
   make();
-  return watching.seen().file_syncs;
+  const int seen = watching.seen().*kind;
+  if (seen == 0) throw std::runtime_error("no syncs");
+  return seen;
 }
 
 /// Throws when the watch has seen none.
@@ -83,12 +90,6 @@ double rewrites_of(const std::string& path, void (*make)()) {
   const watch watching;
   make();
   return watching.seen().rewrites.at(path);
-}
-
-double directory_syncs_of(void (*make)()) {
-  const watch watching;
-  make();
-  return watching.seen().directory_syncs;
 }
 
 row counted(const std::string& name, const std::string& other, side ours, side others,
@@ -127,8 +128,8 @@ void add_share_changes(rows& all) {
                    with_shares(many, services::samba, time),
                    with_shares(few, services::samba, time), 9});
     const auto make = each.make;
-    const auto counting = [make](double (*count)(void (*)())) {
-      return with_shares(many, services::samba, [=] { return count(make); });
+    const auto counting = [make](int watched::*kind) {
+      return with_shares(many, services::samba, [=] { return syncs_of(make, kind); });
     };
     for (const std::string path : {"/etc/sharefolder.conf", "/etc/samba/smb.conf"}) {
       all.push_back(counted(
@@ -137,10 +138,11 @@ void add_share_changes(rows& all) {
           [] { return 1.0; }, "nothing: the file itself is written once, and its text beside it"));
     }
     const side allowed = [] { return 2.0; };
-    all.push_back(counted("file syncs of " + name, "as many as allowed", counting(file_syncs_of),
-                          allowed, "two files are changed, and a copy is kept of each"));
+    all.push_back(counted("file syncs of " + name, "as many as allowed",
+                          counting(&watched::file_syncs), allowed,
+                          "two files are changed, and a copy is kept of each"));
     all.push_back(counted("directory syncs of " + name, "as many as allowed",
-                          counting(directory_syncs_of), allowed,
+                          counting(&watched::directory_syncs), allowed,
                           "two files are changed, and a copy is kept of each"));
   }
 }

@@ -1,4 +1,5 @@
-// Every storage tool of the simulated machine: prints the text that is canned for its command line.
+// Every storage tool of the simulated machine: prints the text that is canned for its command line,
+// and fails where there is none.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -39,8 +40,9 @@ int main(int count, char** words) {
   const std::string name = bench::canned_name(line);
   take_time(name);
   const int file = open(("/canned/" + name).c_str(), O_RDONLY | O_CLOEXEC);
+  if (file < 0) return 1;
   char part[16384];
-  for (ssize_t size = 0; file >= 0 && (size = read(file, part, sizeof part)) > 0;) {
+  for (ssize_t size = 0; (size = read(file, part, sizeof part)) > 0;) {
     if (write(STDOUT_FILENO, part, static_cast<size_t>(size)) != size) return 1;
   }
   return 0;

@@ -35,7 +35,7 @@ action take_action(std::string_view function) {
 }  // namespace
 
 void before(std::string_view function, std::function<void()> act) {
-  libc::want_known(function);
+  libc::make_bendable(function);
   const std::lock_guard lock(guard);
   actions.insert_or_assign(std::string(function), std::move(act));
 }

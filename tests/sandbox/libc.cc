@@ -108,8 +108,9 @@ int bent_uname(int result, utsname* found) {
 
 }  // namespace
 
-void want_known(std::string_view function) {
+void make_bendable(std::string_view function) {
   if (!is_known(function)) throw std::invalid_argument("no way to bend " + std::string(function));
+  if (function == "clone") refuse_clone3();
 }
 
 bool fails(std::string_view function) {
@@ -130,9 +131,7 @@ void reset() {
 }
 
 void fail(std::string_view function, int error, int nth_call) {
-  want_known(function);
-  // Else the library has another way to a process, which no function here stands before.
-  if (function == "clone") refuse_clone3();
+  make_bendable(function);
   const std::lock_guard lock(state().guard);
   state().faults.insert_or_assign(std::string(function), fault{error, nth_call});
 }

@@ -31,8 +31,9 @@ bool is_in_use(const char* path);
 
 /// Names of the functions that only can fail.
 std::span<const std::string_view> failing_calls();
-/// Throws for a function that is none of ours.
-void want_known(std::string_view function);
+/// Throws for a function that is none of ours. Of `clone` it refuses the other way to a process,
+/// which no function here stands before.
+void make_bendable(std::string_view function);
 
 // Of bend.cc.
 void bend_nothing();
