@@ -18,7 +18,8 @@ void set_shares(int count, services used = services::mixed);
 /// The appliance's mount table alone.
 void set_mount_table(int entries);
 
-/// Users in the user file, and in the account files with a group each.
+/// Users in the user file, and in the account files with a group each; the tools know how to add a
+/// "newcomer".
 void set_users(int count);
 
 /// Daemons that run, and the model with a tool for the state of its power supplies.

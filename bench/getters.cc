@@ -27,7 +27,7 @@ void write_script(const getter& asked, const std::string& path) {
   const watch watching;
   asked.call();
   if (watching.seen().commands.empty()) throw std::runtime_error("no commands");
-  std::string script;
+  std::string script = "set -e\n";
   for (const std::string& line : watching.seen().commands) script += discarding(line) + '\n';
   write_file(path, script);
 }

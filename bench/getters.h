@@ -6,8 +6,10 @@
 #include <orv/support.h>
 #include <orv/system.h>
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace bench {
 
@@ -15,42 +17,50 @@ inline constexpr char starting_many[] = "starting the tools, and a temporary fil
 
 struct getter {
   const char* name;
-  void (*call)();
+  std::size_t (*call)();  ///< tells how many records there are
   const char* limit = starting_many;
   int processes = 1;  ///< more where a shell takes about as long: memory lies differently in each
   bool runs_slow_tools = true;  ///< some to which the simulated machine gives a time
 };
 
-/// Throws for a list in which nothing is: it would be made in no time.
+/// How many; throws for none, which would take no time.
 template <class List>
-void expect_records(const List& list) {
+std::size_t expect_records(const List& list) {
   if (list.begin() == list.end()) throw std::runtime_error("an empty list");
+  return list.size();
 }
 
 /// Reads a list and releases it.
 template <auto Function, class List>
-void call_getter() {
+std::size_t call_getter() {
   List list;
   orv::check(list.read(Function));
-  expect_records(list);
+  return expect_records(list);
 }
 
 /// Of the file systems that the mount table lists, which is read first.
-inline void call_mountfs_get() {
+inline std::size_t call_mountfs_get() {
   orv::file_system_list list;
   orv::check(list.read(mdfstab_get));
   orv::check(mountfs_get(list.get()));
-  expect_records(list);
+  for (const tag_fs_info& found : list) {
+    if (found.size == 0) throw std::runtime_error("a file system of no size");
+  }
+  return expect_records(list);
 }
 
 /// Of all disks, which are listed first.
-inline void call_smart_info_get() {
+inline std::size_t call_smart_info_get() {
   orv::disk_list disks;
   orv::check(disks.read(disks_info_get));
   orv::check(smart_info_get(disks.get()));
+  for (const tag_disk_info& disk : disks) {
+    if (std::string_view(disk.smart.health) == "NaN") throw std::runtime_error("no summary");
+  }
+  return expect_records(disks);
 }
 
-inline void call_smart_info_get_of_attributes() {
+inline std::size_t call_smart_info_get_of_attributes() {
   orv::disk_list disks;
   orv::check(disks.read(disks_info_get));
   liborv_strncpy(disks.get()->smart.smart_enabled, sizeof disks.get()->smart.smart_enabled,
@@ -59,19 +69,25 @@ inline void call_smart_info_get_of_attributes() {
   for (const tag_disk_info& disk : disks) {
     if (orv::records(disk.smart_list).empty()) throw std::runtime_error("no attributes");
   }
+  return expect_records(disks);
 }
 
 template <auto Function>
-void call_status_getter() {
+std::size_t call_status_getter() {
   orv::check(Function());
+  return 1;
 }
 
-inline void call_pwstate_get() {
+inline std::size_t call_pwstate_get() {
   char state[32] = "";
   orv::check(pwstate_get(state, sizeof state));
+  return 1;
 }
 
-inline void call_procinfo_get() { orv::check(procinfo_get("/tmp/processes")); }
+inline std::size_t call_procinfo_get() {
+  orv::check(procinfo_get("/tmp/processes"));
+  return 1;
+}
 
 /// Those that run tools for what grows with the machine.
 inline constexpr getter getters[] = {

@@ -13,15 +13,19 @@
 namespace bench {
 namespace {
 
+using getter_call = decltype(getter::call);
+
 /// Processor time of a call in this process, without its tools.
-double time_outside(void (*call)()) {
+double time_outside(getter_call call, std::size_t records) {
   const double start = processor_time();
-  call();
-  return processor_time() - start;
+  const std::size_t found = call();
+  const double end = processor_time();
+  if (found != records) throw std::runtime_error(std::to_string(found) + " records");
+  return end - start;
 }
 
 /// Throws for fewer than expected, which would look as reached.
-double processes_of(void (*call)(), int expected) {
+double processes_of(getter_call call, int expected) {
   const watch watching;
   call();
   const int started = watching.seen().processes;
@@ -84,6 +88,11 @@ side on(const storage& machine, side measured) {
   };
 }
 
+side outside_on(const storage& machine, getter_call call) {
+  const auto records = static_cast<std::size_t>(number_of(machine));
+  return on(machine, [=] { return time_outside(call, records); });
+}
+
 void add(rows& all, const documented& each) {
   const std::string name = each.asked.name;
   const std::string many = std::to_string(number_of(each.many)) + ' ' + records_of(each);
@@ -94,10 +103,9 @@ void add(rows& all, const documented& each) {
   all.push_back({"processes of " + name + ", " + many, "documented number", 1.0,
                  "nothing: exactly the documented commands", nullptr, on(each.many, processes),
                  [expected] { return expected; }, 1, unit::count});
-  const side outside = [call] { return time_outside(call); };
   all.push_back({name + " outside its tools, " + many, few, 11,
                  "linear; temporary files, sysfs files and directories, statfs", nullptr,
-                 on(each.many, outside), on(each.few, outside), 5});
+                 outside_on(each.many, call), outside_on(each.few, call), 5});
 }
 
 }  // namespace

@@ -15,8 +15,8 @@ void write_file(const std::string& path, std::string_view text);
 
 std::string read_file(const std::string& path);
 
-/// What a storage tool prints for a command line such as "/sbin/vgdisplay -c". Without a text it
-/// prints nothing and succeeds.
+/// What a storage tool prints for a command line such as "/sbin/vgdisplay -c". Of what
+/// nobody has said it prints nothing and fails.
 void can(const std::string& command_line, std::string_view text);
 
 /// How long the tools take before they print: nothing, or what the real ones take at least.

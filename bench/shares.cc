@@ -43,6 +43,7 @@ double all_opens() {
   const watch watching;
   get_shares();
   std::size_t opens = watching.seen().commands.size();
+  if (opens == 0 || watching.seen().opens.empty()) throw std::runtime_error("nothing seen");
   for (const auto& [path, count] : watching.seen().opens) opens += static_cast<std::size_t>(count);
   return static_cast<double>(opens);
 }

@@ -22,7 +22,8 @@ struct attempt {
 };
 
 /// A daemon that ignores these would pass that on: tools end by the one, and wait by the other.
-/// What else is ignored stays so, as a shell has it.
+/// What else is ignored stays so, as a shell has it. Set only where ignored: what stands before
+/// `sigaction` in this process, as ThreadSanitizer does, would take the child's for this process's.
 void heed_what_is_relied_on() {
   for (const int signal : {SIGPIPE, SIGCHLD}) {
     struct sigaction now {};

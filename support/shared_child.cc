@@ -37,7 +37,7 @@ constexpr int shared = CLONE_VM | CLONE_VFORK;
 #if defined(__x86_64__) && defined(__LP64__)
 /// By clone3(2), for which the C library has no function. The child has an empty stack, with
 /// nothing to return to: the instructions here call the function, and end the child with what that
-/// returns. An exception would find this process's frames: the function has none.
+/// returns. An exception would unwind into this process's frames: the function throws none.
 /// @return the child's number, or -errno
 long clone_without_handlers(const work& asked) {
   clone_args how{};

@@ -13,8 +13,8 @@ namespace orv::support {
 /// reaches the two meanwhile. Where the function lets signals in, those that this process handles
 /// do in the child what they do by default, and what it ignores stays ignored.
 ///
-/// The function may allocate nothing, and what it would clean up when it returns it must clean up
-/// before it becomes another program. Its `errno` is the calling thread's.
+/// The function may allocate nothing and throw nothing, and what it would clean up when it returns
+/// it must clean up before it becomes another program. Its `errno` is the calling thread's.
 /// @param stack       of the child alone
 /// @param end_signal  that tells this process of the child's end; 0: none, and the child is waited
 ///                    for as a clone (__WALL)

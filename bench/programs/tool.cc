@@ -42,8 +42,9 @@ int main(int count, char** words) {
   const int file = open(("/canned/" + name).c_str(), O_RDONLY | O_CLOEXEC);
   if (file < 0) return 1;
   char part[16384];
-  for (ssize_t size = 0; (size = read(file, part, sizeof part)) > 0;) {
+  ssize_t size = 0;
+  while ((size = read(file, part, sizeof part)) > 0) {
     if (write(STDOUT_FILENO, part, static_cast<size_t>(size)) != size) return 1;
   }
-  return 0;
+  return size < 0 ? 1 : 0;
 }

@@ -31,8 +31,8 @@ bool is_in_use(const char* path);
 
 /// Names of the functions that only can fail.
 std::span<const std::string_view> failing_calls();
-/// Throws for a function that is none of ours. Of `clone` it refuses the other way to a process,
-/// which no function here stands before.
+/// Throws for a function that is none of ours. For `clone` it also refuses the other way to a
+/// process, which no function here stands before; each call adds to that for good.
 void make_bendable(std::string_view function);
 
 // Of bend.cc.
