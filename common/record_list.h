@@ -55,11 +55,19 @@ class records {
     record& operator*() const { return *record_at<bare_list>(node_); }
     iterator& operator++() {
       node_ = node_->next;
+      fetch_ahead(node_->next);
       return *this;
     }
     bool operator!=(const iterator& other) const { return node_ != other.node_; }
 
    private:
+    /// Records lie far apart: the first and the last line of the next one's memory are on their way
+    /// while this one is looked at.
+    static void fetch_ahead(list_node* next) {
+      __builtin_prefetch(record_at<bare_list>(next));
+      __builtin_prefetch(next);
+    }
+
     list_node* node_;
   };
 

@@ -15,7 +15,11 @@ bool ini_lines::next() {
     if (lines_.failed()) check_memory();
     return false;
   }
-  text_ = trimmed(lines_.line());
+  text_ = lines_.line();
+  // The four blanks before a setting go at once.
+  constexpr std::string_view indent = "    ";
+  if (text_.starts_with(indent)) text_.remove_prefix(indent.size());
+  text_ = trimmed(text_);
   return true;
 }
 

@@ -15,14 +15,17 @@ std::uint32_t hash_of(std::string_view key) {
 }  // namespace
 
 bool share_index::add(std::string_view key, tag_share_config& share) {
-  if (4 * (entries_.size() + 1) > 3 * slots_.size()) double_slots();
+  if (4 * (entries_ + 1) > 3 * slots_.size()) double_slots();
   const std::uint32_t hash = hash_of(key);
   slot& own = slots_[slot_of(key, hash)];
   const bool is_new = own.number == 0;
   if (is_new) {
-    entries_.push_back({key.data(), static_cast<std::uint32_t>(key.size()),
-                        static_cast<std::uint32_t>(count_), &share});
-    own = {hash, static_cast<std::uint32_t>(entries_.size())};
+    if (entries_ % block_size == 0) {
+      blocks_.push_back(std::make_unique_for_overwrite<entry[]>(block_size));
+    }
+    own = {hash, static_cast<std::uint32_t>(++entries_)};
+    entry_of(own) = {key.data(), static_cast<std::uint32_t>(key.size()),
+                     static_cast<std::uint32_t>(count_), &share};
   }
   ++count_;
   return is_new;
@@ -30,21 +33,22 @@ bool share_index::add(std::string_view key, tag_share_config& share) {
 
 void share_index::put(std::string_view key, tag_share_config& share) {
   if (add(key, share)) return;
-  entry& known = entries_[slots_[slot_of(key, hash_of(key))].number - 1];
+  entry& known = entry_of(slots_[slot_of(key, hash_of(key))]);
   known.share = &share;
   known.passed_over = static_cast<std::uint32_t>(count_ - 1);
 }
 
 share_index::place share_index::search(std::string_view key) const {
-  const std::uint32_t number = slots_.empty() ? 0 : slots_[slot_of(key, hash_of(key))].number;
-  if (number == 0) return {nullptr, count_};
-  const entry& found = entries_[number - 1];
+  if (slots_.empty()) return {nullptr, count_};
+  const slot& own = slots_[slot_of(key, hash_of(key))];
+  if (own.number == 0) return {nullptr, count_};
+  const entry& found = entry_of(own);
   return {found.share, found.passed_over};
 }
 
 std::size_t share_index::slot_of(std::string_view key, std::uint32_t hash) const {
   const auto is_other = [&](const slot& known) {
-    return known.number != 0 && (known.hash != hash || !entries_[known.number - 1].has(key));
+    return known.number != 0 && (known.hash != hash || !entry_of(known).has(key));
   };
   const std::size_t mask = slots_.size() - 1;
   std::size_t at = hash & mask;
@@ -53,7 +57,7 @@ std::size_t share_index::slot_of(std::string_view key, std::uint32_t hash) const
 }
 
 void share_index::double_slots() {
-  constexpr std::size_t fewest = 16;
+  constexpr std::size_t fewest = 1024;  // eight KiB: most lists never double them
   std::vector<slot> more(std::max(fewest, 2 * slots_.size()));
   const std::size_t mask = more.size() - 1;
   for (const slot& known : slots_) {

@@ -5,7 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -77,7 +77,15 @@ class share_index {
   std::size_t slot_of(std::string_view key, std::uint32_t hash) const;
   void double_slots();
 
-  std::deque<entry> entries_;  ///< one for each key; a vector would double as it grows
+  entry& entry_of(const slot& known) const {
+    const std::size_t at = known.number - 1;
+    return blocks_[at / block_size][at % block_size];
+  }
+
+  static constexpr std::size_t block_size = 256;
+
+  std::vector<std::unique_ptr<entry[]>> blocks_;  ///< a vector of entries would double as it grows
+  std::size_t entries_ = 0;                       ///< one for each key
   std::vector<slot> slots_;
   std::size_t count_ = 0;
 };

@@ -135,12 +135,41 @@ TEST_F(declared_shares, of_a_cut_name_are_those_of_that_name) {
 }
 
 TEST_F(declared_shares, of_an_indented_head_are_none_but_end_the_section_before) {
-  EXPECT_THAT(declared("[s]\nsharename = a\n [t]\ncomment = of t\n"), ElementsAre("a|||||rw"));
+  for (const char* indent : {" ", "\t", "   ", "    ", "     ", "    \t"}) {
+    shares(std::string("[s]\nsharename = a\n") + indent + "[t]\ncomment = of t\n");
+    share_list found;
+    EXPECT_EQ(get_shareinfo_from_shareconf(found.get()), ORV_OK);
+    EXPECT_THAT(found.told(), ElementsAre("a|||||rw"));
+  }
+}
+
+TEST_F(declared_shares, have_settings_that_may_be_indented) {
+  for (const char* indent : {"", " ", "\t", "   ", "    ", "     ", "        ", "    \t "}) {
+    EXPECT_EQ(service_of(std::string(indent) + "ftp = 1\n"), "ftp");
+  }
 }
 
 TEST_F(declared_shares, of_one_section_name_are_all_the_first_one) {
   EXPECT_THAT(declared("[s]\nsharename = a\nsharename = b\n[s]\nsharename = c\ncomment = late\n"),
               ElementsAre("a|||||rw", "a|||||rw"));
+}
+
+TEST_F(declared_shares, of_one_section_name_are_the_first_one_among_thousands) {
+  constexpr std::size_t count = 2000;
+  std::string first;
+  std::string again;
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::string name = "share" + std::to_string(i);
+    first += listed(name);
+    again += listed(name, "nfs");
+  }
+  const sandbox::lines all = declared(first + again);
+  ASSERT_EQ(all.size(), 2 * count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::string name = "share" + std::to_string(i);
+    ASSERT_EQ(all[i], name + "|of " + name + "|/mnt/" + name + "|samba||rw");
+    ASSERT_EQ(all[count + i], all[i]);
+  }
 }
 
 TEST_F(declared_shares, take_the_first_of_equal_keys_also_when_it_is_empty) {
