@@ -41,9 +41,9 @@ constexpr bool is_one_of(char c, std::string_view characters) {
 /// The text before the first of some characters; all of it when there is none.
 constexpr std::string_view before(std::string_view text, std::string_view characters) {
   // Nearly every character of a text is beyond all separators.
-  char last = '\0';
-  for (const char each : characters) last = each > last ? each : last;
-  const auto is_sought = [&](char c) { return c <= last && is_one_of(c, characters); };
+  char greatest = '\0';
+  for (const char each : characters) greatest = each > greatest ? each : greatest;
+  const auto is_sought = [&](char c) { return c <= greatest && is_one_of(c, characters); };
   std::size_t size = 0;
   while (size < text.size() && !is_sought(text[size])) ++size;
   return text.substr(0, size);

@@ -16,7 +16,7 @@ namespace orv {
 
 /// Finds the shares of a list by a key, the first one of a key as a search through the list would.
 /// The keys are parts of the records, which must stay as they are meanwhile. It takes some forty
-/// bytes for each share: there may be thousands.
+/// bytes for each share, since there may be thousands, and 14 KiB at least.
 class share_index {
  public:
   /// Where a search through the list ends.
