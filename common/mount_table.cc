@@ -6,13 +6,12 @@
 namespace orv {
 
 bool mount_table::next() {
-  constexpr std::string_view blanks = " \t\n";
+  constexpr std::string_view blanks = " \t";
   directory_ = {};
   while (directory_.empty()) {
-    const ssize_t size = getline(&line_, &room_, file_.get());
     // A line that breaks off is none.
-    if (size < 0 || std::ferror(file_.get()) != 0) return false;
-    std::string_view rest(line_, static_cast<std::size_t>(size));
+    if (!lines_.next() || lines_.failed()) return false;
+    std::string_view rest = lines_.line();
     next_part(rest, blanks);  // the device
     directory_ = next_part(rest, blanks);
   }

@@ -2,11 +2,12 @@
 #define ORV_COMMON_MOUNT_TABLE_H
 
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
+#include "common/file_lines.h"
 #include "common/handles.h"
+#include "common/whole_file.h"
 
 namespace orv {
 
@@ -14,10 +15,8 @@ namespace orv {
 /// passes over because whoever made them asked for that.
 class mount_table {
  public:
-  mount_table() : file_(std::fopen("/proc/mounts", "re")) {}
-  ~mount_table() { std::free(line_); }
-  mount_table(const mount_table&) = delete;
-  mount_table& operator=(const mount_table&) = delete;
+  mount_table()
+      : file_(without_buffer(unique_file(std::fopen("/proc/mounts", "re")))), lines_(file_.get()) {}
 
   /// False when the table cannot be opened, and `errno` says why.
   explicit operator bool() const { return file_ != nullptr; }
@@ -33,8 +32,7 @@ class mount_table {
 
  private:
   unique_file file_;
-  char* line_ = nullptr;
-  std::size_t room_ = 0;
+  file_lines lines_;
   std::string decoded_;
   std::string_view directory_;
 };

@@ -60,6 +60,9 @@ inline std::string_view after_last(std::string_view text, char character) {
   return text.substr(text.rfind(character) + 1);
 }
 
+/// An English letter in lower case; anything else as it is.
+constexpr char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
 /// True when two texts differ at most in the case of English letters.
 bool equal_ignoring_case(std::string_view first, std::string_view second);
 

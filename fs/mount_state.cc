@@ -2,7 +2,6 @@
 #include <orv/lvm.h>
 
 #include <algorithm>
-#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -10,6 +9,7 @@
 #include "common/log.h"
 #include "common/mount_table.h"
 #include "common/text.h"
+#include "common/text_hash.h"
 #include "lvm/pool_reader.h"
 
 namespace {
@@ -27,7 +27,7 @@ class met_file_systems {
   met_file_systems(tag_fsinfo_list* list, text_of_file_system text) : text_(text) {
     sorted_.reserve(orv::count(list));
     for (tag_fs_info& fs : orv::records(list)) {
-      sorted_.push_back({.hash = hash_of(text_(&fs)), .is_met = false, .fs = &fs});
+      sorted_.push_back({.hash = orv::text_hash(text_(&fs)), .is_met = false, .fs = &fs});
     }
     std::ranges::sort(sorted_, {}, &entry::hash);
   }
@@ -35,7 +35,7 @@ class met_file_systems {
   /// Hands over those with this text that were not met before.
   template <class Take>
   void meet(std::string_view text, Take take) {
-    const uint32_t hash = hash_of(text);
+    const uint32_t hash = orv::text_hash(text);
     for (auto each = std::ranges::lower_bound(sorted_, hash, {}, &entry::hash);
          each != sorted_.end() && each->hash == hash; ++each) {
       if (each->is_met || text_(each->fs) != text) continue;
@@ -58,10 +58,6 @@ class met_file_systems {
     bool is_met;
     tag_fs_info* fs;
   };
-
-  static uint32_t hash_of(std::string_view text) {
-    return static_cast<uint32_t>(std::hash<std::string_view>()(text));
-  }
 
   text_of_file_system text_;
   std::vector<entry> sorted_;

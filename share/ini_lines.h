@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "common/companion.h"
+#include "common/file_lines.h"
 #include "common/text.h"
-#include "share/file_lines.h"
 
 namespace orv {
 
@@ -31,13 +31,21 @@ class ini_lines {
 
   /// The value that a line which is no head gives to a key; nothing when it gives it none.
   std::optional<std::string_view> value_of(std::string_view key) const {
-    if (!text_.starts_with(key)) return std::nullopt;
-    const std::string_view rest = trimmed_left(text_.substr(key.size()));
+    // The first character tells most keys apart.
+    if (!text_.starts_with(key.front()) || !text_.starts_with(key)) return std::nullopt;
+    std::string_view rest = text_.substr(key.size());
+    constexpr std::string_view usual_sign = " = ";
+    if (rest.starts_with(usual_sign)) return value_in(rest.substr(usual_sign.size()));
+    rest = trimmed_left(rest);
     if (!rest.starts_with('=')) return std::nullopt;
-    return lines_.before_nul(trimmed_left(rest.substr(1)));
+    return value_in(rest.substr(1));
   }
 
  private:
+  std::string_view value_in(std::string_view rest) const {
+    return lines_.before_nul(trimmed_left(rest));
+  }
+
   unique_file file_;
   file_lines lines_;
   std::string_view text_;

@@ -1,22 +1,15 @@
 #include "share/share_index.h"
 
 #include <algorithm>
-#include <functional>
 #include <utility>
+
+#include "common/text_hash.h"
 
 namespace orv {
 
-namespace {
-
-std::uint32_t hash_of(std::string_view key) {
-  return static_cast<std::uint32_t>(std::hash<std::string_view>{}(key));
-}
-
-}  // namespace
-
 bool share_index::add(std::string_view key, tag_share_config& share) {
   if (4 * (entries_ + 1) > 3 * slots_.size()) double_slots();
-  const std::uint32_t hash = hash_of(key);
+  const std::uint32_t hash = text_hash(key);
   slot& own = slots_[slot_of(key, hash)];
   const bool is_new = own.number == 0;
   if (is_new) {
@@ -33,14 +26,14 @@ bool share_index::add(std::string_view key, tag_share_config& share) {
 
 void share_index::put(std::string_view key, tag_share_config& share) {
   if (add(key, share)) return;
-  entry& known = entry_of(slots_[slot_of(key, hash_of(key))]);
+  entry& known = entry_of(slots_[slot_of(key, text_hash(key))]);
   known.share = &share;
   known.passed_over = static_cast<std::uint32_t>(count_ - 1);
 }
 
 share_index::place share_index::search(std::string_view key) const {
   if (slots_.empty()) return {nullptr, count_};
-  const slot& own = slots_[slot_of(key, hash_of(key))];
+  const slot& own = slots_[slot_of(key, text_hash(key))];
   if (own.number == 0) return {nullptr, count_};
   const entry& found = entry_of(own);
   return {found.share, found.passed_over};

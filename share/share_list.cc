@@ -97,7 +97,9 @@ void append_user(tag_share_config& share, std::string_view user) {
 std::string_view without_stamp(std::string_view name) { return before(name, "."); }
 
 bool has_service(const tag_share_config& share, std::string_view word) {
-  return equal_ignoring_case(text_of(share.service), word);
+  // The first character tells most services apart.
+  const bool begins_alike = word.empty() || lower(share.service[0]) == lower(word.front());
+  return begins_alike && equal_ignoring_case(text_of(share.service), word);
 }
 
 bool is_iscsi(const tag_share_config& share) { return has_service(share, "iscsi"); }

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <string>
 
 #include "common/families.h"
 #include "common/log.h"
@@ -27,12 +26,13 @@ void set_space(tag_share_config& share, const struct statfs64& figures) {
 }
 
 void measure(tag_share_config& share) {
-  const std::string path(orv::text_of(share.path));
+  char path[sizeof share.path + 1];
+  orv::set_text(path, orv::text_of(share.path));
   struct statfs64 figures {};
-  if (!orv::is_iscsi(share) && !path.empty() && statfs64(path.c_str(), &figures) == 0) {
+  if (!orv::is_iscsi(share) && path[0] != '\0' && statfs64(path, &figures) == 0) {
     set_space(share, figures);
   } else {
-    std::printf("filesystem %s cannot statfs\n", path.c_str());
+    std::printf("filesystem %s cannot statfs\n", path);
   }
 }
 

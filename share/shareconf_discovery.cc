@@ -1,6 +1,6 @@
 #include <orv/share.h>
 
-#include <bitset>
+#include <array>
 #include <charconv>
 #include <cstdlib>
 #include <deque>
@@ -68,7 +68,7 @@ class described_share {
   /// The services stand in the order of the table, whatever that of the settings.
   void end() const {
     for (std::size_t i = 0; i < number_of_services; ++i) {
-      if (is_on_[i]) share_conf_set_value(share_->service, services[i], "1");
+      if (is_on_[i]) add_service(services[i]);
     }
   }
 
@@ -78,6 +78,15 @@ class described_share {
 
  private:
   explicit described_share(tag_share_config* share) : share_(share) {}
+
+  /// Most shares have one service.
+  void add_service(const char* service) const {
+    if (orv::text_of(share_->service).empty()) {
+      orv::set_text(share_->service, service);
+    } else {
+      share_conf_set_value(share_->service, service, "1");
+    }
+  }
 
   void set(std::size_t key, std::string_view value) {
     if (key == name_key) {
@@ -95,8 +104,8 @@ class described_share {
 
   tag_share_config* share_ = nullptr;  ///< NULL where settings describe none
   std::size_t expected_ = 0;           ///< the key behind the last one
-  std::bitset<number_of_keys> is_known_;
-  std::bitset<number_of_services> is_on_;
+  std::array<bool, number_of_keys> is_known_{};
+  std::array<bool, number_of_services> is_on_{};
 };
 
 void copy_description(tag_share_config& share, const tag_share_config& from) {

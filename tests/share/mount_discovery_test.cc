@@ -114,11 +114,11 @@ TEST_F(mounted_shares, stay_as_they_were_without_a_table) {
 TEST_F(mounted_shares, stay_as_they_were_when_the_table_breaks_off) {
   add("data", "samba").used = 12;
   mounts({"/", "/mnt/data"});
-  machine.fail("getline", EIO, 1);
+  machine.fail("fread", EIO, 1);
   EXPECT_EQ(get_shareinfo_from_mount(list.get()), ORV_OK);
   EXPECT_EQ(list.records()[0]->used, 12U);
   EXPECT_STREQ(list.records()[0]->comment, "");
-  machine.fail("getline", ENOMEM, 2);
+  machine.fail("fread", ENOMEM, 1);
   EXPECT_EQ(get_shareinfo_from_mount(list.get()), ORV_E_FAILED);
   EXPECT_EQ(list.records()[0]->used, 12U);
 }

@@ -1,9 +1,10 @@
-#ifndef ORV_SHARE_FILE_LINES_H
-#define ORV_SHARE_FILE_LINES_H
+#ifndef ORV_COMMON_FILE_LINES_H
+#define ORV_COMMON_FILE_LINES_H
 
+#include <cstddef>
 #include <cstdio>
+#include <memory>
 #include <string_view>
-#include <vector>
 
 namespace orv {
 
@@ -16,7 +17,12 @@ class file_lines {
 
   /// Moves to the next line; false at the end of the stream and on a read error. What was read
   /// before either is the last line.
-  bool next();
+  bool next() {
+    const std::size_t end = unread_.find('\n');
+    if (end == std::string_view::npos) return next_of_more();
+    take(end);
+    return true;
+  }
   /// Behind the last line: true when the stream could not be read to its end.
   bool failed() const { return stream_ != nullptr && std::ferror(stream_) != 0; }
   /// The line that `next` moved to; valid until it is called again.
@@ -27,10 +33,17 @@ class file_lines {
   }
 
  private:
+  /// Moves to the line of what is unread that ends there.
+  void take(std::size_t end) {
+    line_ = {unread_.data(), end};
+    unread_.remove_prefix(end + 1);
+  }
+  bool next_of_more();
   bool refill();
 
   FILE* stream_;
-  std::vector<char> block_;
+  std::unique_ptr<char[]> block_;
+  std::size_t size_ = 0;     ///< of the block
   std::string_view unread_;  ///< of the block
   std::string_view line_;
   bool has_nul_ = false;  ///< somewhere in the block

@@ -1,12 +1,14 @@
-#include "share/file_lines.h"
+#include "common/file_lines.h"
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace orv {
 
-bool file_lines::next() {
-  std::size_t end = unread_.find('\n');
+/// As `next`, where no line ends in what is unread.
+bool file_lines::next_of_more() {
+  std::size_t end = std::string_view::npos;
   while (end == std::string_view::npos) {
     const std::size_t searched = unread_.size();
     if (!refill()) {
@@ -16,8 +18,7 @@ bool file_lines::next() {
     }
     end = unread_.find('\n', searched);
   }
-  line_ = unread_.substr(0, end);
-  unread_.remove_prefix(end + 1);
+  take(end);
   return true;
 }
 
@@ -27,10 +28,17 @@ bool file_lines::refill() {
   constexpr std::size_t usual_size = 32UL * 1024;
   if (stream_ == nullptr || std::feof(stream_) != 0 || failed()) return false;
   const std::size_t kept = unread_.size();
-  if (kept > 0) std::memmove(block_.data(), unread_.data(), kept);
-  if (block_.size() < 2 * kept || block_.empty()) block_.resize(std::max(usual_size, 4 * kept));
-  const std::size_t got = fread_unlocked(block_.data() + kept, 1, block_.size() - kept, stream_);
-  unread_ = {block_.data(), kept + got};
+  if (size_ < 2 * kept || size_ == 0) {
+    const std::size_t size = std::max(usual_size, 4 * kept);
+    auto larger = std::make_unique_for_overwrite<char[]>(size);
+    if (kept > 0) std::memcpy(larger.get(), unread_.data(), kept);
+    block_ = std::move(larger);
+    size_ = size;
+  } else if (kept > 0) {
+    std::memmove(block_.get(), unread_.data(), kept);
+  }
+  const std::size_t got = fread_unlocked(block_.get() + kept, 1, size_ - kept, stream_);
+  unread_ = {block_.get(), kept + got};
   has_nul_ = unread_.find('\0') != std::string_view::npos;
   return got > 0;
 }
