@@ -125,6 +125,7 @@ void add_arrays(const storage& wanted) {
                ":3906764800:-1:8:8:-1:4096:476900:451300:25600:ShokST-iASS-f5G8\n";
   }
   write_file("/proc/mdstat", mdstat + "unused devices: <none>\n");
+  set_groups(wanted.arrays);
   can("vgdisplay -c", groups);
   can("pvdisplay -c", volumes);
 }

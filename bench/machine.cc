@@ -127,6 +127,10 @@ void can(const std::string& command_line, std::string_view text) {
   write_file("/canned/" + canned_name(command_line), text);
 }
 
+void set_groups(int number) {
+  must(setenv(groups_variable, std::to_string(number).c_str(), 1), groups_variable);
+}
+
 void set_pace(pace wanted) {
   must(setenv(pace_variable, wanted == pace::real ? "real" : "none", 1), pace_variable);
 }

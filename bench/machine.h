@@ -19,6 +19,9 @@ std::string read_file(const std::string& path);
 /// nobody has said it prints nothing and fails.
 void can(const std::string& command_line, std::string_view text);
 
+/// How many volume groups the LVM tools read, each of which takes them some time.
+void set_groups(int number);
+
 /// How long the tools take before they print: nothing, or what the real ones take at least.
 enum class pace { none, real };
 void set_pace(pace wanted);

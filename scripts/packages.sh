@@ -15,6 +15,8 @@ bench_packages=(libbenchmark-dev libglib2.0-dev libinih-dev)
 # shellcheck disable=SC2034  # bench/libblockdev
 blockdev_packages=(libblockdev-dev libblockdev-utils-dev libblockdev-lvm-dev libblockdev-mdraid-dev
   libdevmapper-dev libblockdev-lvm2 libblockdev-mdraid2 qemu-system-x86)
+# shellcheck disable=SC2034  # bench/lvm_times
+lvm_packages=(lvm2)
 # shellcheck disable=SC2034
 fuzz_packages=(clang llvm binutils)
 # shellcheck disable=SC2034

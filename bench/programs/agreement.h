@@ -19,5 +19,7 @@ inline std::string canned_name(std::string command_line) {
 
 /// The variable of the environment that is "real" when the tools take their time.
 inline constexpr char pace_variable[] = "ORV_BENCH_PACE";
+/// The variable that tells how many volume groups there are, which is what the LVM tools read.
+inline constexpr char groups_variable[] = "ORV_BENCH_GROUPS";
 
 }  // namespace bench
