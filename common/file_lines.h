@@ -25,6 +25,8 @@ class file_lines {
   }
   /// Behind the last line: true when the stream could not be read to its end.
   bool failed() const { return stream_ != nullptr && std::ferror(stream_) != 0; }
+  /// True for a last line that may have gone on: behind it the stream could not be read.
+  bool breaks_off() const { return unread_.data() == nullptr && failed(); }
   /// The line that `next` moved to; valid until it is called again.
   std::string_view line() const { return line_; }
   /// What C sees of a part of the line.

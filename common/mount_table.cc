@@ -10,7 +10,7 @@ bool mount_table::next() {
   directory_ = {};
   while (directory_.empty()) {
     // A line that breaks off is none.
-    if (!lines_.next() || lines_.failed()) return false;
+    if (!lines_.next() || lines_.breaks_off()) return false;
     std::string_view rest = lines_.line();
     next_part(rest, blanks);  // the device
     directory_ = next_part(rest, blanks);

@@ -17,6 +17,8 @@ class mount_table {
  public:
   mount_table()
       : file_(without_buffer(unique_file(std::fopen("/proc/mounts", "re")))), lines_(file_.get()) {}
+  mount_table(const mount_table&) = delete;
+  mount_table& operator=(const mount_table&) = delete;
 
   /// False when the table cannot be opened, and `errno` says why.
   explicit operator bool() const { return file_ != nullptr; }

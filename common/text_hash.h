@@ -21,7 +21,9 @@ inline std::uint32_t text_hash(std::string_view text) {
   part = 0;
   for (const char c : text) part = part << 8 | static_cast<unsigned char>(c);
   hash = (hash ^ part) * spread;
-  return static_cast<std::uint32_t>(hash ^ hash >> 32);
+  // A product's upper half depends on all of its factors.
+  hash = (hash ^ hash >> 32) * spread;
+  return static_cast<std::uint32_t>(hash >> 32);
 }
 
 }  // namespace orv

@@ -34,8 +34,8 @@ GROUPS = [
         "parsers",
         90,
         """
-        common/control_characters.h common/line_reader.cc common/mount_table.cc
-        common/mounted_below.cc common/octal_code.cc
+        common/control_characters.h common/file_lines.cc common/file_lines.h
+        common/line_reader.cc common/mount_table.cc common/mounted_below.cc common/octal_code.cc
         common/partitions.cc common/text.cc common/text.h
         disk/arcadm_scan.cc disk/channels.cc disk/diskinfo_file.cc disk/hotspare_list.cc
         disk/mvsata.cc disk/partitions.cc disk/smart_arcadm.cc disk/smart_attributes.cc

@@ -38,10 +38,8 @@ void measure(tag_share_config& share) {
 
 }  // namespace
 
-int get_shareinfo_from_df(tag_shareconf_list* list) try {
+int get_shareinfo_from_df(tag_shareconf_list* list) {
   if (list == nullptr) return orv::log_missing_argument();
   for (tag_share_config& share : orv::records(list)) measure(share);
   return ORV_OK;
-} catch (const std::bad_alloc&) {
-  return orv::without_memory();
 }

@@ -62,7 +62,12 @@ TEST(text_hash, spreads_names_that_differ_in_little) {
   const auto number = [](int value) { return std::to_string(value); };
   EXPECT_GT(places_of(number), well_filled);
   EXPECT_GT(places_of([&](int value) { return "share" + number(value); }), well_filled);
-  EXPECT_GT(places_of([&](int value) { return number(value) + "_of_the_people"; }), well_filled);
+  // What differs stands first, and names of every length modulo eight go on in the same way.
+  const std::string rest = "data_of_the_people";
+  for (std::size_t size = 0; size <= rest.size(); ++size) {
+    const auto with_rest = [&](int value) { return number(value + 1000) + rest.substr(0, size); };
+    EXPECT_GT(places_of(with_rest), well_filled) << size;
+  }
   EXPECT_GT(places_of([&](int value) { return "/mnt/pool" + number(value) + "/share"; }),
             well_filled);
   EXPECT_GT(places_of([](int value) { return std::string(value, 'a'); }), well_filled);

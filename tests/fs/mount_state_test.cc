@@ -62,8 +62,20 @@ TEST_F(mount_check_of, a_path_of_which_only_the_beginning_could_be_read_fails) {
     mounts(before + filler + '\n' + cut + rest);
     machine.fail("fread", EIO, 2);
     EXPECT_EQ(mount_check("/mnt/data/of/a"), ORV_E_FAILED) << rest;
+    machine.fail("fread", EIO, 2);
+    EXPECT_EQ(mount_check("/mnt/before"), ORV_OK) << rest;
   }
   EXPECT_EQ(mount_check("/mnt/data/of/a"), ORV_OK);
+}
+
+TEST_F(mount_check_of, a_path_of_a_table_that_breaks_off_behind_it_succeeds) {
+  mounts("/dev/a /mnt/data xfs rw 0 0\n/dev/b /mnt/cut");
+  for (const int nth : {1, 2}) {
+    machine.fail("fread at the end", EIO, nth);
+    EXPECT_EQ(mount_check("/mnt/data"), ORV_OK) << nth;
+  }
+  machine.fail("fread at the end", EIO, 1);
+  EXPECT_EQ(mount_check("/mnt/cut"), ORV_E_FAILED);
 }
 
 TEST_F(mount_check_of, a_path_with_blanks_sees_through_the_escapes_of_the_kernel) {

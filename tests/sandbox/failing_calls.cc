@@ -16,10 +16,14 @@
 namespace sandbox::libc {
 namespace {
 
-constexpr std::string_view functions[] = {
-    "clone",     "connect",  "fallocate", "fchmod", "fcntl",   "fdopen", "flock", "fread",
-    "ftruncate", "futimens", "getline",   "kill",   "lstat",   "open",   "pread", "readdir",
-    "read",      "recv",     "sendfile",  "unlink", "waitpid", "write"};
+constexpr std::string_view functions[] = {"clone",     "connect",  "fallocate",
+                                          "fchmod",    "fcntl",    "fdopen",
+                                          "flock",     "fread",    "fread at the end",
+                                          "ftruncate", "futimens", "getline",
+                                          "kill",      "lstat",    "open",
+                                          "pread",     "readdir",  "read",
+                                          "recv",      "sendfile", "unlink",
+                                          "waitpid",   "write"};
 
 // The threads of the sandbox and of the test's own daemons go on undisturbed.
 constinit thread_local bool is_under_test = false;
@@ -128,23 +132,31 @@ DEFINE_WEAK(dirent*, readdir64, DIR* directory) {
   return fails_here("readdir") ? nullptr : real<own_readdir64>("readdir64", directory);
 }
 
-// One item is read before the error. The flag that ferror(3) asks for is set as the C library does.
+// The flags that ferror(3) and feof(3) ask for are what the C library makes them.
 size_t as_failed(FILE* stream, size_t got) {
-  stream->_flags |= _IO_ERR_SEEN;
+  stream->_flags = (stream->_flags & ~_IO_EOF_SEEN) | _IO_ERR_SEEN;
   return got;
 }
 
+// One item is read before the error, or all that there are.
+template <class Read>
+size_t read_before_error(Read read, size_t count, FILE* stream) {
+  const bool fails_at_once = fails_here("fread");
+  const bool fails_at_end = fails_here("fread at the end");
+  const size_t got = read(fails_at_once ? 1 : count);
+  return fails_at_once || fails_at_end ? as_failed(stream, got) : got;
+}
+
 DEFINE_WEAK(size_t, fread, void* to, size_t size, size_t count, FILE* stream) {
-  const bool is_failing = fails_here("fread");
-  const size_t got = real<own_fread>("fread", to, size, is_failing ? 1 : count, stream);
-  return is_failing ? as_failed(stream, got) : got;
+  const auto read = [&](size_t some) { return real<own_fread>("fread", to, size, some, stream); };
+  return read_before_error(read, count, stream);
 }
 
 DEFINE_WEAK(size_t, fread_unlocked, void* to, size_t size, size_t count, FILE* stream) {
-  const bool is_failing = fails_here("fread");
-  const size_t got =
-      real<own_fread_unlocked>("fread_unlocked", to, size, is_failing ? 1 : count, stream);
-  return is_failing ? as_failed(stream, got) : got;
+  const auto read = [&](size_t some) {
+    return real<own_fread_unlocked>("fread_unlocked", to, size, some, stream);
+  };
+  return read_before_error(read, count, stream);
 }
 
 DEFINE_WEAK(ssize_t, getline, char** line, size_t* room, FILE* stream) {

@@ -123,6 +123,17 @@ TEST_F(mounted_shares, stay_as_they_were_when_the_table_breaks_off) {
   EXPECT_EQ(list.records()[0]->used, 12U);
 }
 
+TEST_F(mounted_shares, are_those_before_the_place_where_the_table_breaks_off) {
+  for (const char* name : {"data", "films"}) add(name, "samba");
+  for (const int error : {EIO, ENOMEM}) {
+    machine.file("/proc/mounts", "/dev/a /mnt/data xfs rw 0 0\n/dev/b /mnt/films");
+    machine.fail("fread at the end", error, 1);
+    EXPECT_EQ(get_shareinfo_from_mount(list.get()), error == EIO ? ORV_OK : ORV_E_FAILED);
+    EXPECT_STREQ(list.records()[0]->path, "/mnt/data");
+    EXPECT_STREQ(list.records()[1]->path, "");
+  }
+}
+
 TEST_F(mounted_shares, refuse_a_missing_list) {
   expect_refusal_of_null(get_shareinfo_from_mount, "get_shareinfo_from_mount");
 }
