@@ -44,7 +44,7 @@ side at(int count, SetUp set_up, void (*work)()) {
 void add_users(rows& all) {
   all.push_back({"sys_user_get, 10,000 users", "sys_user_get, 1,000 users", linear,
                  "linear: the records", nullptr, at(10'000, set_users, get_users),
-                 at(1'000, set_users, get_users), 21});
+                 at(1'000, set_users, get_users), 101});
   all.push_back({"sys_user_add, 10,000 users", "sys_user_add, 1,000 users", linear,
                  "linear: the account files are read and the user file is written whole", nullptr,
                  at(10'000, set_users, add_user), at(1'000, set_users, add_user), 9});
