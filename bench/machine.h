@@ -1,5 +1,5 @@
 /// The simulated machine of the benchmarks: real shells, Python and file tools, an /etc, /proc and
-/// /sys of its own, and storage tools that print canned text and take a constant time.
+/// /sys of its own, and storage tools that print canned text and take a given time.
 #pragma once
 
 #include <string>

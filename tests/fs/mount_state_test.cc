@@ -69,13 +69,20 @@ TEST_F(mount_check_of, a_path_of_which_only_the_beginning_could_be_read_fails) {
 }
 
 TEST_F(mount_check_of, a_path_of_a_table_that_breaks_off_behind_it_succeeds) {
-  mounts("/dev/a /mnt/data xfs rw 0 0\n/dev/b /mnt/cut");
-  for (const int nth : {1, 2}) {
-    machine.fail("fread at the end", EIO, nth);
-    EXPECT_EQ(mount_check("/mnt/data"), ORV_OK) << nth;
+  const std::string data = "/dev/a /mnt/data xfs rw 0 0\n";
+  const std::string block(32768, 'x');
+  for (const std::string cut : {"", "/dev/b /mnt/cut"}) {
+    mounts(data + cut);
+    machine.fail("fread at the end", EIO, 1);
+    EXPECT_EQ(mount_check("/mnt/data"), ORV_OK) << cut;
+    machine.fail("fread at the end", EIO, 1);
+    EXPECT_EQ(mount_check("/mnt/cut"), ORV_E_FAILED) << cut;
+    mounts(block + '\n' + data + cut);
+    machine.fail("fread at the end", EIO, 2);
+    EXPECT_EQ(mount_check("/mnt/data"), ORV_OK) << cut;
+    machine.fail("fread at the end", EIO, 2);
+    EXPECT_EQ(mount_check("/mnt/cut"), ORV_E_FAILED) << cut;
   }
-  machine.fail("fread at the end", EIO, 1);
-  EXPECT_EQ(mount_check("/mnt/cut"), ORV_E_FAILED);
 }
 
 TEST_F(mount_check_of, a_path_with_blanks_sees_through_the_escapes_of_the_kernel) {

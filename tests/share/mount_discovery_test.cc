@@ -124,13 +124,15 @@ TEST_F(mounted_shares, stay_as_they_were_when_the_table_breaks_off) {
 }
 
 TEST_F(mounted_shares, are_those_before_the_place_where_the_table_breaks_off) {
-  for (const char* name : {"data", "films"}) add(name, "samba");
+  add("films", "samba");
   for (const int error : {EIO, ENOMEM}) {
-    machine.file("/proc/mounts", "/dev/a /mnt/data xfs rw 0 0\n/dev/b /mnt/films");
+    const tag_share_config& data = add(error == EIO ? "data" : "photos", "samba");
+    machine.file("/proc/mounts",
+                 std::string("/dev/a /mnt/") + data.name + " xfs rw 0 0\n/dev/b /mnt/films");
     machine.fail("fread at the end", error, 1);
     EXPECT_EQ(get_shareinfo_from_mount(list.get()), error == EIO ? ORV_OK : ORV_E_FAILED);
-    EXPECT_STREQ(list.records()[0]->path, "/mnt/data");
-    EXPECT_STREQ(list.records()[1]->path, "");
+    EXPECT_EQ(data.path, std::string("/mnt/") + data.name);
+    EXPECT_STREQ(list.records()[0]->path, "");
   }
 }
 
