@@ -63,14 +63,17 @@ class met_file_systems {
   std::vector<entry> sorted_;
 };
 
-/// Hands over each directory on which the kernel has something mounted, never an empty name; none
-/// when its list of mounts cannot be opened.
-template <class Take>
-void each_mounted_directory(Take take) {
+/// Hands over the directories on which the kernel has something mounted, never an empty name, until
+/// one is the last that is wanted; none when its list of mounts cannot be opened.
+/// @return whether one was
+template <class IsLast>
+bool take_mounted_directories(IsLast is_last) {
   orv::mount_table mounts;
-  if (!mounts) return orv::check_memory();
-  while (mounts.next()) take(mounts.directory());
-  if (mounts.failed()) orv::check_memory();
+  while (mounts && mounts.next()) {
+    if (is_last(mounts.directory())) return true;
+  }
+  if (!mounts || mounts.failed()) orv::check_memory();
+  return false;
 }
 
 void complete_from_pool(tag_fs_info& fs, const tag_pool_info& pool) {
@@ -102,8 +105,9 @@ int complete_from_pools(tag_fsinfo_list* list) try {
 
 void complete_from_mounts(tag_fsinfo_list* list) {
   met_file_systems by_directory(list, mount_point_of);
-  each_mounted_directory([&by_directory](std::string_view directory) {
+  take_mounted_directories([&by_directory](std::string_view directory) {
     by_directory.meet(directory, [](tag_fs_info&) {});
+    return false;
   });
   by_directory.others([](tag_fs_info& fs) { orv::set_text(fs.state, "umount"); });
 }
@@ -125,10 +129,10 @@ int mountfs_get(tag_fsinfo_list* list) try {
 }
 
 int mount_check(const char* path) try {
-  bool is_mounted = false;
-  const std::string_view asked = orv::text_or_empty(path);
-  each_mounted_directory(
-      [&](std::string_view directory) { is_mounted = is_mounted || directory == asked; });
+  const bool is_mounted =
+      take_mounted_directories([asked = orv::text_or_empty(path)](std::string_view directory) {
+        return directory == asked;
+      });
   return is_mounted ? ORV_OK : ORV_E_FAILED;
 } catch (const std::bad_alloc&) {
   return orv::without_memory();

@@ -68,7 +68,7 @@ class described_share {
   /// The services stand in the order of the table, whatever that of the settings.
   void end() const {
     for (std::size_t i = 0; i < number_of_services; ++i) {
-      if (is_on_[i]) add_service(services[i]);
+      if (is_on_[i]) share_conf_set_value(share_->service, services[i], "1");
     }
   }
 
@@ -78,15 +78,6 @@ class described_share {
 
  private:
   explicit described_share(tag_share_config* share) : share_(share) {}
-
-  /// Most shares have one service.
-  void add_service(const char* service) const {
-    if (orv::text_of(share_->service).empty()) {
-      orv::set_text(share_->service, service);
-    } else {
-      share_conf_set_value(share_->service, service, "1");
-    }
-  }
 
   void set(std::size_t key, std::string_view value) {
     if (key == name_key) {
